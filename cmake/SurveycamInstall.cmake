@@ -1,0 +1,22 @@
+# Installs the library with its headers, a CMake package and a pkg-config file.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS surveycam EXPORT surveycamTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+foreach(dir platform geometry camera projection liveview image corner files)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/surveycam/${dir}
+    FILES_MATCHING PATTERN "*.h")
+endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/include/surveycam.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/surveycam)
+install(EXPORT surveycamTargets NAMESPACE surveycam:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/surveycam)
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/surveycamConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/surveycamConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/surveycam)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/surveycamConfigVersion.cmake
+  VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/surveycamConfig.cmake ${PROJECT_BINARY_DIR}/surveycamConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/surveycam)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/surveycam.pc.in ${PROJECT_BINARY_DIR}/surveycam.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/surveycam.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

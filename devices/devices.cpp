@@ -1,0 +1,7 @@
+#include "devices/devices.h"
+
+namespace devices {
+
+void RegisterAll() {}
+
+}  // namespace devices

@@ -1,0 +1,28 @@
+#pragma once
+// Run-time loaded modules. LoadLibraryW resolves a name first to a module
+// registered in-process (the simulated devices register "EEP.DLL",
+// "JPEG_LIB.dll", ...), then to a shared object on the module search path
+// ("name.dll" is looked for as "name.so" and "libname.so"). A missing module
+// gives a null handle, as on the device. Names compare case-insensitively.
+#include <map>
+#include <string>
+
+#include "platform/export.h"
+#include "platform/types.h"
+
+namespace platform::modules {
+
+using Exports = std::map<std::string, void*>;
+
+SURVEYCAM_API void Register(const std::wstring& name, Exports exports);
+SURVEYCAM_API void Unregister(const std::wstring& name);
+SURVEYCAM_API void AddSearchPath(const std::string& hostDirectory);
+// Modules loaded and not yet freed (leak checks).
+SURVEYCAM_API long LoadedModules();
+
+}  // namespace platform::modules
+
+SURVEYCAM_API HMODULE LoadLibraryW(const wchar_t* name);
+SURVEYCAM_API FARPROC GetProcAddressW(HMODULE module, const wchar_t* name);
+SURVEYCAM_API FARPROC GetProcAddress(HMODULE module, const char* name);
+SURVEYCAM_API BOOL FreeLibrary(HMODULE module);

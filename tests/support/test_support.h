@@ -1,0 +1,50 @@
+#pragma once
+// Shared test fixtures: a fresh device root per test, a recorder of message
+// boxes, a fixed platform clock, and fault points disarmed after each test.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/message_box.h"
+#include "platform/types.h"
+
+namespace testing_support {
+
+// Records every message box instead of printing it.
+class MessageBoxRecorder {
+ public:
+  MessageBoxRecorder();
+  ~MessageBoxRecorder();
+  const std::vector<platform::MessageBoxCall>& calls() const { return calls_; }
+  size_t size() const { return calls_.size(); }
+  void clear() { calls_.clear(); }
+  // Text and caption of the last box (empty when none).
+  std::wstring LastText() const { return calls_.empty() ? L"" : calls_.back().text; }
+  std::wstring LastCaption() const { return calls_.empty() ? L"" : calls_.back().caption; }
+  int answer = IDOK;
+
+ private:
+  std::vector<platform::MessageBoxCall> calls_;
+  platform::MessageBoxHandler previous_;
+};
+
+// A test with its own empty device root under the build tree, a recorder of
+// message boxes, and a fixed clock at 2024-05-03 14:07:09.000.
+class DeviceTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  // Host path of a device path ("\\a\\b" -> <root>/a/b).
+  std::string Host(const wchar_t* devicePath) const;
+  std::string ReadHostFile(const std::string& hostPath) const;
+  void WriteHostFile(const std::string& hostPath, const std::string& bytes) const;
+
+  std::string root_;
+  MessageBoxRecorder boxes_;
+};
+
+// Path of a file under the source tree (examples/, tests/data/...).
+std::string SourcePath(const std::string& relative);
+
+}  // namespace testing_support
