@@ -21,3 +21,4 @@
 #include "platform/size.h"
 #include "platform/text.h"
 #include "platform/types.h"
+#include "platform/framebuffer.h"
