@@ -1,2 +1,5 @@
 #pragma once
 // Public headers of camera/.
+#include "camera/camera.h"
+#include "camera/dist.h"
+#include "camera/least_sq.h"

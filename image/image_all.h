@@ -1,2 +1,6 @@
 #pragma once
 // Public headers of image/.
+#include "image/dib.h"
+#include "image/dib_ex.h"
+#include "image/image_messages.h"
+#include "image/jpeg_interface.h"

@@ -2,6 +2,7 @@
 // Fault injection: tests arm a named point and the platform call that passes
 // that point fails as the real system call would. Points used by platform/:
 //   "file.open" "file.read" "file.write" "file.seek"      CFile
+//   "file.flush" "file.rename"                            SafeFile::Commit
 //   "fs.create_directory" "fs.free_space" "fs.find" "fs.delete" "fs.move" "fs.copy"
 //   "registry.open" "registry.query" "registry.close"      registry store
 //   "module.load" "module.proc"                             LoadLibraryW / GetProcAddressW

@@ -1,2 +1,3 @@
 #pragma once
 // Public headers of projection/.
+#include "projection/projection_cap.h"

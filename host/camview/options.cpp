@@ -1,0 +1,109 @@
+#include "host/camview/options.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace host {
+
+const char* UsageText() {
+  return R"(camview: the surveycam live view on the simulated instrument.
+
+Usage: camview [options]
+
+With no options camview runs the default field session: it creates the live
+view over the simulated instrument, loads the site's survey points, turns the
+instrument, shows the points on the wide camera, zooms, switches to the tele
+camera, uses offset and corner modes, taps a target and aims at it, lets auto
+exposure settle, freezes and saves a snapshot, and exports the calibration.
+It prints one line per step and writes a screenshot after each step.
+
+Options:
+  --script FILE        run the steps of FILE instead of the default session
+  --points FILE        site point file (default examples/site.csv); the point
+                       with code STN is the station, its Num column the
+                       instrument height in millimetres
+  --root DIR           device root (default OUT/device, recreated each run)
+  --out DIR            output folder for screenshots and exports (default out)
+  --camera-file FILE   camera calibration file (default examples/camera_wide.cmr)
+  --orient-file FILE   orientation file (default examples/orient.txt): image
+                       centres and the wide camera's offset and mounting angles
+  --language FILE      language file (UTF-16 LE pairs) to install as
+                       \windows\DispImgMsg.txt
+  --window             show the screen in a window and take keys and clicks
+  --scale N            window scale for --window (default 3)
+  --help               this text
+
+Session script: one step a line, '#' starts a comment.
+  turn V H             turn the instrument to zenith angle V, horizontal angle H
+  camera N             0 tele, 1 wide
+  zoom in|out|reset    zoom the current camera
+  mode none|offset|corner|distance|rem|ccd|user
+  measure              a distance measurement was taken (corner mode taps)
+  tap X Y              tap at client pixel X Y
+  tap-target NAME      tap on the survey target NAME where the tele camera shows it
+  aim                  turn the instrument by the differences of the last tap
+  key NAME             LEFT RIGHT UP DOWN 1 2 3 9, as the view's keys
+  exposure N           automatic exposure mode 0 (manual), 1, 2 or 3
+  scene dark|bright|normal
+  wait N               let N timer ticks of 200 ms pass
+  settle               run ticks until auto exposure stops changing
+  snapshot | resume    freeze the picture / go live again
+  save                 save the displayed picture as a JPEG on the card
+  export-camera PATH   write the camera file (relative paths go into OUT)
+  export-orient PATH   write the orientation file
+  screenshot NAME      write the screen as NAME.png into OUT
+
+Viewer keys (--window): arrows, 1, 2, 3, 9 go to the view; W/A/S/D turn the
+instrument, O offset mode, C corner mode, M measurement taken, N no mode,
+F freeze/resume, J save a JPEG, P screenshot, Q or Esc quit; a click taps.
+
+Exit status: 0 when every step did what it should, 1 otherwise.
+)";
+}
+
+bool ParseOptions(int argc, char** argv, Options& options, std::string& error) {
+  for (int i = 1; i < argc; ++i) {
+    std::string arg = argv[i];
+    auto value = [&](std::string& out) {
+      if (i + 1 >= argc) {
+        error = arg + " needs a value";
+        return false;
+      }
+      out = argv[++i];
+      return true;
+    };
+    if (arg == "--help" || arg == "-h") {
+      options.help = true;
+    } else if (arg == "--window") {
+      options.window = true;
+    } else if (arg == "--script") {
+      if (!value(options.script)) return false;
+    } else if (arg == "--points") {
+      if (!value(options.points)) return false;
+    } else if (arg == "--root") {
+      if (!value(options.root)) return false;
+    } else if (arg == "--out") {
+      if (!value(options.out)) return false;
+    } else if (arg == "--camera-file") {
+      if (!value(options.camera_file)) return false;
+    } else if (arg == "--orient-file") {
+      if (!value(options.orient_file)) return false;
+    } else if (arg == "--language") {
+      if (!value(options.language)) return false;
+    } else if (arg == "--scale") {
+      std::string text;
+      if (!value(text)) return false;
+      options.scale = std::atoi(text.c_str());
+      if (options.scale < 1 || options.scale > 8) {
+        error = "--scale takes 1 to 8";
+        return false;
+      }
+    } else {
+      error = "unknown option " + arg + " (see --help)";
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace host

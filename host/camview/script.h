@@ -1,0 +1,49 @@
+#pragma once
+// The session script of camview: one step a line, words separated by blanks,
+// '#' starts a comment. Steps:
+//   turn V H            turn the instrument to zenith angle V, horizontal angle H (degrees)
+//   point NAME [dV dH]  turn to the survey point NAME, off by dV, dH degrees
+//   camera N            0 tele, 1 wide
+//   zoom in|out|reset
+//   mode none|offset|corner|distance|rem|ccd|user
+//   measure             a distance measurement was taken (corner mode accepts taps)
+//   tap X Y             tap at client pixel (X, Y)
+//   tap-target NAME     tap on the survey target NAME as the current camera shows it
+//   aim                 turn the instrument by the aiming differences of the last tap
+//   key NAME            LEFT RIGHT UP DOWN 1 2 3 9 (as KeyControl takes them)
+//   exposure N          automatic exposure mode 0..3
+//   scene dark|bright|normal
+//   wait N              N timer ticks of 200 ms
+//   settle              run timer ticks until the exposure stops changing (at most 60)
+//   snapshot            freeze the picture
+//   resume              end the snapshot
+//   save                write the displayed picture as a JPEG on the card
+//   export-camera PATH  write the camera file
+//   export-orient PATH  write the orientation file
+//   screenshot NAME     write the screen as NAME.png in the output folder
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct Step {
+  int line = 0;
+  std::string verb;
+  std::vector<std::string> args;
+  std::string text;  // the line as written, for reports
+};
+
+struct ParseResult {
+  std::vector<Step> steps;
+  std::string error;  // empty when the script is valid
+};
+
+// Parses a script; an unknown verb or a wrong argument count is an error
+// naming the line.
+ParseResult ParseScript(const std::string& text);
+
+// The session camview runs when no script is given.
+const char* DefaultScript();
+
+}  // namespace host

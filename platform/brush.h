@@ -1,0 +1,12 @@
+#pragma once
+// CBrush: a solid brush (the stock NULL_BRUSH / HOLLOW_BRUSH paints nothing).
+#include "platform/export.h"
+#include "platform/gdi_object.h"
+
+class SURVEYCAM_API CBrush : public CGdiObject {
+ public:
+  CBrush() = default;
+  explicit CBrush(COLORREF color) { CreateSolidBrush(color); }
+  BOOL CreateSolidBrush(COLORREF color);
+  static CBrush* FromHandle(HBRUSH brush) { return static_cast<CBrush*>(CGdiObject::FromHandle(brush)); }
+};

@@ -1,0 +1,249 @@
+// The capture driver "CAP0:" driven through the platform's device calls with
+// the buffer conventions the library uses.
+#include "devices/capture_driver.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+
+#include "devices/devices.h"
+#include "devices/frame_source.h"
+#include "platform/device.h"
+#include "platform/faults.h"
+#include "platform/framebuffer.h"
+#include "platform/handles.h"
+#include "tests/support/test_support.h"
+
+namespace {
+
+namespace cap = devices::capture;
+
+// Pixel value encodes position and camera; brightness is recorded.
+class CodedSource : public devices::FrameSource {
+ public:
+  void Render(const devices::FrameRequest& request, uint16_t* pixels) override {
+    last = request;
+    ++renders;
+    for (int y = 0; y < devices::kFrameHeight; ++y)
+      for (int x = 0; x < devices::kFrameWidth; ++x)
+        pixels[y * devices::kFrameWidth + x] = Code(x, y, request.camera);
+  }
+  static uint16_t Code(int x, int y, int camera) { return uint16_t((y * 640 + x) * 7 + camera * 3); }
+  devices::FrameRequest last;
+  int renders = 0;
+};
+
+class CaptureDriverTest : public testing_support::DeviceTest {
+ protected:
+  void SetUp() override {
+    DeviceTest::SetUp();
+    devices::RegisterAll();
+    cap::Reset();
+    source_ = std::make_shared<CodedSource>();
+    devices::SetFrameSource(source_);
+    handles_before_ = platform::LiveHandles();
+    device_ = CreateFileW(L"CAP0:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(device_, INVALID_HANDLE_VALUE);
+    ASSERT_TRUE(Ioctl(IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&event_)));
+  }
+  void TearDown() override {
+    if (device_) CloseHandle(device_);
+    EXPECT_EQ(platform::LiveHandles(), handles_before_);  // the frame event went with the device
+    devices::SetFrameSource(nullptr);
+    DeviceTest::TearDown();
+  }
+  BOOL Ioctl(DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytes = nullptr) {
+    return DeviceIoControl(device_, code, in, inSize, out, outSize, bytes, nullptr);
+  }
+  BOOL Start(WORD camera, SHORT brightness, DWORD reverse) {
+    VCAP_START_PARAMETER start{12, camera, brightness, 0, reverse};
+    return Ioctl(IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0);
+  }
+  BOOL Display(RECT src, RECT dst) {
+    VCAP_DISP_PARAMETER d{52, 0, 1, src, dst, VCAP_KEY_COLOR, VCAP_KEY_COLOR, 1};
+    return Ioctl(IOCTL_VCAP_SET_DISPLAY, &d, 0, nullptr, 0);
+  }
+  std::vector<uint16_t> FullFrame() {
+    std::vector<uint16_t> frame(640 * 480);
+    EXPECT_TRUE(Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 0, frame.data(), DWORD(frame.size() * 2)));
+    return frame;
+  }
+
+  std::shared_ptr<CodedSource> source_;
+  HANDLE device_ = nullptr;
+  HANDLE event_ = nullptr;
+  long handles_before_ = 0;
+};
+
+TEST_F(CaptureDriverTest, RecordsArriveByteForByteWithInputSizeZero) {
+  VCAP_START_PARAMETER start{12, 0, -112, 0, 1};
+  ASSERT_TRUE(Ioctl(IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0));
+  VCAP_DISP_PARAMETER disp{52, 0, 1, {100, 80, 539, 399}, {0, 0, 319, 239}, 0x404040, 0x404040, 1};
+  ASSERT_TRUE(Ioctl(IOCTL_VCAP_SET_DISPLAY, &disp, 0, nullptr, 0));
+  auto log = cap::Log();
+  ASSERT_EQ(log.size(), 3u);  // event, start, display
+  EXPECT_EQ(log[1].code, 0x221C74u);
+  EXPECT_EQ(log[1].in_size, 0u);
+  ASSERT_EQ(log[1].input.size(), 12u);
+  EXPECT_EQ(std::memcmp(log[1].input.data(), &start, 12), 0);
+  const uint8_t start_bytes[12] = {12, 0, 0, 0, 0x90, 0xFF, 0, 0, 1, 0, 0, 0};
+  EXPECT_EQ(std::memcmp(log[1].input.data(), start_bytes, 12), 0);
+  ASSERT_EQ(log[2].input.size(), 52u);
+  EXPECT_EQ(std::memcmp(log[2].input.data(), &disp, 52), 0);
+  EXPECT_EQ(log[2].input[8], 100);   // SrcRect.left
+  EXPECT_EQ(log[2].input[24 + 8], 0x3F);  // DstRect.right 319 = 0x13F
+  EXPECT_EQ(log[2].input[40], 0x40);
+  EXPECT_TRUE(cap::IsRunning());
+  EXPECT_EQ(cap::LastStart()->Brightness, -112);
+  EXPECT_EQ(cap::DisplayForCamera(0)->SrcRect.right, 539);
+}
+
+TEST_F(CaptureDriverTest, RecordsWithAWrongSizeOrNoPointerAreRefused) {
+  VCAP_START_PARAMETER start{13, 1, 0, 0, 0};
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_START_CAPTURE, &start, 12, nullptr, 0));
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_START_CAPTURE, nullptr, 0, nullptr, 0));
+  VCAP_DISP_PARAMETER disp{};
+  disp.Size = 12;
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_SET_DISPLAY, &disp, 0, nullptr, 0));
+  EXPECT_FALSE(Ioctl(0x221C8C, nullptr, 0, nullptr, 0));
+  EXPECT_FALSE(cap::IsRunning());
+  EXPECT_FALSE(cap::LastDisplay().has_value());
+}
+
+TEST_F(CaptureDriverTest, AFrameForEveryWaitOnTheFixedClock) {
+  ASSERT_TRUE(Start(1, 17, 0));
+  for (int i = 1; i <= 3; ++i) {
+    EXPECT_EQ(WaitForSingleObject(event_, INFINITE), WAIT_OBJECT_0);
+    EXPECT_EQ(cap::FramesProduced(), uint64_t(i));
+  }
+  EXPECT_EQ(source_->last.camera, 1);
+  EXPECT_EQ(source_->last.brightness, 17);
+  EXPECT_EQ(source_->last.frame_index, 2u);
+  // Stopped capture produces nothing more; the last frame stays readable.
+  ASSERT_TRUE(Ioctl(IOCTL_VCAP_STOP_CAPTURE, nullptr, 0, nullptr, 0));
+  EXPECT_EQ(WaitForSingleObject(event_, 1), WAIT_TIMEOUT);
+  EXPECT_EQ(cap::FramesProduced(), 3u);
+  EXPECT_EQ(FullFrame()[641], CodedSource::Code(1, 1, 1));
+}
+
+TEST_F(CaptureDriverTest, ReverseTurnsTheFrameAndQuarterTakesEverySecondPixel) {
+  ASSERT_TRUE(Start(0, 0, 1));
+  WaitForSingleObject(event_, INFINITE);
+  auto frame = FullFrame();
+  EXPECT_EQ(frame[0], CodedSource::Code(639, 479, 0));
+  EXPECT_EQ(frame[640 * 10 + 20], CodedSource::Code(619, 469, 0));
+  ASSERT_TRUE(Start(0, 0, 0));
+  WaitForSingleObject(event_, INFINITE);
+  std::vector<uint16_t> quarter(320 * 240);
+  ASSERT_TRUE(Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 1, quarter.data(), 153600));
+  EXPECT_EQ(quarter[0], CodedSource::Code(0, 0, 0));
+  EXPECT_EQ(quarter[320 * 7 + 5], CodedSource::Code(10, 14, 0));
+  EXPECT_EQ(quarter[320 * 240 - 1], CodedSource::Code(638, 478, 0));
+  // Buffers one byte short are refused, other input sizes too.
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 1, quarter.data(), 153599));
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 0, quarter.data(), 153600));
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 2, quarter.data(), 153600));
+}
+
+TEST_F(CaptureDriverTest, RectangleReadGivesThePictureAsDisplayed) {
+  ASSERT_TRUE(Display({0, 0, 639, 479}, {10, 20, 329, 259}));  // half scale at (10, 20)
+  ASSERT_TRUE(Start(1, 0, 0));
+  WaitForSingleObject(event_, INFINITE);
+  RECT rect{8, 20, 14, 23};  // 6 x 3, the first two columns left of the picture
+  uint16_t out[18];
+  ASSERT_TRUE(Ioctl(IOCTL_VCAP_GET_CAPTURE_RECT, &rect, 1, out, sizeof out));
+  EXPECT_EQ(out[0], 0);
+  EXPECT_EQ(out[1], 0);
+  EXPECT_EQ(out[2], CodedSource::Code(0, 0, 1));
+  EXPECT_EQ(out[3], CodedSource::Code(2, 0, 1));
+  EXPECT_EQ(out[6 * 2 + 5], CodedSource::Code(6, 4, 1));
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_RECT, &rect, 1, out, sizeof out - 1));
+  RECT empty{5, 5, 5, 9};
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_RECT, &empty, 1, out, sizeof out));
+}
+
+TEST_F(CaptureDriverTest, PaintsOnlyKeyColouredPixelsInsideTheDestination) {
+  platform::Framebuffer screen;
+  screen.Resize(40, 30, 0x404040);
+  screen.At(5, 5) = 0x00FF0000;  // an overlay pixel
+  ASSERT_TRUE(Display({100, 200, 119, 209}, {0, 0, 9, 4}));  // 20 x 10 sensor into 10 x 5
+  ASSERT_TRUE(Start(1, 0, 0));
+  cap::Paint(screen);
+  auto expect = [](uint16_t p) {
+    // Blue in the high bits, red in the low bits (the sensor's order).
+    uint32_t b = (p >> 11) * 255 / 31, g = ((p >> 5) & 63) * 255 / 63, r = (p & 31) * 255 / 31;
+    return (r << 16) | (g << 8) | b;
+  };
+  EXPECT_EQ(screen.At(0, 0), expect(CodedSource::Code(100, 200, 1)));
+  EXPECT_EQ(screen.At(9, 4), expect(CodedSource::Code(118, 208, 1)));
+  EXPECT_EQ(screen.At(10, 4), 0x404040u);  // outside DstRect
+  EXPECT_EQ(screen.At(9, 5), 0x404040u);
+  EXPECT_EQ(screen.At(5, 5), 0x00FF0000u);
+  EXPECT_EQ(cap::FramesProduced(), 1u);
+  cap::Paint(screen);
+  EXPECT_EQ(cap::FramesProduced(), 1u);  // the clock has not moved
+}
+
+TEST_F(CaptureDriverTest, EveryRequestCanBeFailed) {
+  VCAP_START_PARAMETER start{12, 1, 0, 0, 0};
+  platform::fault::Arm("cap.start");
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0));
+  EXPECT_FALSE(cap::IsRunning());
+  ASSERT_TRUE(Ioctl(IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0));
+  WaitForSingleObject(event_, INFINITE);
+  platform::fault::Arm("cap.stop");
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_STOP_CAPTURE, nullptr, 0, nullptr, 0));
+  EXPECT_TRUE(cap::IsRunning());
+  platform::fault::Arm("cap.display");
+  EXPECT_FALSE(Display({0, 0, 639, 479}, {0, 0, 319, 239}));
+  EXPECT_FALSE(cap::LastDisplay().has_value());
+  std::vector<uint16_t> frame(640 * 480);
+  platform::fault::Arm("cap.read");
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 0, frame.data(), 614400));
+  RECT rect{0, 0, 4, 4};
+  platform::fault::Arm("cap.read_rect");
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_RECT, &rect, 1, frame.data(), 32));
+  HANDLE other = nullptr;
+  platform::fault::Arm("cap.event");
+  EXPECT_FALSE(Ioctl(IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&other)));
+  EXPECT_EQ(other, nullptr);
+  platform::fault::Arm("cap.open");
+  EXPECT_EQ(CreateFileW(L"CAP0:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr), INVALID_HANDLE_VALUE);
+  platform::fault::Arm("cap.open", 0, 1, /*code=*/1);
+  EXPECT_EQ(CreateFileW(L"CAP0:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr), nullptr);
+  EXPECT_EQ(cap::OpenInstances(), 1);
+}
+
+TEST_F(CaptureDriverTest, ClosingTheLastInstanceStopsCapture) {
+  ASSERT_TRUE(Start(1, 0, 0));
+  EXPECT_TRUE(CloseHandle(device_));
+  device_ = nullptr;
+  EXPECT_FALSE(cap::IsRunning());
+  EXPECT_EQ(cap::OpenInstances(), 0);
+}
+
+TEST(CaptureTestPattern, MovesFromFrameToFrameAndFollowsBrightness) {
+  devices::SetFrameSource(nullptr);
+  devices::RegisterAll();
+  cap::Reset();
+  HANDLE device = CreateFileW(L"CAP0:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  HANDLE event = nullptr;
+  DeviceIoControl(device, IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&event), nullptr);
+  VCAP_START_PARAMETER start{12, 1, 0, 0, 0};
+  DeviceIoControl(device, IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0, nullptr, nullptr);
+  WaitForSingleObject(event, INFINITE);
+  auto first = cap::CurrentFrame();
+  WaitForSingleObject(event, INFINITE);
+  auto second = cap::CurrentFrame();
+  EXPECT_NE(first, second);
+  start.Brightness = 100;
+  DeviceIoControl(device, IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0, nullptr, nullptr);
+  WaitForSingleObject(event, INFINITE);
+  auto bright = cap::CurrentFrame();
+  auto green = [](const std::vector<uint16_t>& f, int i) { return (f[i] >> 5) & 63; };
+  EXPECT_GT(green(bright, 640 * 100 + 600), green(second, 640 * 100 + 600));
+  CloseHandle(device);
+}
+
+}  // namespace

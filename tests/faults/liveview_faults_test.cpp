@@ -1,0 +1,242 @@
+// Fault matrix of the live view's operations that reach the platform outside
+// the window's own start and stop: calibration memory, language file, card
+// folder lookup and snapshot saving.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "devices/capture_driver.h"
+#include "devices/devices.h"
+#include "devices/eeprom_module.h"
+#include "devices/frame_source.h"
+#include "liveview/capture_wnd.h"
+#include "platform/desktop.h"
+#include "platform/fs.h"
+#include "platform/registry.h"
+#include "platform/wnd.h"
+#include "tests/faults/fault_matrix.h"
+
+namespace {
+
+using fault_matrix::Faulted;
+using fault_matrix::FaultMatrix;
+using fault_matrix::Operation;
+namespace eep = devices::eeprom;
+
+const std::wstring kNames[20] = {
+    L"Focal Length",        L"Xp",                  L"Yp",                  L"Distortion Model",
+    L"Distortion Para(K1)", L"Distortion Para(K2)", L"Distortion Para(P1)", L"Distortion Para(P2)",
+    L"X Resolution",        L"Y Resolution",        L"CCD1x Center",        L"CCD1y Center",
+    L"CCD2x Center",        L"CCD2y Center",        L"CCD Offset(X)",       L"CCD Offset(Y)",
+    L"CCD Offset(Z)",       L"CCD Angle OMEGA",     L"CCD Angle PHI",       L"CCD Angle KAPPA"};
+
+bool EndsWith(const std::wstring& text, const std::wstring& tail) {
+  return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+class LiveviewFaults : public FaultMatrix {
+ protected:
+  void SetUp() override {
+    FaultMatrix::SetUp();
+    devices::RegisterAll();
+    devices::capture::Reset();
+    eep::Reset();
+    platform::ResetDesktop();
+  }
+  void TearDown() override {
+    if (view_ && view_->GetSafeHwnd()) view_->DestroyWindow();
+    view_.reset();
+    platform::ResetDesktop();
+    devices::SetFrameSource(nullptr);
+    FaultMatrix::TearDown();
+  }
+
+  // Every calibration item written once with recognisable values.
+  static void StoreAllItems() {
+    CCaptureWnd writer;
+    writer.m_Camera.FocalLength = 8.5;
+    writer.m_nCenterX[1] = 333;
+    writer.m_CcdOffset = CXYZ(0.25, 0.5, 0.75);
+    ASSERT_TRUE(writer.FlashWriteCmr());
+    ASSERT_TRUE(writer.FlashWriteDat());
+  }
+
+  // The memory protocol's outcome for one failed call of `op` ("Read" or
+  // "Write"): the lock is always given back; the first failure is named.
+  static void ExpectFlashOutcome(const Faulted& f, const std::wstring& op) {
+    EXPECT_TRUE(eep::IsLocked());
+    if (f.point == "eep.unlock") {
+      EXPECT_EQ(f.result, FALSE);
+      ASSERT_EQ(f.boxes.size(), 1u);
+      EXPECT_EQ(f.boxes[0].text, L"Unlock Command Error");
+      EXPECT_EQ(f.boxes[0].caption, L"FlashLock");
+      return;
+    }
+    if (f.point == "eep.lock") {
+      EXPECT_EQ(f.result, FALSE);
+      ASSERT_FALSE(f.boxes.empty());
+      EXPECT_EQ(f.boxes.back().text, L"Lock Command Error");
+      EXPECT_EQ(f.boxes.back().caption, L"FlashLock");
+      return;
+    }
+    // An item (its own fault point, or the memory's file under it) failed.
+    if (f.point.rfind("eep.", 0) == 0) {
+      const int item = std::stoi(f.point.substr(f.point.rfind('.') + 1));
+      const bool silentDefault = op == L"Read" && (item == 80 || item == 90 || item == 94);
+      if (silentDefault) {
+        EXPECT_EQ(f.result, TRUE);
+        EXPECT_TRUE(f.boxes.empty());
+        return;
+      }
+      EXPECT_EQ(f.result, FALSE);
+      EXPECT_EQ(OnlyText(f), kNames[item - 80] + L" " + op);
+      EXPECT_EQ(OnlyCaption(f), L"Error");
+      return;
+    }
+    EXPECT_EQ(f.result, FALSE);
+    EXPECT_TRUE(EndsWith(OnlyText(f), L" " + op)) << f.point;
+    EXPECT_EQ(OnlyCaption(f), L"Error");
+  }
+
+  std::unique_ptr<CCaptureWnd> view_;
+};
+
+TEST_F(LiveviewFaults, CalibrationMemory) {
+  CCaptureWnd w;
+  ASSERT_NE(w.m_pSysEepRead, nullptr);
+  auto reads = [&](const char* name, BOOL (CCaptureWnd::*fn)()) {
+    Drill({name, [&] { StoreAllItems(); }, [&w, fn] { return int((w.*fn)()); },
+           [&](const Faulted& f) { ExpectFlashOutcome(f, L"Read"); }});
+  };
+  reads("FlashReadCmr", &CCaptureWnd::FlashReadCmr);
+  reads("FlashReadDat", &CCaptureWnd::FlashReadDat);
+
+  auto writes = [&](const char* name, BOOL (CCaptureWnd::*fn)()) {
+    Drill({name, [&] { StoreAllItems(); }, [&w, fn] { return int((w.*fn)()); },
+           [&](const Faulted& f) { ExpectFlashOutcome(f, L"Write"); }});
+  };
+  writes("FlashWriteCmr", &CCaptureWnd::FlashWriteCmr);
+  writes("FlashWriteDat", &CCaptureWnd::FlashWriteDat);
+
+  // The user offsets change the centres in memory first, whatever happens.
+  Drill({"UserCCDOffsetSet",
+         [&] {
+           StoreAllItems();
+           w.m_nCenterX[1] = 320;
+         },
+         [&] { return int(w.UserCCDOffsetSet()); },
+         [&](const Faulted& f) { ExpectFlashOutcome(f, L"Write"); }});
+}
+
+std::string Utf16Le(const std::u16string& text) {
+  std::string bytes = "\xFF\xFE";
+  for (char16_t u : text) {
+    bytes.push_back(char(u & 0xFF));
+    bytes.push_back(char(u >> 8));
+  }
+  return bytes;
+}
+
+TEST_F(LiveviewFaults, LanguageFile) {
+  std::unique_ptr<CCaptureWnd> w;
+  Drill({"GetImageLangCode",
+         [&] {
+           WriteHostFile(Host(L"\\windows\\DispImgMsg.txt"), Utf16Le(u"Saved OK.\nGespeichert.\n"));
+           w = std::make_unique<CCaptureWnd>();
+           boxes_.clear();
+         },
+         [&] { return w->GetImageLangCode(); },
+         [&](const Faulted& f) {
+           if (f.point == "file.open") {
+             EXPECT_EQ(f.result, 0);
+             EXPECT_EQ(OnlyText(f), L"File Read Error. E-505");
+             EXPECT_EQ(OnlyCaption(f), L"ERROR");
+             return;
+           }
+           // A read or allocation failure leaves the translation empty: the
+           // English texts stay in use and the file still counts as read.
+           EXPECT_EQ(f.result, 1);
+           EXPECT_TRUE(f.boxes.empty());
+           EXPECT_EQ(w->m_pMessage->Text(21), L"Saved OK.");
+         },
+         // The window's construction loads "EEP.DLL"; it is not part of this
+         // operation.
+         {"module.load", "module.proc"}});
+  w.reset();
+}
+
+TEST_F(LiveviewFaults, CardFolderLookup) {
+  CCaptureWnd w;
+  wchar_t folder[256] = {};
+  Drill({"GetInitFolderName",
+         [&] {
+           ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Card"));
+           std::fill(std::begin(folder), std::end(folder), L'\0');
+         },
+         [&] { return int(w.GetInitFolderName(folder)); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, FALSE);
+           EXPECT_TRUE(f.boxes.empty());
+           EXPECT_EQ(platform::registry::OpenKeys(), 0);
+         },
+         {"module.load", "module.proc"}});
+}
+
+// A flat green frame for the view to film.
+class Green : public devices::FrameSource {
+ public:
+  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
+    std::fill(pixels, pixels + devices::kFrameWidth * devices::kFrameHeight, uint16_t(63 << 5));
+  }
+};
+
+TEST_F(LiveviewFaults, SnapshotSaving) {
+  devices::SetFrameSource(std::make_shared<Green>());
+  view_ = std::make_unique<CCaptureWnd>();
+  view_->InitAppUseMessage();
+  ASSERT_TRUE(view_->Create(nullptr, RECT{0, 0, 320, 240}, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+  platform::PumpMessages();
+  const std::string card = Host(L"\\Storage Card");
+  const std::string saved = Host(L"\\Storage Card\\JPEG\\20240503\\140709T100.jpg");
+
+  auto check = [&](const Faulted& f, bool fresh) {
+    EXPECT_FALSE(platform::WaitCursorShown());
+    ASSERT_EQ(f.boxes.size(), 1u);
+    const std::wstring& text = f.boxes[0].text;
+    if (f.result == 1) {
+      EXPECT_EQ(text, L"Saved OK.");
+      return;
+    }
+    if (fresh) EXPECT_FALSE(std::filesystem::exists(saved)) << "no file, not even a partial one";
+    if (f.point.rfind("registry.", 0) == 0) {
+      EXPECT_EQ(text, L"Registry Access Error");
+      EXPECT_EQ(f.boxes[0].caption, L"Error");
+    } else if (f.point == "fs.free_space") {
+      EXPECT_EQ(text, L"The capacity of the memory doesn't suffice. E-523");
+    } else if (f.point == "fs.create_directory") {
+      EXPECT_EQ(text, L"Folder maked error. E-521");
+    } else {
+      EXPECT_EQ(text, L"Jpg Write Error. E-522");
+    }
+  };
+  Drill({"WriteJpeg(new folders)",
+         [&] {
+           std::filesystem::remove_all(card);
+           std::filesystem::create_directories(card);
+           ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card"));
+         },
+         [&] { return view_->WriteJpeg(); }, [&](const Faulted& f) { check(f, true); }});
+
+  const std::string earlier = "an earlier picture of the same second";
+  Drill({"WriteJpeg(over an earlier file)",
+         [&] { WriteHostFile(saved, earlier); },
+         [&] { return view_->WriteJpeg(); },
+         [&](const Faulted& f) {
+           check(f, false);
+           if (f.result == 0 && std::filesystem::exists(saved)) EXPECT_EQ(ReadHostFile(saved), earlier);
+         }});
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+#pragma once
+// Puts the process into a locale whose decimal separator is a comma for the
+// lifetime of the object, so file writers and readers can be checked to keep
+// '.' whatever the locale. When no such locale is installed, one is compiled
+// with localedef into the build tree and found through LOCPATH.
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace testing_support {
+
+class DecimalCommaLocale {
+ public:
+  DecimalCommaLocale() {
+    const char* current = std::setlocale(LC_ALL, nullptr);
+    saved_ = current ? current : "C";
+    active_ = TryInstalled() || TryCompiled();
+    if (active_ && std::localeconv()->decimal_point[0] != ',') Restore();
+  }
+  ~DecimalCommaLocale() { Restore(); }
+  DecimalCommaLocale(const DecimalCommaLocale&) = delete;
+  DecimalCommaLocale& operator=(const DecimalCommaLocale&) = delete;
+
+  bool active() const { return active_; }
+
+ private:
+  static bool TryInstalled() {
+    for (const char* name :
+         {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "it_IT.UTF-8"})
+      if (std::setlocale(LC_ALL, name)) return true;
+    return false;
+  }
+  static bool TryCompiled() {
+    const std::filesystem::path dir = std::filesystem::path(SURVEYCAM_BINARY_DIR) / "test-locales";
+    const std::filesystem::path locale = dir / "de_DE.UTF-8";
+    if (!std::filesystem::exists(locale / "LC_NUMERIC")) {
+      std::filesystem::create_directories(dir);
+      const std::string command =
+          "localedef -i de_DE -f UTF-8 '" + locale.string() + "' >/dev/null 2>&1";
+      if (std::system(command.c_str()) != 0 && !std::filesystem::exists(locale / "LC_NUMERIC"))
+        return false;
+    }
+    setenv("LOCPATH", dir.c_str(), 1);
+    const bool ok = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+    if (!ok) unsetenv("LOCPATH");
+    return ok;
+  }
+  void Restore() {
+    if (!active_) return;
+    std::setlocale(LC_ALL, saved_.c_str());
+    active_ = false;
+  }
+
+  std::string saved_;
+  bool active_ = false;
+};
+
+}  // namespace testing_support

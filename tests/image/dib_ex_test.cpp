@@ -1,0 +1,361 @@
+// CDibEx: creation, thumbnails (against naive references), conversions,
+// pixel access in top-down coordinates, drawing.
+#include "image/dib_ex.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "image_test_util.h"
+#include "platform/dc.h"
+
+namespace {
+
+RGBQUAD* TableOf(CDibEx& dib) { return reinterpret_cast<RGBQUAD*>(dib.m_colorTable); }
+
+// A 8-bit grey or 24-bit picture with distinct values.
+void FillAny(CDibEx& dib, int width, int height, int bits) {
+  if (bits == 24) {
+    image_test::Fill24(dib, width, height, 7);
+    return;
+  }
+  dib.Create(CSize(width, height), 8, 256, TRUE, 0);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      BYTE v = BYTE(x * 13 + y * 29 + (x * y) % 11);
+      dib.SetPixel(&v, CPoint(x, y), 3);
+    }
+}
+
+// Naive box mean, straight from the definition with GetPixel.
+std::vector<int> NaiveBox(CDibEx& src, int cx, int cy, int hx, int hy) {
+  const int channels = src.GetSizePixel();
+  const int mode = channels == 1 ? 3 : 4;
+  const CSize size = src.GetDimensions();
+  std::vector<int> sum(channels, 0);
+  int count = 0;
+  for (int y = cy - hy; y <= cy + hy; ++y)
+    for (int x = cx - hx; x <= cx + hx; ++x) {
+      if (x < 0 || y < 0 || x >= size.cx || y >= size.cy) continue;
+      BYTE p[3];
+      src.GetPixel(p, CPoint(x, y), mode);
+      for (int c = 0; c < channels; ++c) sum[c] += p[c];
+      ++count;
+    }
+  for (int& s : sum) s /= count;
+  return sum;
+}
+
+std::vector<int> PixelOf(CDibEx& dib, int x, int y) {
+  const int channels = dib.GetSizePixel();
+  BYTE p[3];
+  dib.GetPixel(p, CPoint(x, y), channels == 1 ? 3 : 4);
+  return std::vector<int>(p, p + channels);
+}
+
+TEST(DibExCreate, ColourEntriesAndFill) {
+  CDibEx dib;
+  ASSERT_TRUE(dib.Create(CSize(640, 480), 8, 17, FALSE, 0));
+  EXPECT_EQ(dib.GetNumColors(), 17);
+  EXPECT_EQ(dib.m_infoHeader->biClrUsed, 17u);
+  for (int i = 0; i < 17; ++i) EXPECT_EQ(TableOf(dib)[i].rgbRed + TableOf(dib)[i].rgbBlue, 0);
+  EXPECT_TRUE(std::all_of(dib.m_imageBits, dib.m_imageBits + dib.GetSizeImage(), [](BYTE b) { return b == 0; }));
+  EXPECT_FALSE(dib.IsGrayScale());
+  ASSERT_TRUE(dib.Create(CSize(640, 480), 8, 17, TRUE, 0x1FF));
+  EXPECT_EQ(dib.GetNumColors(), 256);
+  EXPECT_TRUE(dib.IsGrayScale());
+  EXPECT_EQ(dib.m_imageBits[1000], 0xFF);
+  EXPECT_EQ(dib.m_palette, nullptr);  // Create makes no palette
+}
+
+TEST(DibExCreate, RowGeometry) {
+  CDibEx dib;
+  dib.Create(CSize(5, 2), 24, 0, FALSE, 0);
+  EXPECT_EQ(dib.GetByteWidth(), 16u);
+  EXPECT_EQ(dib.GetParityBytes(), 1u);
+  EXPECT_EQ(dib.GetSizePixel(), 3);
+  dib.Create(CSize(5, 2), 8, 256, TRUE, 0);
+  EXPECT_EQ(dib.GetByteWidth(), 8u);
+  EXPECT_EQ(dib.GetParityBytes(), 3u);
+}
+
+TEST(DibExCreate, CopiesAreIndependent) {
+  CDibEx a;
+  image_test::Fill24(a, 6, 4);
+  CDibEx b(a);
+  EXPECT_NE(b.m_imageBits, a.m_imageBits);
+  EXPECT_EQ(image_test::RgbOf(b), image_test::RgbOf(a));
+  BYTE white[3] = {255, 255, 255};
+  b.SetPixel(white, CPoint(0, 0), 4);
+  EXPECT_NE(image_test::RgbOf(b), image_test::RgbOf(a));
+  b = b;  // self-assignment keeps the pixels
+  EXPECT_NE(b.m_imageBits, nullptr);
+  b = CDibEx();  // no pixels: empties
+  EXPECT_EQ(b.m_infoHeader, nullptr);
+  CDibEx sized(CSize(4, 4), 24);
+  EXPECT_EQ(sized.m_created, 1);
+  EXPECT_FALSE(b.CreateFrom(nullptr, TRUE, 0));
+}
+
+TEST(DibExPixels, TopDownCoordinatesOverBottomUpRows) {
+  CDibEx dib;
+  dib.Create(CSize(3, 2), 24, 0, FALSE, 0);
+  BYTE bgr[3] = {1, 2, 3};
+  ASSERT_TRUE(dib.SetPixel(bgr, CPoint(2, 0), 4));
+  // Picture row 0 is the last stored row.
+  const BYTE* stored = dib.m_imageBits + dib.GetByteWidth() + 6;
+  EXPECT_EQ(stored[0], 1);
+  EXPECT_EQ(stored[2], 3);
+  BYTE v = 0;
+  EXPECT_TRUE(dib.GetPixel(&v, CPoint(2, 0), 0));
+  EXPECT_EQ(v, 3);  // red
+  EXPECT_TRUE(dib.GetPixel(&v, CPoint(2, 0), 2));
+  EXPECT_EQ(v, 1);  // blue
+  EXPECT_FALSE(dib.GetPixel(&v, CPoint(3, 0), 0));
+  EXPECT_FALSE(dib.GetPixel(&v, CPoint(0, -1), 0));
+  EXPECT_FALSE(dib.GetPixel(&v, CPoint(0, 0), 5));
+}
+
+TEST(DibExPixels, LuminanceIsReadOnly) {
+  CDibEx dib;
+  dib.Create(CSize(1, 1), 24, 0, FALSE, 0);
+  BYTE bgr[3] = {200, 100, 50};  // 0.59*100 + 0.11*200 + 0.3*50 = 96
+  dib.SetPixel(bgr, CPoint(0, 0), 4);
+  BYTE v = 0;
+  ASSERT_TRUE(dib.GetPixel(&v, CPoint(0, 0), 3));
+  EXPECT_EQ(v, 96);
+  EXPECT_FALSE(dib.SetPixel(&v, CPoint(0, 0), 3));
+  EXPECT_FALSE(dib.SetPixel(&v, CPoint(0, 0), 5));
+}
+
+TEST(DibExPixels, RectangleRoundTrip) {
+  CDibEx dib;
+  image_test::Fill24(dib, 9, 7);
+  const CRect rc(2, 1, 7, 5);
+  std::vector<BYTE> all(rc.Width() * rc.Height() * 3), red(rc.Width() * rc.Height());
+  ASSERT_TRUE(dib.PicupImage(all.data(), rc, 4));
+  ASSERT_TRUE(dib.PicupImage(red.data(), rc, 0));
+  for (size_t i = 0; i < red.size(); ++i) EXPECT_EQ(red[i], all[3 * i + 2]);
+  BYTE p[3];
+  dib.GetPixel(p, CPoint(3, 2), 4);
+  EXPECT_EQ(0, std::memcmp(p, &all[(1 * 5 + 1) * 3], 3));  // (3,2) is row 1, column 1 of rc
+  CDibEx other;
+  other.Create(CSize(9, 7), 24, 0, FALSE, 0);
+  ASSERT_TRUE(other.ReplaceImage(all.data(), rc, 4));
+  std::vector<BYTE> back(all.size());
+  other.PicupImage(back.data(), rc, 4);
+  EXPECT_EQ(back, all);
+  EXPECT_FALSE(other.ReplaceImage(all.data(), rc, 3));
+  EXPECT_FALSE(other.PicupImage(all.data(), CRect(2, 2, 2, 5), 4));
+  EXPECT_FALSE(other.PicupImage(all.data(), rc, 5));
+}
+
+TEST(DibExThumbnail, NearestPixel) {
+  CDibEx src, dst;
+  FillAny(src, 10, 8, 24);
+  ASSERT_TRUE(dst.CreateThumbnail(&src, 2.5, 2.0));
+  EXPECT_EQ(dst.GetDimensions(), CSize(4, 4));
+  EXPECT_EQ(PixelOf(dst, 3, 2), PixelOf(src, 7, 4));  // trunc(3 * 2.5) = 7
+  ASSERT_TRUE(dst.CreateThumbnail(&src, CSize(5, 4)));
+  EXPECT_EQ(dst.GetDimensions(), CSize(5, 4));
+  EXPECT_EQ(PixelOf(dst, 4, 3), PixelOf(src, 8, 6));
+  EXPECT_FALSE(dst.CreateThumbnail(&src, 0.0, 1.0));
+  EXPECT_FALSE(dst.CreateThumbnail(&src, CSize(0, 4)));
+}
+
+TEST(DibExThumbnail, BoxMeanMatchesNaiveReference) {
+  for (int bits : {8, 24})
+    for (int n : {1, 2, 3, 4}) {
+      CDibEx src, dst;
+      FillAny(src, 17, 13, bits);
+      ASSERT_TRUE(dst.CreateThumbnail2(&src, n));
+      ASSERT_EQ(dst.GetDimensions(), CSize(17 / n - 1, 13 / n - 1));
+      const int h = std::max(1, n / 2);
+      for (int y = 0; y < 13 / n - 1; ++y)
+        for (int x = 0; x < 17 / n - 1; ++x)
+          ASSERT_EQ(PixelOf(dst, x, y), NaiveBox(src, x * n, y * n, h, h)) << bits << " n=" << n;
+    }
+}
+
+TEST(DibExThumbnail, RealRatioBoxMeanMatchesNaiveReference) {
+  for (int bits : {8, 24})
+    for (double ratio : {1.5, 2.0, 3.3}) {
+      CDibEx src, dst;
+      FillAny(src, 19, 11, bits);
+      ASSERT_TRUE(dst.CreateThumbnail3(&src, ratio, ratio + 0.4));
+      const int w = int(19 / ratio + 0.5), h = int(11 / (ratio + 0.4) + 0.5);
+      ASSERT_EQ(dst.GetDimensions(), CSize(w, h));
+      const int hx = std::max(1, int((ratio + 1) * 0.5)), hy = std::max(1, int((ratio + 1.4) * 0.5));
+      for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+          ASSERT_EQ(PixelOf(dst, x, y),
+                    NaiveBox(src, int(x * ratio + 0.5), int(y * (ratio + 0.4) + 0.5), hx, hy));
+    }
+}
+
+TEST(DibExThumbnail, SizeLimits) {
+  CDibEx src, dst;
+  src.Create(CSize(16, 16), 8, 256, TRUE, 0);
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 16; ++x) {
+      BYTE v = BYTE(x + 2 * y);
+      src.SetPixel(&v, CPoint(x, y), 3);
+    }
+  ASSERT_TRUE(dst.CreateThumbnail2(&src, 4));
+  EXPECT_EQ(dst.GetDimensions(), CSize(3, 3));
+  // Hand-worked: the box around (4, 8) spans columns 2..6 and rows 6..10,
+  // mean x = 4 and mean y = 8, so the mean of x + 2y is 20.
+  BYTE v = 0;
+  dst.GetPixel(&v, CPoint(1, 2), 3);
+  EXPECT_EQ(v, 20);
+  FillAny(src, 8, 8, 8);
+  EXPECT_FALSE(dst.CreateThumbnail2(&src, 4));
+  // Refused for size: a header with the new size, no pixels.
+  EXPECT_FALSE(dst.CreateThumbnail3(&src, 3.0, 6.0));
+  EXPECT_EQ(dst.GetDimensions(), CSize(3, 1));
+  EXPECT_EQ(dst.m_imageBits, nullptr);
+  CDibEx sixteen;
+  sixteen.Create(CSize(16, 16), 16, 0, FALSE, 0);
+  EXPECT_FALSE(dst.CreateThumbnail2(&sixteen, 2));
+}
+
+TEST(DibExColour, GrayScale) {
+  CDibEx src, dst;
+  src.Create(CSize(1, 1), 24, 0, FALSE, 0);
+  BYTE blue[3] = {255, 0, 0};
+  src.SetPixel(blue, CPoint(0, 0), 4);
+  ASSERT_TRUE(src.GrayScale(&dst));
+  EXPECT_TRUE(dst.IsGrayScale());
+  EXPECT_EQ(dst.m_imageBits[0], 28);
+  // Already grey: refused, destination untouched.
+  CDibEx grey;
+  grey.Create(CSize(2, 2), 8, 256, TRUE, 5);
+  BYTE* before = dst.m_imageBits;
+  EXPECT_FALSE(grey.GrayScale(&dst));
+  EXPECT_EQ(dst.m_imageBits, before);
+  // Palette image: through the palette.
+  CDibEx palette;
+  palette.Create(CSize(2, 1), 8, 2, FALSE, 1);
+  TableOf(palette)[1] = RGBQUAD{0, 255, 0, 0};  // green: 0.59 * 255 = 150.45
+  ASSERT_TRUE(palette.GrayScale(&dst));
+  EXPECT_EQ(dst.m_imageBits[0], 150);
+}
+
+TEST(DibExColour, FullColor) {
+  CDibEx palette, dst;
+  palette.Create(CSize(3, 2), 8, 4, FALSE, 0);
+  TableOf(palette)[3] = RGBQUAD{10, 20, 30, 0};
+  BYTE index = 3;
+  palette.SetPixel(&index, CPoint(1, 1), 0);
+  ASSERT_TRUE(palette.FullColor(&dst));
+  EXPECT_EQ(dst.m_infoHeader->biBitCount, 24);
+  EXPECT_EQ(PixelOf(dst, 1, 1), (std::vector<int>{10, 20, 30}));
+  CDibEx grey;
+  grey.Create(CSize(2, 2), 8, 256, TRUE, 0);
+  EXPECT_FALSE(grey.FullColor(&dst));
+  EXPECT_FALSE(dst.FullColor(&palette));  // 24-bit source
+}
+
+TEST(DibExColour, ReverseAndDensity) {
+  CDibEx dib;
+  image_test::Fill24(dib, 5, 3);
+  const auto original = image_test::RgbOf(dib);
+  ASSERT_TRUE(dib.Reverse());
+  const auto negative = image_test::RgbOf(dib);
+  for (size_t i = 0; i < original.size(); ++i) ASSERT_EQ(negative[i], 255 - original[i]);
+  dib.Reverse();
+  EXPECT_EQ(image_test::RgbOf(dib), original);
+  BYTE identity[256], zero[256], half[256];
+  for (int i = 0; i < 256; ++i) identity[i] = BYTE(i), zero[i] = 0, half[i] = BYTE(i / 2);
+  ASSERT_TRUE(dib.ChangeDensity(half, identity, zero));
+  const auto mapped = image_test::RgbOf(dib);
+  for (size_t i = 0; i < original.size(); i += 3) {
+    ASSERT_EQ(mapped[i], original[i] / 2);
+    ASSERT_EQ(mapped[i + 1], original[i + 1]);
+    ASSERT_EQ(mapped[i + 2], 0);
+  }
+  CDibEx palette;
+  palette.Create(CSize(2, 2), 8, 256, TRUE, 0);
+  ASSERT_TRUE(palette.ChangeDensity(zero, identity, half));
+  EXPECT_EQ(TableOf(palette)[200].rgbRed, 0);
+  EXPECT_EQ(TableOf(palette)[200].rgbBlue, 100);
+  ASSERT_TRUE(palette.Reverse());
+  EXPECT_EQ(TableOf(palette)[200].rgbGreen, 55);
+  CDibEx sixteen;
+  sixteen.Create(CSize(2, 2), 16, 0, FALSE, 0);
+  EXPECT_FALSE(sixteen.ChangeDensity(zero, zero, zero));
+}
+
+TEST(DibExColour, HistogramAndRange) {
+  CDibEx dib;
+  dib.Create(CSize(1, 1), 24, 0, FALSE, 0);
+  BYTE bgr[3] = {10, 20, 30};
+  dib.SetPixel(bgr, CPoint(0, 0), 4);
+  int mins[4], maxs[4];
+  ASSERT_TRUE(dib.GetDensityRange(mins, maxs));
+  EXPECT_EQ(std::vector<int>(mins, mins + 4), (std::vector<int>{30, 20, 10, 10}));
+  EXPECT_EQ(std::vector<int>(maxs, maxs + 4), (std::vector<int>{30, 20, 10, 30}));
+  CDibEx grey;
+  grey.Create(CSize(3, 5), 8, 256, TRUE, 7);
+  int red[256], green[256], blue[256];
+  red[7] = 99;
+  ASSERT_TRUE(grey.GetHistgram(red, green, blue));
+  EXPECT_EQ(red[7], 15);  // padding not counted: 3 × 5 pixels
+  EXPECT_EQ(blue[7], 15);
+  EXPECT_EQ(red[0], 0);
+  CDibEx empty;
+  EXPECT_FALSE(empty.GetHistgram(red, green, blue));
+  EXPECT_EQ(red[7], 0);  // zeroed before the refusal
+  EXPECT_FALSE(empty.GetDensityRange(mins, maxs));
+}
+
+class DibExDraw : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    fb_.Resize(40, 30, 0x123456);
+    dc_.AttachFramebuffer(&fb_, RECT{0, 0, 40, 30});
+    // 4 × 2 picture: top row red, bottom row blue, column 3 green.
+    dib_.Create(CSize(4, 2), 24, 0, FALSE, 0);
+    for (int x = 0; x < 4; ++x) {
+      BYTE top[3] = {0, 0, 255}, bottom[3] = {255, 0, 0}, green[3] = {0, 255, 0};
+      dib_.SetPixel(x == 3 ? green : top, CPoint(x, 0), 4);
+      dib_.SetPixel(x == 3 ? green : bottom, CPoint(x, 1), 4);
+    }
+  }
+  platform::Framebuffer fb_;
+  CDC dc_;
+  CDibEx dib_;
+};
+
+TEST_F(DibExDraw, RowByRowMatchesOneBlit) {
+  ASSERT_TRUE(dib_.Draw2(&dc_, CPoint(1, 1), CSize(8, 6)));
+  ASSERT_TRUE(dib_.Draw(&dc_, CPoint(20, 1), CSize(8, 6)));
+  for (int y = 1; y < 7; ++y)
+    for (int x = 1; x < 9; ++x) ASSERT_EQ(fb_.At(x, y), fb_.At(x + 19, y)) << x << "," << y;
+  EXPECT_EQ(fb_.At(1, 1), 0xFF0000u);
+  EXPECT_EQ(fb_.At(1, 6), 0x0000FFu);
+  EXPECT_EQ(fb_.At(8, 3), 0x00FF00u);
+  EXPECT_EQ(dib_.m_infoHeader->biHeight, 2);  // header restored
+}
+
+TEST_F(DibExDraw, PartOfTheImage) {
+  // Columns 2..3 of the whole height, stretched to 4 × 2.
+  ASSERT_TRUE(dib_.DrawEx(&dc_, CPoint(0, 10), CSize(4, 2), CPoint(2, 0), CSize(2, 2)));
+  EXPECT_EQ(fb_.At(0, 10), 0xFF0000u);
+  EXPECT_EQ(fb_.At(3, 10), 0x00FF00u);
+  EXPECT_EQ(fb_.At(0, 11), 0x0000FFu);
+  ASSERT_TRUE(dib_.DrawEx2(&dc_, CPoint(10, 10), CSize(4, 2), CPoint(2, 0), CSize(2, 2)));
+  for (int y = 10; y < 12; ++y)
+    for (int x = 0; x < 4; ++x) EXPECT_EQ(fb_.At(x, y), fb_.At(x + 10, y));
+  EXPECT_FALSE(dib_.DrawEx(&dc_, CPoint(0, 0), CSize(4, 2), CPoint(4, 0), CSize(1, 1)));
+  EXPECT_FALSE(dib_.DrawEx(&dc_, CPoint(0, 0), CSize(4, 2), CPoint(2, 0), CSize(3, 2)));
+  EXPECT_FALSE(dib_.DrawEx2(&dc_, CPoint(0, 0), CSize(4, 2), CPoint(0, 1), CSize(4, 2)));
+  // Zero source size: the whole image.
+  ASSERT_TRUE(dib_.DrawEx(&dc_, CPoint(20, 20), CSize(4, 2), CPoint(0, 0), CSize(0, 0)));
+  EXPECT_EQ(fb_.At(23, 21), 0x00FF00u);
+  EXPECT_EQ(fb_.At(20, 21), 0x0000FFu);
+}
+
+}  // namespace

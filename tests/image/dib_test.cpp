@@ -1,0 +1,328 @@
+// CDib: header arithmetic, BMP files (checked against PIL), bad input.
+#include "image/dib.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "image/dib_ex.h"
+#include "image_test_util.h"
+#include "platform/faults.h"
+#include "platform/file.h"
+#include "tests/support/test_support.h"
+
+namespace {
+
+using image_test::ReadAll;
+using image_test::RunPil;
+
+class DibTest : public testing_support::DeviceTest {
+ protected:
+  std::string Path(const char* name) { return root_ + "/" + name; }
+  // Writes raw bytes as a file and reads it with CDib::Read.
+  int ReadBytes(CDib& dib, const std::string& bytes) {
+    WriteHostFile(Path("in.bmp"), bytes);
+    CFile file;
+    if (!file.Open(L"\\in.bmp", CFile::modeRead)) return -1;
+    return dib.Read(&file);
+  }
+};
+
+std::string BmpBytes(int width, int height, int bits, DWORD clrUsed = 0, DWORD offBitsDelta = 0) {
+  CDibEx dib;
+  dib.Create(CSize(width, height), bits, int(clrUsed ? clrUsed : 256), bits == 8 && !clrUsed, 7);
+  std::string out(14 + dib.GetSizeHeader() + dib.GetSizeImage(), '\0');
+  BITMAPFILEHEADER fh{0x4D42, 0, 0, 0, DWORD(14 + dib.GetSizeHeader()) + offBitsDelta};
+  std::memcpy(out.data(), &fh, 14);
+  std::memcpy(out.data() + 14, dib.m_infoHeader, dib.GetSizeHeader());
+  std::memcpy(out.data() + 14 + dib.GetSizeHeader(), dib.m_imageBits, dib.GetSizeImage());
+  return out;
+}
+
+// Edits the information header of a BMP file image (copied out and back:
+// the header is not 4-byte aligned in the file).
+template <class Edit>
+void EditInfo(std::string& bytes, Edit edit) {
+  BITMAPINFOHEADER h;
+  std::memcpy(&h, bytes.data() + 14, sizeof h);
+  edit(h);
+  std::memcpy(bytes.data() + 14, &h, sizeof h);
+}
+
+void SetOffBits(std::string& bytes, DWORD offBits) { std::memcpy(bytes.data() + 10, &offBits, 4); }
+
+// The packed DIB (header, table, pixels) of a BMP file, 4-byte aligned.
+std::vector<uint32_t> PackedDib(const std::string& bmp) {
+  std::vector<uint32_t> block((bmp.size() - 14 + 3) / 4);
+  std::memcpy(block.data(), bmp.data() + 14, bmp.size() - 14);
+  return block;
+}
+
+TEST(DibHeader, MetricsFromSizeAndDepth) {
+  CDib colour(CSize(640, 480), 24);
+  EXPECT_EQ(colour.GetSizeImage(), 921600);
+  EXPECT_EQ(colour.GetSizeHeader(), 40);
+  EXPECT_EQ(colour.m_imageBits, nullptr);
+  EXPECT_EQ(colour.m_colorTable, reinterpret_cast<BYTE*>(colour.m_infoHeader) + 40);
+  CDib mono(CSize(33, 2), 1);
+  EXPECT_EQ(mono.GetSizeImage(), 16);  // 8-byte rows
+  EXPECT_EQ(mono.m_colorEntries, 2);
+  CDib palette(CSize(3, 3), 8);
+  EXPECT_EQ(palette.m_colorEntries, 256);
+  EXPECT_EQ(palette.GetSizeHeader(), 1064);
+  EXPECT_EQ(palette.GetDimensions(), CSize(3, 3));
+  EXPECT_EQ(CDib().GetDimensions(), CSize(0, 0));
+}
+
+TEST(DibHeader, RuntimeClassIsSerialCDib) {
+  CDib dib;
+  const CRuntimeClass* cls = dib.GetRuntimeClass();
+  EXPECT_STREQ(cls->m_lpszClassName, "CDib");
+  EXPECT_EQ(cls->m_pBaseClass, RUNTIME_CLASS(CObject));
+  EXPECT_TRUE(dib.IsSerializable());
+  CObject* made = RUNTIME_CLASS(CDib)->CreateObject();
+  ASSERT_NE(made, nullptr);
+  EXPECT_TRUE(made->IsKindOf(RUNTIME_CLASS(CDib)));
+  delete made;
+}
+
+TEST(DibHeader, AttachMemoryAdoptsPackedDib) {
+  auto block = PackedDib(BmpBytes(4, 2, 8, 17));
+  CDib dib;
+  EXPECT_TRUE(dib.AttachMemory(block.data()));
+  EXPECT_EQ(dib.m_colorEntries, 17);
+  EXPECT_EQ(dib.m_headerAlloc, CDib::noAlloc);
+  EXPECT_EQ(dib.m_imageBits, reinterpret_cast<BYTE*>(block.data()) + 40 + 68);
+  EXPECT_NE(dib.m_palette, nullptr);
+  dib.Empty();  // the caller's block is not freed
+}
+
+TEST_F(DibTest, GlobalHeaderIsNotFreedAndReported) {
+  auto block = PackedDib(BmpBytes(2, 2, 24));
+  CDib dib;
+  dib.AttachMemory(block.data(), TRUE, reinterpret_cast<void*>(0x1234));
+  EXPECT_EQ(dib.m_headerAlloc, CDib::heapAlloc);
+  dib.Empty();
+  EXPECT_EQ(boxes_.LastText(), L"Not Supported in WinCE. E-514");
+  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
+}
+
+TEST_F(DibTest, WriteUsesHeaderOnlyFileSize) {
+  CDibEx dib;
+  image_test::Fill24(dib, 5, 3);
+  CString path(L"\\out.bmp");
+  ASSERT_TRUE(dib.WriteBMP(path));
+  const std::string bytes = ReadAll(Path("out.bmp"));
+  ASSERT_EQ(bytes.size(), 14u + 40u + 16u * 3u);
+  BITMAPFILEHEADER fh;
+  std::memcpy(&fh, bytes.data(), 14);
+  EXPECT_EQ(fh.bfType, 0x4D42);
+  const DWORD offBits = fh.bfOffBits, fileSize = fh.bfSize;
+  EXPECT_EQ(offBits, 54u);
+  EXPECT_EQ(fileSize, 54u);
+}
+
+TEST_F(DibTest, WriteReadWriteIsByteExact) {
+  for (int bits : {8, 24}) {
+    CDibEx dib;
+    dib.Create(CSize(7, 5), bits, 256, TRUE, 0);
+    for (int i = 0; i < dib.GetSizeImage(); ++i) dib.m_imageBits[i] = BYTE(i * 37);
+    CString first(L"\\a.bmp"), second(L"\\b.bmp");
+    ASSERT_TRUE(dib.WriteBMP(first));
+    CDibEx back;
+    ASSERT_TRUE(back.ReadBMP(first));
+    EXPECT_EQ(back.m_headerAlloc, CDib::crtAlloc);
+    EXPECT_EQ(back.m_imageAlloc, CDib::crtAlloc);
+    ASSERT_TRUE(back.WriteBMP(second));
+    EXPECT_EQ(ReadAll(Path("a.bmp")), ReadAll(Path("b.bmp"))) << bits;
+  }
+}
+
+TEST_F(DibTest, SerializeGoesThroughTheArchiveFile) {
+  CDibEx dib;
+  image_test::Fill24(dib, 3, 3);
+  {
+    CFile file;
+    ASSERT_TRUE(file.Open(L"\\s.bmp", CFile::modeCreate | CFile::modeWrite));
+    CArchive ar(&file, CArchive::store);
+    dib.Serialize(ar);
+  }
+  CFile file;
+  ASSERT_TRUE(file.Open(L"\\s.bmp", CFile::modeRead));
+  CArchive ar(&file, CArchive::load);
+  CDibEx back;
+  back.Serialize(ar);
+  EXPECT_EQ(image_test::RgbOf(back), image_test::RgbOf(dib));
+}
+
+// Our files as PIL reads them: same pixels.
+TEST_F(DibTest, PilReadsOurBmps) {
+  const char* script =
+      "import sys\nfrom PIL import Image\nim = Image.open(sys.argv[1])\n"
+      "open(sys.argv[2], \"wb\").write(im.convert(\"RGB\").tobytes())";
+  struct Case { int width, height, bits; bool grey; };
+  for (Case c : {Case{7, 5, 24, false}, Case{13, 4, 8, true}, Case{5, 6, 8, false}}) {
+    CDibEx dib;
+    if (c.bits == 24) {
+      image_test::Fill24(dib, c.width, c.height);
+    } else {
+      dib.Create(CSize(c.width, c.height), 8, 256, c.grey, 0);
+      auto* table = reinterpret_cast<RGBQUAD*>(dib.m_colorTable);
+      if (!c.grey)
+        for (int i = 0; i < 256; ++i) table[i] = RGBQUAD{BYTE(i), BYTE(255 - i), BYTE(i * 3), 0};
+      for (int y = 0; y < c.height; ++y)
+        for (int x = 0; x < c.width; ++x) {
+          BYTE v = BYTE(x * 19 + y * 41);
+          dib.SetPixel(&v, CPoint(x, y), 3);
+        }
+      dib.MakePalette();
+    }
+    CString path(L"\\ours.bmp");
+    ASSERT_TRUE(dib.WriteBMP(path));
+    ASSERT_TRUE(RunPil(script, {Path("ours.bmp"), Path("ours.rgb")}));
+    const std::string rgb = ReadAll(Path("ours.rgb"));
+    const auto expected = image_test::RgbOf(dib);
+    EXPECT_EQ(rgb, std::string(expected.begin(), expected.end())) << c.width << "x" << c.height << " " << c.bits;
+  }
+}
+
+// PIL's files as we read them: same pixels (palette, grey, colour, odd widths).
+TEST_F(DibTest, WeReadPilBmps) {
+  const char* script =
+      "import sys\nfrom PIL import Image\nw, h, mode = int(sys.argv[1]), int(sys.argv[2]), sys.argv[3]\n"
+      "im = Image.new(\"RGB\", (w, h))\n"
+      "im.putdata([((x * 29 + y) % 256, (y * 53) % 256, (x * y * 7) % 256) for y in range(h) for x in range(w)])\n"
+      "if mode == \"P\": im = im.quantize(colors=40)\n"
+      "if mode == \"L\": im = im.convert(\"L\")\n"
+      "im.save(sys.argv[4])\nopen(sys.argv[5], \"wb\").write(im.convert(\"RGB\").tobytes())";
+  struct Case { int width, height; const char* mode; int bits; };
+  for (Case c : {Case{9, 7, "RGB", 24}, Case{11, 3, "P", 8}, Case{6, 5, "L", 8}, Case{1, 1, "RGB", 24}}) {
+    ASSERT_TRUE(RunPil(script, {std::to_string(c.width), std::to_string(c.height), c.mode, Path("pil.bmp"),
+                                Path("pil.rgb")}));
+    CDibEx dib;
+    CString path(L"\\pil.bmp");
+    ASSERT_TRUE(dib.ReadBMP(path)) << c.mode;
+    EXPECT_EQ(dib.m_infoHeader->biBitCount, c.bits);
+    EXPECT_EQ(dib.GetDimensions(), CSize(c.width, c.height));
+    const auto rgb = image_test::RgbOf(dib);
+    EXPECT_EQ(std::string(rgb.begin(), rgb.end()), ReadAll(Path("pil.rgb"))) << c.mode;
+  }
+}
+
+TEST_F(DibTest, NotABitmapIsReportedAndLeavesTheObjectEmpty) {
+  CDib dib(CSize(2, 2), 24);
+  std::string bytes = BmpBytes(2, 2, 24);
+  bytes[0] = 'X';
+  EXPECT_EQ(ReadBytes(dib, bytes), FALSE);
+  EXPECT_EQ(boxes_.LastText(), L"Invalid bitmap file. E-513");
+  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
+  EXPECT_EQ(dib.m_infoHeader, nullptr);
+  EXPECT_EQ(dib.m_imageBits, nullptr);
+}
+
+TEST_F(DibTest, ShortFileHeaderFailsSilently) {
+  CDib dib;
+  EXPECT_EQ(ReadBytes(dib, "BM\x10\x00"), FALSE);
+  EXPECT_EQ(boxes_.size(), 0u);
+}
+
+// Malformed headers are refused without reading beyond the blocks (the
+// sanitizer build checks the "without" part).
+TEST_F(DibTest, MalformedHeadersAreRefused) {
+  const std::string good = BmpBytes(5, 4, 8);
+  struct Case { const char* what; void (*edit)(std::string&); };
+  const Case cases[] = {
+      {"offset inside the file header", [](std::string& b) { SetOffBits(b, 10); }},
+      {"offset inside the info header", [](std::string& b) { SetOffBits(b, 30); }},
+      {"offset beyond the file", [](std::string& b) { SetOffBits(b, 1u << 30); }},
+      {"pixels beyond the file", [](std::string& b) { b.resize(b.size() - 3); }},
+      {"zero width", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biWidth = 0; }); }},
+      {"absurd width", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biWidth = 0x7FFFFFFF; }); }},
+      {"negative height", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biHeight = -4; }); }},
+      {"absurd height", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biHeight = 1 << 30; }); }},
+      {"bit count 7", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biBitCount = 7; }); }},
+      {"bit count 0", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biBitCount = 0; }); }},
+      {"colour table beyond the header", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biClrUsed = 300; }); }},
+      {"compressed", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_RLE8; }); }},
+      {"image size smaller than the rows", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSizeImage = 3; }); }},
+      {"other header size", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSize = 12; }); }},
+  };
+  CDib ok;
+  ASSERT_TRUE(ReadBytes(ok, good));
+  for (const Case& c : cases) {
+    std::string bytes = good;
+    c.edit(bytes);
+    CDib dib;
+    EXPECT_EQ(ReadBytes(dib, bytes), FALSE) << c.what;
+  }
+}
+
+TEST_F(DibTest, AllocationFailureFailsTheRead) {
+  const std::string bytes = BmpBytes(5, 4, 24);
+  platform::fault::Arm("alloc", /*skip=*/1);  // the header succeeds, the pixels fail
+  CDib dib;
+  EXPECT_EQ(ReadBytes(dib, bytes), FALSE);
+  platform::fault::Arm("alloc");
+  CDibEx created;
+  EXPECT_EQ(created.Create(CSize(4, 4), 24, 0, FALSE, 0), FALSE);
+}
+
+TEST(DibSection, CreatedOnlyWithoutPixels) {
+  CDib dib(CSize(4, 3), 24);
+  const HBITMAP section = dib.CreateSection();
+  ASSERT_NE(section, nullptr);
+  ASSERT_NE(dib.m_imageBits, nullptr);
+  std::memset(dib.m_imageBits, 0xAB, dib.GetSizeImage());  // the rows are writable
+  BYTE* bits = dib.m_imageBits;
+  EXPECT_EQ(dib.CreateSection(), nullptr);
+  EXPECT_EQ(dib.m_imageBits, bits);
+  EXPECT_EQ(dib.m_sectionBitmap, section);
+  EXPECT_EQ(CDib().CreateSection(), nullptr);
+}
+
+TEST(DibPalette, MadeFromTheColourTableOnly) {
+  CDibEx palette;
+  palette.Create(CSize(2, 2), 8, 3, FALSE, 0);
+  reinterpret_cast<RGBQUAD*>(palette.m_colorTable)[2] = RGBQUAD{10, 20, 30, 0};
+  ASSERT_TRUE(palette.MakePalette());
+  PALETTEENTRY entries[3];
+  ASSERT_EQ(GetPaletteEntries(palette.m_palette, 0, 3, entries), 3u);
+  EXPECT_EQ(entries[2].peRed, 30);
+  EXPECT_EQ(entries[2].peBlue, 10);
+  CDibEx colour;
+  colour.Create(CSize(2, 2), 24, 0, FALSE, 0);
+  EXPECT_FALSE(colour.MakePalette());
+  // The display is true colour: no system palette for anyone.
+  platform::Framebuffer fb;
+  fb.Resize(4, 4);
+  CDC dc;
+  dc.AttachFramebuffer(&fb, RECT{0, 0, 4, 4});
+  EXPECT_FALSE(palette.SetSystemPalette(&dc));
+  EXPECT_FALSE(colour.SetSystemPalette(&dc));
+  EXPECT_EQ(palette.UsePalette(&dc, FALSE), 0u);
+}
+
+// Draw flips the picture when the dc has no attribute context.
+TEST(DibDraw, HeightSignFollowsTheAttributeContext) {
+  CDibEx dib;
+  dib.Create(CSize(1, 2), 24, 0, FALSE, 0);
+  BYTE top[3] = {0, 0, 255}, bottom[3] = {255, 0, 0};
+  dib.SetPixel(top, CPoint(0, 0), 4);
+  dib.SetPixel(bottom, CPoint(0, 1), 4);
+  platform::Framebuffer fb;
+  fb.Resize(4, 4);
+  CDC dc;
+  dc.AttachFramebuffer(&fb, RECT{0, 0, 4, 4});
+  ASSERT_TRUE(dib.Draw(&dc, CPoint(0, 0), CSize(1, 2)));
+  EXPECT_EQ(fb.At(0, 0), 0xFF0000u);
+  EXPECT_EQ(fb.At(0, 1), 0x0000FFu);
+  dc.ReleaseAttribDC();
+  ASSERT_TRUE(dib.Draw(&dc, CPoint(2, 1), CSize(1, 2)));
+  // Negative height: rows 0..1 above y = 1, upside down.
+  EXPECT_EQ(fb.At(2, 0), 0x0000FFu);
+  EXPECT_EQ(fb.At(2, 1), 0xFF0000u);
+}
+
+}  // namespace

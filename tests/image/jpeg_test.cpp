@@ -1,0 +1,127 @@
+// JPEG files through "JPEG_LIB.dll": quality checked with djpeg, the scale
+// denominators, and the library without the module.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+
+#include "devices/jpeg_module.h"
+#include "image/dib_ex.h"
+#include "image_test_util.h"
+#include "platform/faults.h"
+#include "tests/support/test_support.h"
+
+namespace {
+
+class JpegTest : public testing_support::DeviceTest {
+ protected:
+  void SetUp() override {
+    DeviceTest::SetUp();
+    devices::RegisterJpegModule();
+  }
+  std::string Path(const char* name) { return root_ + "/" + name; }
+};
+
+double Psnr(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
+  double sum = 0;
+  for (size_t i = 0; i < a.size(); ++i) sum += (double(a[i]) - b[i]) * (double(a[i]) - b[i]);
+  const double mse = sum / double(a.size());
+  return mse == 0 ? 99.0 : 10 * std::log10(255.0 * 255.0 / mse);
+}
+
+TEST_F(JpegTest, DjpegDecodesOurFileCloseToTheSource) {
+  CDibEx dib;
+  image_test::FillSmooth24(dib, 161, 97);  // odd width: padded rows
+  CString path(L"\\q100.jpg");
+  ASSERT_TRUE(dib.WriteJPEG(path));
+  const std::string command = "djpeg -bmp -outfile '" + Path("djpeg.bmp") + "' '" + Path("q100.jpg") + "'";
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  CDibEx decoded;
+  CString bmp(L"\\djpeg.bmp");
+  ASSERT_TRUE(decoded.ReadBMP(bmp));
+  ASSERT_EQ(decoded.GetDimensions(), dib.GetDimensions());
+  const double psnr = Psnr(image_test::RgbOf(dib), image_test::RgbOf(decoded));
+  EXPECT_GT(psnr, 40.0);
+  // Our own decoder agrees with djpeg (same codec, no scaling).
+  CDibEx ours;
+  ASSERT_TRUE(ours.ReadJPEG(path));
+  EXPECT_GT(Psnr(image_test::RgbOf(ours), image_test::RgbOf(decoded)), 50.0);
+}
+
+TEST_F(JpegTest, GreyImagesAreWrittenAsGrey) {
+  CDibEx colour, grey;
+  image_test::FillSmooth24(colour, 33, 21);
+  ASSERT_TRUE(colour.GrayScale(&grey));
+  CString path(L"\\grey.jpg");
+  ASSERT_TRUE(grey.WriteJPEG(path));
+  ASSERT_TRUE(image_test::RunPil(
+      "import sys\nfrom PIL import Image\nim = Image.open(sys.argv[1])\nsys.exit(0 if im.mode == \"L\" else 1)",
+      {Path("grey.jpg")}));
+  CDibEx back;
+  ASSERT_TRUE(back.ReadJPEG(path));
+  EXPECT_EQ(back.m_infoHeader->biBitCount, 24);
+  EXPECT_GT(Psnr(image_test::RgbOf(grey), image_test::RgbOf(back)), 40.0);
+}
+
+struct ScaleCase {
+  int width, height, readWidth, readHeight;
+};
+
+TEST_F(JpegTest, LargePicturesAreReadScaledDown) {
+  for (ScaleCase c : {ScaleCase{3000, 2000, 1500, 1000}, ScaleCase{2000, 1000, 1000, 500},
+                      ScaleCase{1999, 1999, 1999, 1999}, ScaleCase{16000, 10, 0, 0}}) {
+    CDibEx dib;
+    ASSERT_TRUE(dib.Create(CSize(c.width, c.height), 24, 0, FALSE, 90));
+    CString path(L"\\big.jpg");
+    ASSERT_TRUE(dib.WriteJPEG(path));
+    CDibEx back;
+    if (c.readWidth == 0) {
+      EXPECT_FALSE(back.ReadJPEG(path));
+      EXPECT_EQ(back.m_infoHeader, nullptr);
+      continue;
+    }
+    ASSERT_TRUE(back.ReadJPEG(path)) << c.width;
+    EXPECT_EQ(back.GetDimensions(), CSize(c.readWidth, c.readHeight));
+    EXPECT_EQ(back.GetSizeImage(), int(back.GetByteWidth()) * c.readHeight);
+    BYTE p[3];
+    back.GetPixel(p, CPoint(c.readWidth / 2, c.readHeight / 2), 4);
+    EXPECT_NEAR(p[1], 90, 2);
+  }
+}
+
+TEST_F(JpegTest, WithoutTheModuleNothingIsWritten) {
+  devices::UnregisterJpegModule();
+  CDibEx dib;
+  image_test::FillSmooth24(dib, 16, 16);
+  CString path(L"\\none.jpg");
+  EXPECT_FALSE(dib.WriteJPEG(path));
+  EXPECT_FALSE(std::filesystem::exists(Path("none.jpg")));
+  CDibEx back;
+  EXPECT_FALSE(back.ReadJPEG(path));
+  devices::RegisterJpegModule();
+  ASSERT_TRUE(dib.WriteJPEG(path));
+  ASSERT_TRUE(back.ReadJPEG(path));
+  EXPECT_EQ(back.GetDimensions(), CSize(16, 16));
+}
+
+TEST_F(JpegTest, FailuresReturnFalse) {
+  CDibEx empty, dib;
+  CString path(L"\\f.jpg");
+  EXPECT_FALSE(empty.WriteJPEG(path));
+  image_test::FillSmooth24(dib, 8, 8);
+  platform::fault::Arm("jpeg.encode");
+  EXPECT_FALSE(dib.WriteJPEG(path));
+  EXPECT_FALSE(std::filesystem::exists(Path("f.jpg")));
+  CString missing(L"\\missing.jpg");
+  EXPECT_FALSE(dib.ReadJPEG(missing));
+  EXPECT_EQ(dib.m_infoHeader, nullptr);
+  WriteHostFile(Path("junk.jpg"), std::string("\xFF\xD8\xFF\xE0 not really a jpeg"));
+  CString junk(L"\\junk.jpg");
+  EXPECT_FALSE(dib.ReadJPEG(junk));
+  CString dir(L"\\no\\such\\dir\\x.jpg");
+  image_test::FillSmooth24(dib, 8, 8);
+  EXPECT_FALSE(dib.WriteJPEG(dir));
+}
+
+}  // namespace

@@ -1,0 +1,195 @@
+// The message table: the built-in English texts, the UTF-16 LE language file
+// with its line and bracket rules, translation, and MessageDisp.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "devices/devices.h"
+#include "liveview/capture_wnd.h"
+#include "platform/desktop.h"
+#include "platform/faults.h"
+#include "tests/support/test_support.h"
+
+namespace {
+
+// UTF-16 LE bytes of a text, preceded by a byte-order mark.
+std::string Utf16Le(const std::u16string& text, char16_t bom = 0xFEFF) {
+  std::string bytes;
+  auto put = [&](char16_t u) {
+    bytes.push_back(char(u & 0xFF));
+    bytes.push_back(char(u >> 8));
+  };
+  put(bom);
+  for (char16_t u : text) put(u);
+  return bytes;
+}
+
+class MessageTest : public testing_support::DeviceTest {
+ protected:
+  void SetUp() override {
+    DeviceTest::SetUp();
+    devices::RegisterAll();
+    platform::ResetDesktop();
+    view_ = std::make_unique<CCaptureWnd>();
+  }
+  void TearDown() override {
+    view_.reset();
+    platform::ResetDesktop();
+    DeviceTest::TearDown();
+  }
+  void WriteLanguageFile(const std::string& bytes) { WriteHostFile(Host(L"\\windows\\DispImgMsg.txt"), bytes); }
+  std::wstring Table(int i) const { return view_->m_pMessage->Text(i); }
+
+  std::unique_ptr<CCaptureWnd> view_;
+};
+
+TEST_F(MessageTest, EnglishTableHoldsTheTwentyFourTextsByIndex) {
+  EXPECT_EQ(view_->m_pMessage->GetSize(), 0) << "empty until the host builds it";
+  view_->InitAppUseMessage();
+  const wchar_t* expected[] = {
+      L"Please specify within the limit.",
+      L"Memory Error. E-500",
+      L"OpenCapture Error! E-501",
+      L"SetCapture Error! E-502",
+      L"StartCapture Error! E-503",
+      L"Record of a picture went wrong. E-504",
+      L"File Read Error. E-505",
+      L"A capture creation mistake was made. E-506",
+      L"File Open Error. E-507",
+      L"Invalid File. E-508",
+      L"The unjust value is set as one of a machine point and the back viewpoints. E-509",
+      L"Reading of a camera setting file went wrong. E-511",
+      L"File Write Error. E-512",
+      L"Invalid bitmap file. E-513",
+      L"Not Supported in WinCE. E-514",
+      L"JPEG Fatal Error. E-515",
+      L"JpegFile :Out of memory. E-516",
+      L"Font Error. E-517",
+      L"The card is not mounted. E-519",
+      L"It is a copy error. E-520",
+      L"Folder maked error. E-521",
+      L"Saved OK.",
+      L"Jpg Write Error. E-522",
+      L"The capacity of the memory doesn't suffice. E-523",
+  };
+  ASSERT_EQ(view_->m_pMessage->GetSize(), 24);
+  ASSERT_EQ(view_->m_EngMessage.GetSize(), 24);
+  for (int i = 0; i < 24; ++i) {
+    EXPECT_EQ(Table(i), expected[i]) << i;
+    EXPECT_EQ(std::wstring(view_->m_EngMessage.Text(i)), expected[i]) << i;
+  }
+  view_->InitAppUseMessage();
+  EXPECT_EQ(view_->m_pMessage->GetSize(), 24) << "rebuilding does not append";
+}
+
+TEST_F(MessageTest, LanguageFileWithCrLfBracketsAndSurrogatesTranslates) {
+  WriteLanguageFile(Utf16Le(
+      u"Saved OK.\r\n"
+      u"[  Gespeichert  ]\r\n"
+      u"[Memory Error. E-500]\r\n"
+      u"Speicherfehler \U0001F4BE E-500\r\n"
+      u"No such text\r\n"
+      u"ignored\r\n"));
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  EXPECT_EQ(boxes_.size(), 0u);
+  EXPECT_EQ(Table(21), L"  Gespeichert  ");
+  EXPECT_EQ(Table(1), L"Speicherfehler \U0001F4BE E-500") << "surrogate pair decoded into one wide character";
+  EXPECT_EQ(Table(2), L"OpenCapture Error! E-501") << "untranslated entries stay English";
+  ASSERT_EQ(view_->m_StMessage.Src.GetSize(), 3);
+  ASSERT_EQ(view_->m_StMessage.Dst.GetSize(), 3);
+  EXPECT_EQ(std::wstring(view_->m_StMessage.Src[1]), L"Memory Error. E-500");
+  EXPECT_EQ(std::wstring(view_->m_StMessage.Src[2]), L"No such text");
+  EXPECT_EQ(view_->m_Calib.Msg, &view_->m_EngMessage);
+  EXPECT_EQ(view_->m_Calib.MsgWnd, view_.get());
+  EXPECT_EQ(std::wstring(view_->m_Calib.Msg->Text(8)), L"File Open Error. E-507");
+}
+
+TEST_F(MessageTest, OddLineCountLeavesLastSourceUntranslated) {
+  WriteLanguageFile(Utf16Le(u"Saved OK.\nOK!\nFont Error. E-517\n"));
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  EXPECT_EQ(Table(21), L"OK!");
+  EXPECT_EQ(Table(17), L"Font Error. E-517");
+  EXPECT_EQ(view_->m_StMessage.Src.GetSize(), 2);
+  EXPECT_EQ(view_->m_StMessage.Dst.GetSize(), 1);
+}
+
+TEST_F(MessageTest, FirstOfDuplicatePairsWinsAlsoWhenReadTwice) {
+  WriteLanguageFile(Utf16Le(u"Saved OK.\r\nfirst\r\nSaved OK.\r\nsecond\r\n"));
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  EXPECT_EQ(Table(21), L"first");
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  EXPECT_EQ(view_->m_StMessage.Src.GetSize(), 4) << "a second read appends";
+  EXPECT_EQ(Table(21), L"first");
+}
+
+TEST_F(MessageTest, FinalLineWithoutLineFeedAndAnyByteOrderMarkAreIgnored) {
+  // The first code unit is skipped whatever it holds ('X' here).
+  WriteLanguageFile(Utf16Le(u"Saved OK.\r\nnever", u'X'));
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  EXPECT_EQ(Table(21), L"Saved OK.");
+  EXPECT_EQ(view_->m_StMessage.Src.GetSize(), 1);
+  EXPECT_EQ(view_->m_StMessage.Dst.GetSize(), 0);
+}
+
+TEST_F(MessageTest, CarriageReturnEndsTheLineWhereItStands) {
+  WriteLanguageFile(Utf16Le(u"Saved OK.\rtrailing\nDone\r\n"));
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  EXPECT_EQ(Table(21), L"Done");
+}
+
+TEST_F(MessageTest, OddByteLengthFileKeepsItsLines) {
+  std::string bytes = Utf16Le(u"Saved OK.\nfine\n");
+  bytes.push_back('\x41');  // half a code unit at the end
+  WriteLanguageFile(bytes);
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  EXPECT_EQ(Table(21), L"fine");
+}
+
+TEST_F(MessageTest, MissingFileShowsReadErrorFromCurrentTable) {
+  view_->InitAppUseMessage();
+  ASSERT_EQ(view_->GetImageLangCode(), 0);
+  ASSERT_EQ(boxes_.size(), 1u);
+  EXPECT_EQ(boxes_.LastText(), L"File Read Error. E-505");
+  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
+  EXPECT_EQ(view_->m_pMessage->GetSize(), 24);
+  EXPECT_EQ(view_->m_Calib.Msg, nullptr) << "no hand-over when nothing was read";
+}
+
+TEST_F(MessageTest, ReadErrorIsShownInTheTranslatedTable) {
+  WriteLanguageFile(Utf16Le(u"File Read Error. E-505\nLesefehler E-505\n"));
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  std::filesystem::remove(Host(L"\\windows\\DispImgMsg.txt"));
+  ASSERT_EQ(view_->GetImageLangCode(), 0);
+  EXPECT_EQ(boxes_.LastText(), L"Lesefehler E-505");
+}
+
+TEST_F(MessageTest, UnreadableBufferStillCountsAsRead) {
+  WriteLanguageFile(Utf16Le(u"Saved OK.\nfine\n"));
+  platform::fault::Arm("alloc", 0, 1, 0, "DispImgMsg");
+  EXPECT_EQ(view_->GetLangCode(), 1);
+  EXPECT_EQ(view_->m_StMessage.Src.GetSize(), 0);
+}
+
+TEST_F(MessageTest, MessageDispTakesCaptionFirst) {
+  view_->InitAppUseMessage();
+  view_->MessageDisp(0, 21);
+  ASSERT_EQ(boxes_.size(), 1u);
+  EXPECT_EQ(boxes_.LastText(), L"Saved OK.");
+  EXPECT_EQ(boxes_.LastCaption(), L"Please specify within the limit.");
+  EXPECT_EQ(boxes_.calls()[0].type, 0u);
+}
+
+TEST_F(MessageTest, MissingMemoryModuleIsReportedAtConstruction) {
+  platform::fault::Arm("module.load");
+  CCaptureWnd other;
+  ASSERT_EQ(boxes_.size(), 1u);
+  EXPECT_EQ(boxes_.LastText(), L"Load Module Error");
+  EXPECT_EQ(boxes_.LastCaption(), L"Error");
+  EXPECT_EQ(other.m_hEepModule, nullptr);
+  EXPECT_EQ(other.m_pSysEepRead, nullptr);
+  EXPECT_NE(view_->m_pSysEepRead, nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,183 @@
+// The marks of the distance, remote-elevation, camera-alignment and
+// user-offset modes, and the hysteresis of the corner cross, drawn into a
+// framebuffer of their own and checked at hand-worked positions.
+#include <cmath>
+#include <memory>
+
+#include "platform/dc.h"
+#include "tests/liveview/survey_view_fixture.h"
+
+namespace survey_view_test {
+namespace {
+
+const uint32_t kRed = platform::PixelFromColorref(255);
+const uint32_t kGreen = platform::PixelFromColorref(65280);
+constexpr uint32_t kGrey = 0x808080;
+
+class MarksTest : public SurveyViewTest {
+ protected:
+  void SetUp() override {
+    SurveyViewTest::SetUp();
+    CreateView();
+    Fresh();
+  }
+  void TearDown() override {
+    dc_.reset();
+    SurveyViewTest::TearDown();
+  }
+  void Fresh() {
+    dc_.reset();
+    fb_.Resize(320, 240, kGrey);
+    dc_ = std::make_unique<CDC>();
+    dc_->AttachFramebuffer(&fb_, RECT{0, 0, 320, 240});
+  }
+  // Station at the survey origin, axis 1.5 m up, looking along survey X.
+  void Level(double v) {
+    CXYZ mp(0.0, 0.0, 1.5);
+    view_->SetMp(mp);
+    view_->UpdateAngle(v, 0.0);
+  }
+  POINT Screen(const CXYZ& p) {
+    view_->m_Proj.BeginTrans(0);
+    double sx = 0, sy = 0;
+    int visible = 0;
+    EXPECT_EQ(view_->XYZtoScr(p.Y, p.X, p.Z, sx, sy, visible), 1);
+    EXPECT_NE(visible, 0);
+    return POINT{int(sx), int(sy)};
+  }
+  int CountIn(uint32_t pixel, RECT r) const {
+    int n = 0;
+    for (int y = r.top; y < r.bottom; ++y)
+      for (int x = r.left; x < r.right; ++x) n += fb_.At(x, y) == pixel;
+    return n;
+  }
+  platform::Framebuffer fb_;
+  std::unique_ptr<CDC> dc_;
+};
+
+TEST_F(MarksTest, DistanceMarksBothPointsJoinsThemAndReadsOut) {
+  Level(90.0);
+  view_->BeginDistanceMode();
+  CXYZ a(L"A", 30.0, -1.0, 1.5), b(L"B", 30.0, 1.5, 2.5);
+  view_->AddDistanceAB(a);
+  view_->DrawDistance(dc_.get());
+  const int readout_one = CountIn(kRed, RECT{0, 0, 300, 20});
+  EXPECT_GT(readout_one, 0);
+  view_->AddDistanceAB(b);
+  Fresh();
+  view_->DrawDistance(dc_.get());
+  const POINT pa = Screen(a), pb = Screen(b);
+  ASSERT_GT(pb.x, pa.x + 20);  // B lies to the right (survey Y is east)
+  EXPECT_EQ(fb_.At(pa.x - 4, pa.y), kRed);
+  EXPECT_EQ(fb_.At(pb.x, pb.y - 4), kRed);
+  // The joining line passes the middle (within the line's rounding).
+  const int mx = (pa.x + pb.x) / 2, my = (pa.y + pb.y) / 2;
+  EXPECT_GT(CountIn(kRed, RECT{mx - 1, my - 1, mx + 2, my + 2}), 0);
+  // With both points the read-out carries the distances: different text.
+  EXPECT_NE(CountIn(kRed, RECT{0, 0, 300, 20}), readout_one);
+  // On the tele camera the points are not projected, the read-out stays.
+  view_->SetCurCamera(0);
+  Fresh();
+  view_->DrawDistance(dc_.get());
+  EXPECT_EQ(CountIn(kRed, RECT{0, 30, 320, 240}), 0);
+  EXPECT_GT(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
+}
+
+TEST_F(MarksTest, RemoteElevationCrossSitsAboveTheBaseAtTheSightedHeight) {
+  // Base 30 m ahead on the ground; the zenith angle that sights 2 m above
+  // it from an axis 1.5 m up: cot V = 0.5 / 30.
+  const double v = std::atan2(30.0, 0.5) * 180.0 / 3.141592653589793;
+  Level(v);
+  view_->BeginRemMode();
+  CXYZ base(L"BASE", 30.0, 0.0, 0.0);
+  view_->AddRemCoord(base);
+  Fresh();
+  view_->DrawRemPoint(dc_.get());
+  const POINT top = Screen(CXYZ(30.0, 0.0, 2.0));
+  const POINT foot = Screen(base);
+  ASSERT_LT(top.y, foot.y - 10);
+  EXPECT_EQ(fb_.At(top.x - 8, top.y), kGreen);
+  EXPECT_EQ(fb_.At(top.x, top.y + 8), kGreen);
+  EXPECT_EQ(fb_.At(foot.x + 4, foot.y), kRed);
+  // The line from the base up to the sighted point.
+  const int mid = (top.y + foot.y) / 2;
+  EXPECT_GT(CountIn(kRed, RECT{top.x - 1, mid - 1, top.x + 2, mid + 2}), 0);
+}
+
+TEST_F(MarksTest, AlignmentCrossFollowsTheImageCentreAndFramesTheTeleField) {
+  view_->SetCCDAttachMode();  // wide camera centred on sensor pixel (320, 240)
+  view_->Offset(10, -6);      // centre (330, 234): the sensor middle moves left and down
+  Fresh();
+  view_->DrawCCDAttach(dc_.get());
+  EXPECT_EQ(fb_.At(150 - 8, 126), kGreen);
+  EXPECT_EQ(fb_.At(150, 126 + 8), kGreen);
+  // The tele field: 640 x 480 tele pixels are f_wide / 248.46 as many wide pixels.
+  const double ratio = view_->m_Camera.FocalLength / 248.46;
+  const int half_w = int(320 * ratio + 0.5), half_h = int(240 * ratio + 0.5);
+  ASSERT_GT(half_w, 3);
+  EXPECT_EQ(fb_.At(160 + half_w, 120), kGreen);
+  EXPECT_EQ(fb_.At(160, 120 - half_h), kGreen);
+  EXPECT_NE(fb_.At(160 + half_w + 2, 120), kGreen);
+  EXPECT_GT(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
+}
+
+TEST_F(MarksTest, UserOffsetMovesTheReticleByTheOffsetAtTheDisplayScale) {
+  view_->SetUserCCDMode();
+  view_->UserCCDOffset(7, -4);
+  Fresh();
+  view_->DrawCursor(dc_.get());  // mode 6: the moved reticle instead
+  const uint32_t black = 0;
+  EXPECT_EQ(fb_.At(167, 116), black);       // centre cross
+  EXPECT_EQ(fb_.At(167 - 5, 116), black);
+  EXPECT_EQ(fb_.At(167 + 20, 116), black);  // right arm
+  EXPECT_EQ(fb_.At(165, 200), black);       // doubled bottom arm
+  EXPECT_EQ(fb_.At(169, 200), black);
+  EXPECT_NE(fb_.At(160, 200), black);       // not the fixed reticle
+  EXPECT_GT(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
+  // After the mode ends the reticle stays moved but the read-out goes.
+  view_->EndUserCCDMode();
+  Fresh();
+  view_->DrawCursor(dc_.get());
+  EXPECT_EQ(fb_.At(167, 116), black);
+  EXPECT_EQ(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
+}
+
+// The cross moves only when the corner moves more than 8 pixels in x or y
+// while hysteresis is on; without it the cross follows every move.
+TEST_F(MarksTest, CornerCrossHysteresis) {
+  view_->SetCurCamera(0);
+  view_->BeginCornerMode();
+  view_->m_bTapped = 1;
+  view_->m_bCornerFound = 1;
+  view_->m_dCornerZoom = view_->m_dZoom[0];
+  view_->SetHysteresisMode(true);
+  auto draw_at = [&](int x, int y) {
+    view_->m_ptCorner = POINT{x, y};
+    Fresh();
+    view_->DrawCorner(dc_.get());
+  };
+  auto cross_at = [&](int x, int y) { return fb_.At(x - 9, y) == kRed && fb_.At(x, y + 9) == kRed; };
+  draw_at(100, 100);
+  EXPECT_TRUE(cross_at(100, 100));
+  draw_at(108, 92);  // 8 and 8: stays
+  EXPECT_TRUE(cross_at(100, 100));
+  EXPECT_FALSE(cross_at(108, 92));
+  draw_at(109, 100);  // 9 in x: moves
+  EXPECT_TRUE(cross_at(109, 100));
+  draw_at(109, 91);  // 9 in y: moves
+  EXPECT_TRUE(cross_at(109, 91));
+  view_->SetHysteresisMode(false);
+  draw_at(111, 92);
+  EXPECT_TRUE(cross_at(111, 92));
+  // Nothing without a found corner or on the wide camera.
+  view_->m_bCornerFound = 0;
+  draw_at(50, 50);
+  EXPECT_FALSE(cross_at(50, 50));
+  view_->m_bCornerFound = 1;
+  view_->SetCurCamera(1);
+  draw_at(50, 50);
+  EXPECT_FALSE(cross_at(50, 50));
+}
+
+}  // namespace
+}  // namespace survey_view_test

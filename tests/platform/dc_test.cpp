@@ -1,0 +1,283 @@
+// Drawing on a framebuffer, checked pixel by pixel.
+#include "platform/dc.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+
+#include "platform/paint_dc.h"
+
+namespace {
+
+constexpr uint32_t kBack = 0x101010;
+
+class DcTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    fb_.Resize(64, 48, kBack);
+    // Client area at (10, 5), 40 × 30.
+    ASSERT_TRUE(dc_.AttachFramebuffer(&fb_, RECT{10, 5, 50, 35}));
+  }
+  // Framebuffer pixels that differ from the background.
+  std::set<std::pair<int, int>> Changed() const {
+    std::set<std::pair<int, int>> out;
+    for (int y = 0; y < fb_.height; ++y)
+      for (int x = 0; x < fb_.width; ++x)
+        if (fb_.At(x, y) != kBack) out.insert({x, y});
+    return out;
+  }
+  platform::Framebuffer fb_;
+  CDC dc_;
+};
+
+using Pixels = std::set<std::pair<int, int>>;
+
+TEST_F(DcTest, LineLeavesItsEndPixelOut) {
+  CPen pen(PS_SOLID, 0, RGB(255, 0, 0));
+  CPen* old = dc_.SelectObject(&pen);
+  ASSERT_NE(old, nullptr);
+  dc_.MoveTo(2, 3);
+  dc_.LineTo(6, 3);
+  EXPECT_EQ(Changed(), (Pixels{{12, 8}, {13, 8}, {14, 8}, {15, 8}}));
+  EXPECT_EQ(fb_.At(12, 8), 0xFF0000u);
+  EXPECT_EQ(dc_.GetCurrentPosition(), CPoint(6, 3));
+  fb_.Resize(64, 48, kBack);
+  dc_.MoveTo(0, 0);
+  dc_.LineTo(3, 3);  // diagonal: (0,0) (1,1) (2,2)
+  EXPECT_EQ(Changed(), (Pixels{{10, 5}, {11, 6}, {12, 7}}));
+  EXPECT_EQ(dc_.SelectObject(old), &pen);
+}
+
+TEST_F(DcTest, ShallowLineFollowsBresenham) {
+  CPen pen(PS_SOLID, 1, RGB(0, 255, 0));
+  dc_.SelectObject(&pen);
+  dc_.MoveTo(0, 0);
+  dc_.LineTo(4, 2);  // four pixels through (2, 1); the end (4, 2) is left out
+  const Pixels got = Changed();
+  EXPECT_EQ(got.size(), 4u);
+  EXPECT_TRUE(got.count({10, 5}));
+  EXPECT_TRUE(got.count({12, 6}));
+  EXPECT_FALSE(got.count({14, 7}));
+}
+
+TEST_F(DcTest, DrawingIsClippedToTheClientArea) {
+  CBrush brush(RGB(0, 0, 255));
+  dc_.SelectObject(&brush);
+  dc_.Rectangle(-5, -5, 100, 100);
+  for (int y = 0; y < fb_.height; ++y)
+    for (int x = 0; x < fb_.width; ++x) {
+      const bool inside = x >= 10 && x < 50 && y >= 5 && y < 35;
+      ASSERT_EQ(fb_.At(x, y) != kBack, inside) << x << "," << y;
+    }
+  RECT clip;
+  EXPECT_EQ(dc_.GetClipBox(&clip), SIMPLEREGION);
+  EXPECT_EQ(CRect(clip), CRect(0, 0, 40, 30));
+  EXPECT_EQ(dc_.GetPixel(40, 0), CLR_INVALID);
+}
+
+TEST_F(DcTest, ClientPartlyOffTheScreen) {
+  CDC dc;
+  ASSERT_TRUE(dc.AttachFramebuffer(&fb_, RECT{50, 40, 80, 60}));
+  RECT clip;
+  dc.GetClipBox(&clip);
+  EXPECT_EQ(CRect(clip), CRect(0, 0, 14, 8));
+  dc.FillSolidRect(0, 0, 30, 20, RGB(1, 2, 3));
+  EXPECT_EQ(fb_.At(63, 47), 0x010203u);
+  EXPECT_EQ(fb_.At(49, 47), kBack);
+}
+
+TEST_F(DcTest, RectangleOutlineAndFill) {
+  CPen pen(PS_SOLID, 1, RGB(255, 255, 255));
+  CBrush brush(RGB(0, 0, 128));
+  dc_.SelectObject(&pen);
+  dc_.SelectObject(&brush);
+  dc_.Rectangle(0, 0, 4, 3);
+  EXPECT_EQ(fb_.At(10, 5), 0xFFFFFFu);
+  EXPECT_EQ(fb_.At(13, 7), 0xFFFFFFu);  // right/bottom edges at right-1, bottom-1
+  EXPECT_EQ(fb_.At(14, 7), kBack);
+  EXPECT_EQ(fb_.At(11, 6), 0x000080u);
+  // Hollow brush: only the outline.
+  dc_.SelectStockObject(NULL_BRUSH);
+  dc_.Rectangle(10, 10, 14, 14);
+  EXPECT_EQ(fb_.At(21, 16), kBack);
+  EXPECT_EQ(fb_.At(20, 15), 0xFFFFFFu);
+}
+
+TEST_F(DcTest, PatBltUsesTheSelectedBrush) {
+  CBrush brush(RGB(0x40, 0x40, 0x40));
+  CBrush* old = dc_.SelectObject(&brush);
+  ASSERT_TRUE(dc_.PatBlt(1, 1, 2, 2, PATCOPY));
+  EXPECT_EQ(Changed(), (Pixels{{11, 6}, {12, 6}, {11, 7}, {12, 7}}));
+  EXPECT_EQ(fb_.At(11, 6), 0x404040u);
+  dc_.SelectObject(old);
+  EXPECT_EQ(dc_.GetPixel(1, 1), RGB(0x40, 0x40, 0x40));
+  EXPECT_EQ(dc_.SetPixel(0, 0, RGB(9, 8, 7)), RGB(9, 8, 7));
+  EXPECT_EQ(fb_.At(10, 5), 0x090807u);
+}
+
+// A 3 × 2 DIB in both row orders: the same picture.
+TEST_F(DcTest, StretchDibitsBothRowOrders) {
+  struct {
+    BITMAPINFOHEADER header;
+    RGBQUAD colors[4];
+  } info{};
+  info.header = BITMAPINFOHEADER{40, 3, 2, 1, 8, BI_RGB, 0, 0, 0, 4, 4};
+  info.colors[0] = RGBQUAD{0, 0, 255, 0};  // red
+  info.colors[1] = RGBQUAD{0, 255, 0, 0};  // green
+  info.colors[2] = RGBQUAD{255, 0, 0, 0};  // blue
+  info.colors[3] = RGBQUAD{255, 255, 255, 0};
+  // Picture: top row 0 1 2, bottom row 3 3 0.
+  const BYTE bottomUp[8] = {3, 3, 0, 0, 0, 1, 2, 0};
+  const BYTE topDown[8] = {0, 1, 2, 0, 3, 3, 0, 0};
+  auto* bmi = reinterpret_cast<BITMAPINFO*>(&info);
+  ASSERT_EQ(StretchDIBits(dc_, 0, 0, 3, 2, 0, 0, 3, 2, bottomUp, bmi, DIB_RGB_COLORS, SRCCOPY), 2);
+  info.header.biHeight = -2;
+  ASSERT_EQ(StretchDIBits(dc_, 5, 0, 3, 2, 0, 0, 3, 2, topDown, bmi, DIB_RGB_COLORS, SRCCOPY), 2);
+  const uint32_t expected[2][3] = {{0xFF0000, 0x00FF00, 0x0000FF}, {0xFFFFFF, 0xFFFFFF, 0xFF0000}};
+  for (int y = 0; y < 2; ++y)
+    for (int x = 0; x < 3; ++x) {
+      EXPECT_EQ(fb_.At(10 + x, 5 + y), expected[y][x]) << x << "," << y;
+      EXPECT_EQ(fb_.At(15 + x, 5 + y), expected[y][x]) << x << "," << y;
+    }
+}
+
+TEST_F(DcTest, StretchDibitsPartialSourceAndScaling) {
+  // 24-bit 2 × 2, bottom-up: bottom row blue, white; top row red, green.
+  const BYTE bits[16] = {255, 0, 0, 255, 255, 255, 0, 0, 0, 0, 255, 0, 255, 0, 0, 0};
+  BITMAPINFO info{};
+  info.bmiHeader = BITMAPINFOHEADER{40, 2, 2, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+  // Scaled 2×: each source pixel becomes 2 × 2.
+  StretchDIBits(dc_, 0, 0, 4, 4, 0, 0, 2, 2, bits, &info, DIB_RGB_COLORS, SRCCOPY);
+  EXPECT_EQ(fb_.At(11, 6), 0xFF0000u);
+  EXPECT_EQ(fb_.At(12, 5), 0x00FF00u);
+  EXPECT_EQ(fb_.At(10, 8), 0x0000FFu);
+  EXPECT_EQ(fb_.At(13, 8), 0xFFFFFFu);
+  // Source (1, 0) size 1 × 1 of a bottom-up DIB: the bottom-right pixel.
+  StretchDIBits(dc_, 20, 20, 1, 1, 1, 0, 1, 1, bits, &info, DIB_RGB_COLORS, SRCCOPY);
+  EXPECT_EQ(fb_.At(30, 25), 0xFFFFFFu);
+  // Negative destination height mirrors.
+  StretchDIBits(dc_, 30, 11, 2, -2, 0, 0, 2, 2, bits, &info, DIB_RGB_COLORS, SRCCOPY);
+  EXPECT_EQ(fb_.At(40, 15), 0x0000FFu);
+  EXPECT_EQ(fb_.At(40, 16), 0xFF0000u);
+}
+
+TEST_F(DcTest, TextRendersInsideItsRectangle) {
+  dc_.SetTextColor(RGB(255, 255, 0));
+  dc_.SetBkMode(TRANSPARENT);
+  RECT rect{2, 2, 38, 20};
+  ASSERT_GT(dc_.DrawText(L"Hig", -1, &rect, DT_LEFT | DT_TOP), 0);
+  int exact = 0;
+  for (auto [x, y] : Changed()) {
+    ASSERT_TRUE(x >= 12 && x < 48 && y >= 7 && y < 25) << x << "," << y;
+    if (fb_.At(x, y) == 0xFFFF00u) ++exact;
+  }
+  EXPECT_GT(exact, 5);
+  // Opaque: the text cell takes the background colour.
+  fb_.Resize(64, 48, kBack);
+  dc_.SetBkMode(OPAQUE);
+  dc_.SetBkColor(RGB(0, 0, 255));
+  dc_.TextOut(0, 0, CString(L"W"));
+  EXPECT_EQ(fb_.At(10, 5), 0x0000FFu);
+  const CSize extent = dc_.GetTextExtent(CString(L"WW"));
+  EXPECT_GT(extent.cx, 10);
+  EXPECT_GT(extent.cy, 10);
+  // Centred single line: the ink lies around the middle.
+  fb_.Resize(64, 48, kBack);
+  dc_.SetBkMode(TRANSPARENT);
+  RECT wide{0, 0, 40, 30};
+  dc_.DrawText(L"I", 1, &wide, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+  for (auto [x, y] : Changed()) {
+    EXPECT_NEAR(x, 30, 4);
+    EXPECT_NEAR(y, 20, 8);
+  }
+}
+
+TEST_F(DcTest, TrueColourDeviceCapsAndPalettes) {
+  EXPECT_EQ(dc_.GetDeviceCaps(BITSPIXEL), 32);
+  EXPECT_EQ(dc_.GetDeviceCaps(RASTERCAPS) & RC_PALETTE, 0);
+  EXPECT_EQ(dc_.GetDeviceCaps(SIZEPALETTE), 0);
+  EXPECT_EQ(dc_.GetDeviceCaps(HORZRES), 64);
+  EXPECT_EQ(dc_.GetDeviceCaps(VERTRES), 48);
+  LOGPALETTE logical{0x300, 1, {{255, 0, 0, 0}}};
+  CPalette palette;
+  ASSERT_TRUE(palette.CreatePalette(&logical));
+  CPalette* old = dc_.SelectPalette(&palette, TRUE);
+  EXPECT_NE(old, nullptr);
+  EXPECT_EQ(dc_.RealizePalette(), 0u);
+  PALETTEENTRY system[4];
+  EXPECT_EQ(GetSystemPaletteEntries(dc_, 0, 4, system), 0u);
+  EXPECT_EQ(Changed().size(), 0u);
+  dc_.SelectPalette(old, TRUE);
+  // Without an attribute context there is nobody to ask.
+  HDC attrib = dc_.m_hAttribDC;
+  dc_.ReleaseAttribDC();
+  EXPECT_EQ(dc_.GetDeviceCaps(BITSPIXEL), 0);
+  dc_.SetAttribDC(attrib);
+}
+
+TEST(DcMemory, DrawsIntoASelectedDibSection) {
+  BITMAPINFO info{};
+  info.bmiHeader = BITMAPINFOHEADER{40, 5, 4, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+  void* bits = nullptr;
+  CBitmap bitmap;
+  ASSERT_TRUE(bitmap.Attach(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0)));
+  ASSERT_NE(bits, nullptr);
+  CDC memory;
+  ASSERT_TRUE(memory.CreateCompatibleDC(nullptr));
+  memory.SelectObject(&bitmap);
+  memory.SetPixel(1, 0, RGB(10, 20, 30));
+  // Top row of a bottom-up DIB is its last stored row (16-byte stride).
+  const BYTE* p = static_cast<BYTE*>(bits) + 3 * 16 + 3;
+  EXPECT_EQ(p[0], 30);
+  EXPECT_EQ(p[2], 10);
+  platform::Framebuffer fb;
+  fb.Resize(8, 8);
+  CDC screen;
+  screen.AttachFramebuffer(&fb, RECT{0, 0, 8, 8});
+  ASSERT_TRUE(screen.BitBlt(2, 2, 5, 4, &memory, 0, 0, SRCCOPY));
+  EXPECT_EQ(fb.At(3, 2), 0x0A141Eu);
+}
+
+TEST(DcPaint, PaintDcAsksTheResolver) {
+  platform::Framebuffer fb;
+  fb.Resize(20, 20);
+  int ended = 0;
+  auto previous = platform::SetPaintTargetResolver([&](CWnd*, platform::PaintTarget& target) {
+    target.framebuffer = &fb;
+    target.clientOnScreen = RECT{5, 5, 15, 15};
+    target.paint = RECT{0, 0, 4, 4};
+    target.endPaint = [&] { ++ended; };
+    return true;
+  });
+  {
+    CPaintDC dc(nullptr);
+    ASSERT_NE(dc.m_hDC, nullptr);
+    dc.FillSolidRect(0, 0, 10, 10, RGB(255, 0, 0));
+  }
+  EXPECT_EQ(ended, 1);
+  EXPECT_EQ(fb.At(8, 8), 0xFF0000u);
+  EXPECT_EQ(fb.At(9, 9), 0u);  // outside the update rectangle
+  platform::SetPaintTargetResolver(nullptr);
+  CPaintDC none(nullptr);
+  EXPECT_EQ(none.m_hDC, nullptr);
+  platform::SetPaintTargetResolver(previous);
+}
+
+TEST(DcPng, PilReadsTheScreenshot) {
+  platform::Framebuffer fb;
+  fb.Resize(7, 3, 0x112233);
+  fb.At(6, 2) = 0xABCDEF;
+  const auto path = (std::filesystem::temp_directory_path() / "surveycam_dc_test.png").string();
+  ASSERT_TRUE(platform::WritePng(fb, path));
+  const std::string command =
+      "/usr/bin/python3 -c 'import sys\nfrom PIL import Image\nim = Image.open(sys.argv[1])\n"
+      "ok = im.size == (7, 3) and im.getpixel((6, 2)) == (0xAB, 0xCD, 0xEF) and im.getpixel((0, 0)) == (0x11, 0x22, 0x33)\n"
+      "sys.exit(0 if ok else 1)' '" + path + "'";
+  EXPECT_EQ(std::system(command.c_str()), 0);
+  std::filesystem::remove(path);
+  EXPECT_FALSE(platform::WritePng(fb, "/nonexistent/dir/x.png"));
+}
+
+}  // namespace

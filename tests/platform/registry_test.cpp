@@ -1,0 +1,146 @@
+// The registry store: parsing (including broken stores), the Win32 calls over
+// it, writing it back, and its fault points.
+#include "platform/registry.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/faults.h"
+#include "tests/support/test_support.h"
+
+namespace {
+
+using testing_support::DeviceTest;
+
+class RegistryTest : public DeviceTest {
+ protected:
+  void Store(const std::string& text) { WriteHostFile(Host(L"\\registry.txt"), text); }
+
+  // Opens key under HKLM and reads a string value; the error code otherwise.
+  LONG Query(const wchar_t* key, const wchar_t* name, std::wstring* value) {
+    HKEY h = nullptr;
+    LONG rc = RegOpenKeyExW(HKEY_LOCAL_MACHINE, key, 0, KEY_READ, &h);
+    if (rc != ERROR_SUCCESS) return rc;
+    wchar_t buffer[64] = {};
+    DWORD size = sizeof buffer;
+    DWORD type = 0;
+    rc = RegQueryValueExW(h, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
+    EXPECT_EQ(RegCloseKey(h), ERROR_SUCCESS);
+    if (rc == ERROR_SUCCESS) {
+      EXPECT_EQ(type, REG_SZ);
+      *value = buffer;
+    }
+    return rc;
+  }
+};
+
+constexpr char kStore[] =
+    "; device settings\r\n"
+    "[HKLM\\SYSTEM\\QZ7mInit\\Memory]\r\n"
+    "\"PCMCIAFolder\"=\"\\Storage Card\"\r\n"
+    "\"Retries\"=dword:0000001f\r\n"
+    "\r\n"
+    "[HKEY_LOCAL_MACHINE\\Drivers\\Capture]\n"
+    "@=\"CAP\"\n";
+
+TEST_F(RegistryTest, ReadsTheCardFolderAsTheDeviceStoresIt) {
+  Store(kStore);
+  std::wstring value;
+  EXPECT_EQ(Query(L"\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
+  EXPECT_EQ(value, L"\\Storage Card");
+  // Key and value names ignore case; the long root name is the same root.
+  EXPECT_EQ(Query(L"system\\qz7minit\\MEMORY", L"pcmciafolder", &value), ERROR_SUCCESS);
+  EXPECT_EQ(Query(L"Drivers\\Capture", L"", &value), ERROR_SUCCESS);
+  EXPECT_EQ(value, L"CAP");
+  EXPECT_EQ(platform::registry::OpenKeys(), 0);
+}
+
+TEST_F(RegistryTest, SizesAndTypesFollowWin32) {
+  Store(kStore);
+  HKEY h = nullptr;
+  ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &h), ERROR_SUCCESS);
+  DWORD size = 0;
+  EXPECT_EQ(RegQueryValueExW(h, L"PCMCIAFolder", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+  EXPECT_EQ(size, (13 + 1) * sizeof(wchar_t));
+  wchar_t small[4];
+  size = sizeof small;
+  EXPECT_EQ(RegQueryValueExW(h, L"PCMCIAFolder", nullptr, nullptr, reinterpret_cast<BYTE*>(small), &size),
+            LONG(ERROR_MORE_DATA));
+  EXPECT_EQ(size, (13 + 1) * sizeof(wchar_t));
+  DWORD number = 0, type = 0;
+  size = sizeof number;
+  EXPECT_EQ(RegQueryValueExW(h, L"Retries", nullptr, &type, reinterpret_cast<BYTE*>(&number), &size),
+            ERROR_SUCCESS);
+  EXPECT_EQ(type, REG_DWORD);
+  EXPECT_EQ(number, 31u);
+  EXPECT_EQ(RegQueryValueExW(h, L"Missing", nullptr, nullptr, nullptr, &size), LONG(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(RegCloseKey(h), ERROR_SUCCESS);
+  EXPECT_EQ(RegCloseKey(h), LONG(ERROR_INVALID_HANDLE));
+}
+
+TEST_F(RegistryTest, MissingStoreKeyOrRootFails) {
+  std::wstring value;
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), LONG(ERROR_FILE_NOT_FOUND));
+  Store(kStore);
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Other", L"PCMCIAFolder", &value), LONG(ERROR_FILE_NOT_FOUND));
+  // A parent of a stored key exists but holds no values.
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit", L"PCMCIAFolder", &value), LONG(ERROR_FILE_NOT_FOUND));
+  // "SYSTEM\QZ7" is a prefix of a key name, not a parent key.
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7", L"x", &value), LONG(ERROR_FILE_NOT_FOUND));
+  HKEY h = nullptr;
+  EXPECT_NE(RegOpenKeyExW(reinterpret_cast<HKEY>(uintptr_t{0x1234}), L"SYSTEM", 0, KEY_READ, &h), ERROR_SUCCESS);
+}
+
+TEST_F(RegistryTest, MalformedLinesAreSkippedAndGoodOnesKept) {
+  Store(std::string("\"Orphan\"=\"before any section\"\n"
+                    "[HKLM\\SYSTEM\\QZ7mInit\\Memory\n"  // no closing bracket: section dropped
+                    "\"Lost\"=\"x\"\n"
+                    "[HKXX\\Nowhere]\n"
+                    "\"Lost2\"=\"x\"\n"
+                    "[HKLM\\SYSTEM\\QZ7mInit\\Memory]\n"
+                    "garbage without quotes\n"
+                    "\"Unterminated=\"x\"\n"
+                    "\"Bad\"=dword:xyz\n"
+                    "\"TooLong\"=dword:123456789\n"
+                    "\"NoValue\"=\n") +
+        std::string("\"Nul\"=\"a\0b\"\n", 12) + std::string(5000, 'z') + "\n" +
+        "\"PCMCIAFolder\"=\"\\SD \"quoted\" card\"\n");
+  std::wstring value;
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
+  EXPECT_EQ(value, L"\\SD \"quoted\" card");  // up to the last quote of the line
+  auto store = platform::registry::ParseStore(
+      std::string_view("[HKLM\\A]\n\"Bad\"=dword:xyz\n\"TooLong\"=dword:123456789\n\"Lost\"\n"));
+  ASSERT_EQ(store.keys.size(), 1u);
+  EXPECT_TRUE(store.keys.begin()->second.empty());
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"Lost", &value), LONG(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"Orphan", &value), LONG(ERROR_FILE_NOT_FOUND));
+}
+
+TEST_F(RegistryTest, SetStringWritesAStoreThatReadsBack) {
+  ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\SD Card"));
+  ASSERT_TRUE(platform::registry::SetDword(L"HKEY_LOCAL_MACHINE\\SYSTEM\\QZ7mInit\\Memory", L"Level", 7));
+  ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"pcmciafolder", L"\\Karte ä"));
+  EXPECT_FALSE(platform::registry::SetString(L"NOROOT\\X", L"a", L"b"));
+  std::string text = ReadHostFile(Host(L"\\registry.txt"));
+  EXPECT_NE(text.find("[HKLM\\SYSTEM\\QZ7mInit\\Memory]"), std::string::npos) << text;
+  EXPECT_NE(text.find("\"Level\"=dword:00000007"), std::string::npos) << text;
+  std::wstring value;
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
+  EXPECT_EQ(value, L"\\Karte ä");
+  // Formatting and parsing again gives the same store.
+  auto store = platform::registry::ParseStore(text);
+  EXPECT_EQ(platform::registry::FormatStore(store), text);
+}
+
+TEST_F(RegistryTest, FaultPointsFailOpenAndQuery) {
+  Store(kStore);
+  std::wstring value;
+  platform::fault::Arm("registry.open");
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), LONG(ERROR_ACCESS_DENIED));
+  EXPECT_EQ(platform::registry::OpenKeys(), 0);
+  platform::fault::Arm("registry.query", 0, 1, int(ERROR_GEN_FAILURE), "QZ7MINIT");
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), LONG(ERROR_GEN_FAILURE));
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
+  EXPECT_EQ(platform::registry::OpenKeys(), 0);
+}
+
+}  // namespace

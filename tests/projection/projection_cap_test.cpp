@@ -1,0 +1,188 @@
+// CProjection_Cap: the frustum against the standard perspective matrix,
+// pre-multiplying model operations, clip test, w = 0, and round trips.
+#include "projection/projection_cap.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace {
+
+constexpr double PI = 3.141592653589793;
+
+// Exposes the protected helpers for direct checks.
+class Probe : public CProjection_Cap {
+ public:
+  using CProjection_Cap::lu;
+  using CProjection_Cap::matinv;
+  using CProjection_Cap::ScrToNor;
+};
+
+TEST(ProjectionCap, FreshObjectIsIdentity) {
+  CProjection_Cap p;
+  ASSERT_EQ(p.BeginTrans(1), 1);
+  double sx = 9, sy = 9, sz = 9;
+  int visible = 0;
+  ASSERT_EQ(p.Transform(0.5, 0.5, 0.5, sx, sy, sz, visible), 1);
+  EXPECT_EQ(visible, 1);
+  EXPECT_EQ(sx, 0.0);  // zero mapping values
+  EXPECT_EQ(sy, 0.0);
+  EXPECT_EQ(sz, 0.5);
+}
+
+TEST(ProjectionCap, FrustumIsTheStandardPerspectiveMatrix) {
+  // glFrustum(l, r, b, t, n, f) written out by hand for l=-2, r=3, b=-1, t=1.5, n=1, f=10.
+  const double l = -2, r = 3, b = -1, t = 1.5, n = 1, f = 10;
+  const double expected[16] = {2 * n / (r - l), 0, (r + l) / (r - l), 0,
+                               0, 2 * n / (t - b), (t + b) / (t - b), 0,
+                               0, 0, -(f + n) / (f - n), -2 * f * n / (f - n),
+                               0, 0, -1, 0};
+  CProjection_Cap p;
+  p.SetPrjMatrix(l, r, t, b, n, f);  // note: top before bottom
+  for (int i = 0; i < 16; ++i) EXPECT_DOUBLE_EQ(p.ProjMatrix[i], expected[i]) << i;
+  EXPECT_EQ(p.ScaleX, 2.5);
+  EXPECT_EQ(p.OffsetX, 0.5);
+  EXPECT_EQ(p.ScaleY, 1.25);
+  EXPECT_EQ(p.OffsetY, 0.25);
+  // A point on the near plane's corner lands on the screen corner (r, t).
+  ASSERT_EQ(p.BeginTrans(1), 1);
+  double sx, sy, sz;
+  int visible;
+  ASSERT_EQ(p.Transform(r, t, -n, sx, sy, sz, visible), 1);
+  EXPECT_NEAR(sx, r, 1e-12);
+  EXPECT_NEAR(sy, t, 1e-12);
+  EXPECT_NEAR(sz, -1.0, 1e-12);
+  // Exactly on the clip planes (exact arithmetic: x' = y' = w, z' = -w)
+  // counts as visible.
+  CProjection_Cap exact;
+  exact.SetPrjMatrix(-2, 2, 1, -1, 1, 3);
+  exact.BeginTrans(0);
+  ASSERT_EQ(exact.Transform(2, 1, -1, sx, sy, sz, visible), 1);
+  EXPECT_EQ(visible, 1);
+  EXPECT_EQ(sx, 2.0);
+  EXPECT_EQ(sz, -1.0);
+  ASSERT_EQ(exact.Transform(2.0000001, 1, -1, sx, sy, sz, visible), 1);
+  EXPECT_EQ(visible, 0);
+  // The far plane maps to depth +1; a point behind the camera is not visible.
+  ASSERT_EQ(p.Transform(0, 0, -f, sx, sy, sz, visible), 1);
+  EXPECT_NEAR(sz, 1.0, 1e-12);
+  ASSERT_EQ(p.Transform(0, 0, 2, sx, sy, sz, visible), 1);
+  EXPECT_EQ(visible, 0);
+}
+
+TEST(ProjectionCap, ZeroWIsRefused) {
+  CProjection_Cap p;
+  p.SetPrjMatrix(-1, 1, 1, -1, 1, 100);
+  p.BeginTrans(0);
+  double sx = 7, sy = 7, sz = 7;
+  int visible = 1;
+  EXPECT_EQ(p.Transform(0.3, 0.2, 0.0, sx, sy, sz, visible), 0);
+  EXPECT_EQ(sx, 7);
+  EXPECT_EQ(sy, 7);
+  EXPECT_EQ(sz, 7);
+}
+
+TEST(ProjectionCap, ModelOperationsPreMultiply) {
+  CProjection_Cap p;
+  p.Translate(1, 0, 0);
+  p.RotateZ(PI / 2);  // acts after the translation
+  p.BeginTrans(0);
+  double sx, sy, sz;
+  int visible;
+  p.ScaleX = p.ScaleY = 1;  // identity screen mapping
+  ASSERT_EQ(p.Transform(0, 0, 0, sx, sy, sz, visible), 1);
+  EXPECT_NEAR(sx, 0, 1e-15);
+  EXPECT_NEAR(sy, 1, 1e-15);
+  // RotateX and RotateY by hand: (0, 1, 0) about X by 90° is (0, 0, 1);
+  // (0, 0, 1) about Y by 90° is (1, 0, 0); then Scale(2, 3, 4).
+  CProjection_Cap q;
+  q.RotateX(PI / 2);
+  q.RotateY(PI / 2);
+  q.Scale(2, 3, 4);
+  q.BeginTrans(0);
+  q.ScaleX = q.ScaleY = 1;
+  ASSERT_EQ(q.Transform(0, 0.25, 0, sx, sy, sz, visible), 1);
+  EXPECT_NEAR(sx, 0.5, 1e-15);
+  EXPECT_NEAR(sy, 0, 1e-15);
+  EXPECT_NEAR(sz, 0, 1e-15);
+  q.InitMatrix(MATRIX_MODEL);
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(q.ModelMatrix[i], i % 5 == 0 ? 1.0 : 0.0);
+}
+
+TEST(ProjectionCap, TransformThenInverseRoundTrips) {
+  CProjection_Cap p;
+  p.SetPrjMatrix(-1.8, 1.8, 1.35, -1.35, 8.0, 1e6);  // an 8 mm lens on a 3.6 mm sensor
+  p.RotateX(0.3);
+  p.RotateY(-0.7);
+  p.Translate(12.5, -3.25, -4000.0);
+  ASSERT_EQ(p.BeginTrans(1), 1);
+  std::mt19937 rng(3);
+  std::uniform_real_distribution<double> u(-1500, 1500);
+  for (int i = 0; i < 200; ++i) {
+    const double x = u(rng), y = u(rng), z = u(rng);
+    double sx, sy, sz, bx, by, bz;
+    int visible;
+    ASSERT_EQ(p.Transform(x, y, z, sx, sy, sz, visible), 1);
+    ASSERT_EQ(p.Inverse(sx, sy, sz, bx, by, bz), 1);
+    // Depth near 1 loses digits in 1 - sz: relative 1e-6 of the distance.
+    const double tol = 1e-6 * 5000;
+    EXPECT_NEAR(bx, x, tol);
+    EXPECT_NEAR(by, y, tol);
+    EXPECT_NEAR(bz, z, tol);
+  }
+}
+
+TEST(ProjectionCap, SingularTransformKeepsTheOldInverse) {
+  CProjection_Cap p;
+  p.Translate(1, 2, 3);
+  ASSERT_EQ(p.BeginTrans(1), 1);
+  double before[16];
+  for (int i = 0; i < 16; ++i) before[i] = p.InvMatrix[i];
+  EXPECT_EQ(before[3], -1.0);
+  p.Scale(1, 0, 1);
+  EXPECT_EQ(p.BeginTrans(1), 0);
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(p.InvMatrix[i], before[i]);
+}
+
+TEST(ProjectionCap, LuAndMatinvAgainstHandValues) {
+  Probe p;
+  // det [[0, 2, 1], [1, 1, 0], [3, 0, 1]] = 0·1 - 2·(1 - 0) + 1·(0 - 3) = -5,
+  // needing a row exchange for the zero first pivot.
+  double a[9] = {0, 2, 1, 1, 1, 0, 3, 0, 1};
+  double copy[9];
+  for (int i = 0; i < 9; ++i) copy[i] = a[i];
+  int ip[3];
+  EXPECT_NEAR(p.lu(3, copy, ip), -5.0, 1e-14);
+  double inv[9];
+  for (int i = 0; i < 9; ++i) copy[i] = a[i];
+  ASSERT_NEAR(p.matinv(3, copy, inv), -5.0, 1e-14);
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) {
+      double s = 0;
+      for (int k = 0; k < 3; ++k) s += a[i * 3 + k] * inv[k * 3 + j];
+      EXPECT_NEAR(s, i == j ? 1.0 : 0.0, 1e-14);
+    }
+  double zero_row[4] = {1, 2, 0, 0};
+  EXPECT_EQ(p.lu(2, zero_row, ip), 0.0);
+  double nx = 5, ny = 5;
+  p.ScrToNor(1.0, 1.0, nx, ny);  // zero scale: (0, 0)
+  EXPECT_EQ(nx, 0.0);
+  EXPECT_EQ(ny, 0.0);
+}
+
+TEST(ProjectionCap, CopiesCarryEverything) {
+  CProjection_Cap p;
+  p.SetPrjMatrix(-1, 1, 1, -1, 1, 10);
+  p.Translate(0, 0, -5);
+  p.BeginTrans(1);
+  CProjection_Cap q(p), r;
+  r = p;
+  for (int i = 0; i < 16; ++i) {
+    EXPECT_EQ(q.InvMatrix[i], p.InvMatrix[i]);
+    EXPECT_EQ(r.TransMatrix[i], p.TransMatrix[i]);
+  }
+  EXPECT_EQ(r.ScaleY, 1.0);
+}
+
+}  // namespace

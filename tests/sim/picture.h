@@ -1,0 +1,112 @@
+#pragma once
+// Reading positions out of simulated sensor frames, the way an independent
+// observer would: from the pixels only.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "devices/frame_source.h"
+
+namespace sim_test {
+
+using Frame = std::vector<uint16_t>;
+
+inline Frame NewFrame() { return Frame(size_t(devices::kFrameWidth) * devices::kFrameHeight); }
+
+// Luminance of a 5-6-5 pixel exactly as the live view's histogram computes
+// it (8-bit expansion, 0.3 x bits 15-11 + 0.59 x bits 10-5 + 0.11 x bits 4-0).
+inline int Luminance(uint16_t p) {
+  int r = (p >> 11) * 255 / 31;
+  int g = ((p >> 5) & 63) * 255 / 63;
+  int b = (p & 31) * 255 / 31;
+  return std::clamp(int(0.3 * r + 0.59 * g + 0.11 * b), 0, 255);
+}
+
+inline double MeanLuminance(const Frame& frame) {
+  double sum = 0.0;
+  for (uint16_t p : frame) sum += Luminance(p);
+  return sum / double(frame.size());
+}
+
+// Linear light of a pixel, undoing the sensor's display gamma of 1/2.2.
+inline double LinearLight(uint16_t p) {
+  auto lin = [](double code, double max) { return std::pow(code / max, 2.2); };
+  return 0.3 * lin(p >> 11, 31) + 0.59 * lin((p >> 5) & 63, 63) + 0.11 * lin(p & 31, 31);
+}
+
+struct Centre {
+  double x = 0.0;  // continuous sensor coordinates: pixel i spans [i, i+1)
+  double y = 0.0;
+  int board_pixels = 0;
+};
+
+// Centre of a target board: the centroid of its dark parts (the frame and
+// two opposite quadrants, point-symmetric about the centre, so their
+// centroid is the centre), from a frame with the board (`with`) and the same
+// view without it (`without`), both sampled 2 x 2 in every pixel so that they
+// differ exactly where the board is. Each board pixel's weight is the share
+// of it that is black, in linear light: inside the board a pixel mixes the
+// board's black and white, on its rim black and the background.
+inline std::optional<Centre> BoardCentre(
+    const Frame& with, const Frame& without, double guess_x, double guess_y, int radius) {
+  int x0 = int(guess_x) - radius, y0 = int(guess_y) - radius, size = 2 * radius + 1;
+  if (x0 < 1 || y0 < 1 || x0 + size >= devices::kFrameWidth || y0 + size >= devices::kFrameHeight) {
+    return std::nullopt;
+  }
+  auto index = [](int x, int y) { return size_t(y) * devices::kFrameWidth + size_t(x); };
+  auto on_board = [&](int x, int y) { return with[index(x, y)] != without[index(x, y)]; };
+  auto on_rim = [&](int x, int y) {
+    for (int dy = -1; dy <= 1; ++dy) {
+      for (int dx = -1; dx <= 1; ++dx) {
+        if (!on_board(x + dx, y + dy)) return true;
+      }
+    }
+    return false;
+  };
+  std::vector<double> inside;
+  for (int y = y0; y < y0 + size; ++y) {
+    for (int x = x0; x < x0 + size; ++x) {
+      if (on_board(x, y) && !on_rim(x, y)) inside.push_back(LinearLight(with[index(x, y)]));
+    }
+  }
+  if (inside.size() < 20) return std::nullopt;
+  std::sort(inside.begin(), inside.end());
+  double black = inside[inside.size() / 20];
+  double white = inside[inside.size() - 1 - inside.size() / 20];
+  if (white - black < 0.3) return std::nullopt;
+
+  Centre c;
+  double sum_w = 0.0, sum_x = 0.0, sum_y = 0.0;
+  for (int y = y0; y < y0 + size; ++y) {
+    for (int x = x0; x < x0 + size; ++x) {
+      if (!on_board(x, y)) continue;
+      double a = LinearLight(with[index(x, y)]);
+      double w = 0.0;
+      if (on_rim(x, y)) {
+        double background = LinearLight(without[index(x, y)]);
+        if (std::abs(background - black) > 1e-3) w = (background - a) / (background - black);
+      } else {
+        w = (white - a) / (white - black);
+      }
+      w = std::clamp(w, 0.0, 1.0);
+      sum_w += w;
+      sum_x += w * (x + 0.5);
+      sum_y += w * (y + 0.5);
+      ++c.board_pixels;
+    }
+  }
+  // The board must lie inside the window: no board pixel on its border.
+  for (int k = 0; k < size; ++k) {
+    if (on_board(x0 + k, y0) || on_board(x0 + k, y0 + size - 1) || on_board(x0, y0 + k) ||
+        on_board(x0 + size - 1, y0 + k)) {
+      return std::nullopt;
+    }
+  }
+  c.x = sum_x / sum_w;
+  c.y = sum_y / sum_w;
+  return c;
+}
+
+}  // namespace sim_test

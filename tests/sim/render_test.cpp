@@ -1,0 +1,188 @@
+// The simulated instrument's pictures: repeatable, placed where a hand
+// calculation puts them, and exposed the way a camera gain would expose them.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "platform/framebuffer.h"
+#include "sim/exposure.h"
+#include "sim/frame_image.h"
+#include "sim/instrument.h"
+#include "tests/sim/picture.h"
+#include "tests/sim/site.h"
+
+namespace {
+
+using sim_test::Frame;
+
+Frame Render(sim::Instrument& instrument, int camera, int brightness = 0, uint64_t index = 0) {
+  Frame frame = sim_test::NewFrame();
+  devices::FrameRequest request;
+  request.camera = camera;
+  request.brightness = brightness;
+  request.frame_index = index;
+  request.time_ms = int64_t(index) * 33;
+  instrument.Render(request, frame.data());
+  return frame;
+}
+
+// A small site: a few targets and two buildings around a station that is
+// not at the origin.
+void BuildSite(sim::Instrument& instrument) {
+  instrument.station().SetPosition(1200.25, -310.5, 42.0);
+  instrument.station().SetInstrumentHeight(1.55);
+  instrument.station().SetAngles(88.5, 37.0);
+  sim::StationState s = instrument.station().State();
+  sim::Scene scene;
+  scene.set_ground_z(42.0);
+  for (double dh : {-9.0, -3.0, 4.0, 10.0})
+    scene.AddTarget(sim_test::TargetAt(s, 88.0, 37.0 + dh, 25.0, 0.25));
+  scene.AddBuilding({1230.0, 1250.0, -300.0, -280.0, 42.0, 54.0});
+  scene.AddBuilding({1215.0, 1222.0, -270.0, -255.0, 42.0, 48.0, 0.7f, 0.4f, 0.3f});
+  instrument.SetScene(scene);
+}
+
+TEST(SimRender, SameInputsGiveSamePixels) {
+  sim::Instrument first;
+  sim::Instrument second;
+  BuildSite(first);
+  BuildSite(second);
+  for (int camera : {0, 1}) {
+    Frame a = Render(first, camera, 12, 1);
+    Frame b = Render(first, camera, 12, 2);  // a later frame of the same still scene
+    Frame c = Render(second, camera, 12, 1);
+    EXPECT_EQ(a, b) << "camera " << camera;
+    EXPECT_EQ(a, c) << "camera " << camera;
+  }
+  // The picture does follow the telescope.
+  Frame before = Render(first, 1);
+  first.station().SetAngles(88.5, 37.5);
+  EXPECT_NE(before, Render(first, 1));
+}
+
+struct HandCase {
+  const char* name;
+  double v_deg, h_deg;
+  double x, y, z;  // survey axes, station at the origin, instrument height 1.5
+  double px, py;   // expected continuous sensor position
+};
+
+// Ideal wide camera (f 8 mm, principal point at the sensor middle, 5.6 um
+// pixels, no distortion, no offset). A point 1 m right of and 1 m above the
+// line of sight at 20 m lies at u = v = 8 * 1 / 20 = 0.4 mm from the
+// principal point: px = (1.792 + 0.4) / 0.0056, py = (1.344 - 0.4) / 0.0056.
+// Looking east (H = 90) "right" is towards -X; tilted 10 degrees up (V = 80)
+// the line of sight climbs by sin(10 deg) per metre.
+const HandCase kHandCases[] = {
+    {"north", 90.0, 0.0, 20.0, 1.0, 2.5, 2.192 / 0.0056, 0.944 / 0.0056},
+    {"east", 90.0, 90.0, -1.0, 20.0, 2.5, 2.192 / 0.0056, 0.944 / 0.0056},
+    {"on_axis_up",
+     80.0,
+     0.0,
+     20.0 * 0.984807753012208,
+     0.0,
+     1.5 + 20.0 * 0.17364817766693,
+     320.0,
+     240.0},
+    {"south_west_left_low",
+     90.0,
+     225.0,
+     -14.142135623730951 - 0.7071067811865476,
+     -14.142135623730951 + 0.7071067811865476,
+     0.5,
+     1.392 / 0.0056,
+     1.744 / 0.0056},
+};
+
+TEST(SimRender, WideTargetLandsWhereHandCalculationPutsIt) {
+  for (const HandCase& c : kHandCases) {
+    SCOPED_TRACE(c.name);
+    sim::Instrument instrument;
+    instrument.SetSampleEveryPixel(true);
+    instrument.station().SetInstrumentHeight(1.5);
+    instrument.station().SetAngles(c.v_deg, c.h_deg);
+    Frame without = Render(instrument, 1);
+    instrument.AddTarget({L"P", c.x, c.y, c.z, 0.3});
+    Frame with = Render(instrument, 1);
+    // Board half size 0.3 m at 20 m: 0.3 / 20 * 8 / 0.0056 = 21 px.
+    auto centre = sim_test::BoardCentre(with, without, c.px, c.py, 30);
+    ASSERT_TRUE(centre.has_value());
+    EXPECT_GT(centre->board_pixels, 1200);  // about 42 x 42 pixels
+    // The centroid of 5-6-5 pixels sampled 2 x 2 is good to about 0.15 px;
+    // a half-pixel slip in the sensor convention would show as 0.5.
+    EXPECT_NEAR(centre->x, c.px, 0.25);
+    EXPECT_NEAR(centre->y, c.py, 0.25);
+  }
+}
+
+TEST(SimRender, ExposureRisesWithBrightnessAndClips) {
+  sim::Instrument instrument;
+  BuildSite(instrument);
+  double previous = -1.0;
+  for (int b = -112; b <= 143; b += 15) {
+    double mean = sim_test::MeanLuminance(Render(instrument, 1, b));
+    EXPECT_GT(mean, previous) << "brightness " << b;
+    previous = mean;
+  }
+  // Values outside the driver's range act like its ends.
+  EXPECT_EQ(Render(instrument, 1, 143), Render(instrument, 1, 400));
+  EXPECT_EQ(Render(instrument, 1, -112), Render(instrument, 1, -1000));
+  EXPECT_DOUBLE_EQ(sim::Exposure::Gain(32) / sim::Exposure::Gain(0), 2.0);
+}
+
+// Auto exposure aims the mean at 128 and the maximum at 200: the dark scene
+// must start far below and the bright one far above, and both must be
+// reachable inside -112..143.
+TEST(SimRender, DarkAndBrightScenesNeedExposureFromBothSides) {
+  sim::Instrument instrument;
+  BuildSite(instrument);
+  instrument.SetLighting(sim::Lighting::kDark);
+  EXPECT_LT(sim_test::MeanLuminance(Render(instrument, 1, 0)), 70.0);
+  EXPECT_GT(sim_test::MeanLuminance(Render(instrument, 1, 143)), 140.0);
+  instrument.SetLighting(sim::Lighting::kBright);
+  EXPECT_GT(sim_test::MeanLuminance(Render(instrument, 1, 0)), 215.0);
+  EXPECT_LT(sim_test::MeanLuminance(Render(instrument, 1, -112)), 118.0);
+  instrument.SetLighting(sim::Lighting::kNormal);
+  double neutral = sim_test::MeanLuminance(Render(instrument, 1, 0));
+  EXPECT_GT(neutral, 90.0);
+  EXPECT_LT(neutral, 200.0);
+}
+
+TEST(SimRender, TeleSeesASmallerPartOfTheSceneLarger) {
+  sim::Instrument instrument;
+  instrument.station().SetAngles(90.0, 0.0);
+  sim::StationState s = instrument.station().State();
+  instrument.AddTarget(sim_test::TargetAt(s, 90.0, 0.0, 40.0, 0.05));
+  Frame tele = Render(instrument, 0);
+  // 0.05 m at 40 m through 248.46 mm optics: 0.05 / 40 * 248.46 / 0.0056 = 55 px
+  // half size; the middle 80 x 80 pixels are all checker.
+  int dark = 0;
+  for (int y = 200; y < 280; ++y) {
+    for (int x = 280; x < 360; ++x) dark += sim_test::Luminance(tele[size_t(y) * 640 + x]) < 100;
+  }
+  EXPECT_NEAR(dark, 80 * 80 / 2, 400);  // two of the four quadrants
+}
+
+TEST(SimRender, WritesPicturesOfBothCameras) {
+  sim::Instrument instrument;
+  BuildSite(instrument);
+  instrument.station().SetAngles(88.0, 34.0);  // the telescope on the second target
+  std::filesystem::path dir = std::filesystem::path(SURVEYCAM_BINARY_DIR) / "sim-frames";
+  std::filesystem::create_directories(dir);
+  for (int camera : {0, 1}) {
+    platform::Framebuffer picture;
+    sim::FrameToFramebuffer(Render(instrument, camera).data(), picture);
+    std::string path = (dir / (camera == 0 ? "tele.png" : "wide.png")).string();
+    ASSERT_TRUE(platform::WritePng(picture, path));
+    std::ifstream file(path, std::ios::binary);
+    char signature[8] = {};
+    file.read(signature, 8);
+    EXPECT_EQ(std::string(signature + 1, 3), "PNG");
+    std::string ppm = (dir / (camera == 0 ? "tele.ppm" : "wide.ppm")).string();
+    ASSERT_TRUE(sim::WritePpm(picture, ppm));
+    EXPECT_EQ(std::filesystem::file_size(ppm), std::string("P6\n640 480\n255\n").size() + 640 * 480 * 3);
+  }
+}
+
+}  // namespace
