@@ -35,6 +35,8 @@ Options:
 
 Session script: one step a line, '#' starts a comment.
   turn V H             turn the instrument to zenith angle V, horizontal angle H
+  nudge dV dH          turn by dV, dH degrees
+  point NAME [dV dH]   turn to the survey point NAME (off by dV, dH degrees)
   camera N             0 tele, 1 wide
   zoom in|out|reset    zoom the current camera
   mode none|offset|corner|distance|rem|ccd|user

@@ -13,7 +13,7 @@ struct Arity {
 
 const std::map<std::string, Arity>& Verbs() {
   static const std::map<std::string, Arity> verbs = {
-      {"turn", {2, 2}},          {"point", {1, 3}},         {"camera", {1, 1}},        {"zoom", {1, 1}},
+      {"turn", {2, 2}},          {"nudge", {2, 2}},         {"point", {1, 3}},         {"camera", {1, 1}},        {"zoom", {1, 1}},
       {"mode", {1, 1}},          {"measure", {0, 0}},       {"tap", {2, 2}},
       {"tap-target", {1, 1}},    {"aim", {0, 0}},           {"key", {1, 1}},
       {"exposure", {1, 1}},      {"scene", {1, 1}},         {"wait", {1, 1}},
@@ -33,7 +33,7 @@ bool IsNumber(const std::string& word) {
 
 // Verbs whose arguments must all be numbers.
 bool NumericVerb(const std::string& verb) {
-  return verb == "turn" || verb == "camera" || verb == "tap" || verb == "exposure" || verb == "wait";
+  return verb == "turn" || verb == "nudge" || verb == "camera" || verb == "tap" || verb == "exposure" || verb == "wait";
 }
 
 // Verbs whose arguments after the first must be numbers.
@@ -89,10 +89,10 @@ turn 90 30               # the wide camera looks over the site: survey points dr
 zoom in
 zoom out
 camera 0                 # the telescope's camera
-mode offset
-turn 89.98 30.03         # the offset marker follows the turn
-mode corner
 point T3 0.03 -0.04      # near target T3
+mode offset
+nudge -0.01 0.02         # the offset marker follows the turn
+mode corner
 measure                  # a distance was measured: taps are taken
 tap-target T3
 aim                      # the telescope turns onto the tapped point

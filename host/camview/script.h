@@ -2,6 +2,7 @@
 // The session script of camview: one step a line, words separated by blanks,
 // '#' starts a comment. Steps:
 //   turn V H            turn the instrument to zenith angle V, horizontal angle H (degrees)
+//   nudge dV dH         turn by dV, dH degrees from where the instrument points
 //   point NAME [dV dH]  turn to the survey point NAME, off by dV, dH degrees
 //   camera N            0 tele, 1 wide
 //   zoom in|out|reset

@@ -280,6 +280,11 @@ StepResult Session::Run(const Step& step) {
   auto number = [&](size_t i) { return std::atof(step.args[i].c_str()); };
   if (verb == "turn") return Turn(step);
   if (verb == "point") return PointAt(step);
+  if (verb == "nudge") {
+    Step turn = step;
+    turn.args = {Format("%.10f", view_->m_dCurV + number(0)), Format("%.10f", view_->m_dCurH + number(1))};
+    return Turn(turn);
+  }
   if (verb == "camera") return Camera(step);
   if (verb == "zoom") return Zoom(step);
   if (verb == "mode") return Mode(step);
@@ -340,8 +345,12 @@ StepResult Session::Turn(const Step& step) {
     if (view_->XYZtoScr(points_[i].Y, points_[i].X, points_[i].Z, sx, sy, vis) == 1 && vis) ++visible;
   }
   const bool ok = view_->m_dCurV == v && view_->m_dCurH == h;
-  return {ok, Format("V %s H %s (D.MMSS), %d of %d survey points in the wide camera's view", Dms(v).c_str(),
-                     Dms(h).c_str(), visible, points_.GetSize())};
+  std::string summary = Format("V %s H %s (D.MMSS), %d of %d survey points in the wide camera's view",
+                               Dms(v).c_str(), Dms(h).c_str(), visible, points_.GetSize());
+  if (view_->GetMode() == 1) {
+    summary += Format("; offset dV %+.4f dH %+.4f", view_->m_dDV, view_->m_dDH);
+  }
+  return {ok, summary};
 }
 
 // Turns to a survey point's angles as the instrument computes them from the
