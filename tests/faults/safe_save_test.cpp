@@ -145,10 +145,11 @@ TEST_F(SafeSave, BitmapAndJpeg) {
 }
 
 TEST_F(SafeSave, EepromAndRegistryStores) {
+  // Every item write replaces the whole memory file; the other items ride along.
+  for (int index = 81; index <= 99; ++index)
+    ASSERT_TRUE(devices::eeprom::SetItem(index, std::vector<uint8_t>(8, uint8_t(index))));
   Drill({"eeprom", L"\\eeprom.txt", [](int version) {
-           for (int index = 80; index < 80 + 5 * version; ++index)
-             if (!devices::eeprom::SetItem(index, std::vector<uint8_t>(8, uint8_t(index + version)))) return 0;
-           return 1;
+           return devices::eeprom::SetItem(80, std::vector<uint8_t>(8, uint8_t(version))) ? 1 : 0;
          }});
   Drill({"registry", platform::registry::StorePath(), [](int version) {
            return platform::registry::SetString(

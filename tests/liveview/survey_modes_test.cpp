@@ -1,4 +1,6 @@
 // Measurement modes, the key dispatcher and the allowed tap square.
+#include <algorithm>
+
 #include "platform/xlate.h"
 #include "tests/liveview/survey_view_fixture.h"
 
@@ -183,18 +185,25 @@ TEST_P(TapSquareTest, EdgesAreInsideAndOnePixelMoreIsOutside) {
   view_->BeginCornerMode();
   view_->SetGetMeas();
 
+  // Boxes about the limit; an accepted tap may add the corner search's own
+  // box, since this flat picture has no corner.
+  auto limit_boxes = [&] {
+    return std::count_if(boxes_.calls().begin(), boxes_.calls().end(), [](const auto& call) {
+      return call.text == L"<Please specify within the limit.>";
+    });
+  };
   Tap(c.inside_x, c.inside_y);
   EXPECT_EQ(view_->m_bTapped, 1);
   EXPECT_EQ(view_->m_bTapOutside, 0);
   EXPECT_EQ(view_->m_ptTap.x, c.inside_x);
   EXPECT_EQ(view_->m_ptTap.y, c.inside_y);
-  EXPECT_EQ(boxes_.size(), 0u);
+  EXPECT_EQ(limit_boxes(), 0);
 
   if (c.outside_x >= 0) {
     Tap(c.outside_x, c.outside_y);
     EXPECT_EQ(view_->m_bTapped, 0);
     EXPECT_EQ(view_->m_bTapOutside, 1);
-    ASSERT_EQ(boxes_.size(), 1u);
+    ASSERT_EQ(limit_boxes(), 1);
     EXPECT_EQ(boxes_.LastText(), L"<Please specify within the limit.>");
     EXPECT_TRUE(boxes_.calls().back().application);
   }

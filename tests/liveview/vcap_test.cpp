@@ -177,7 +177,7 @@ TEST(FrameConvertTest, RowsLandBottomUp) {
 }
 
 TEST(FrameConvertTest, VectorAndPortableAgreeOnEveryValueAndOddWidths) {
-  for (int width : {1, 15, 16, 17, 37, 640}) {
+  for (int width : {1, 15, 16, 17, 31, 32, 33, 37, 48, 49, 640}) {
     const int height = 65536 / width + 1;
     std::vector<WORD> pixels(size_t(width) * height);
     for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = WORD(i * 40503u);  // visits all 65536 values

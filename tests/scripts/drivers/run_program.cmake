@@ -10,6 +10,7 @@
 #   FORBID_OUT    a regular expression standard output must not match
 #   EXPECT_FILES  files that must exist afterwards and be non-empty ("a|b")
 #   CLEAN_DIR     a folder removed before the run
+#   PNG_DIR, MIN_PNGS  at least MIN_PNGS PNG files must be in PNG_DIR afterwards
 #   WRITE_FILE    a file written before the run with WRITE_TEXT ("\n" for line
 #                 breaks), for scripts the run reads
 
@@ -65,6 +66,14 @@ foreach(f IN LISTS files)
     endif()
   endif()
 endforeach()
+
+if(PNG_DIR)
+  file(GLOB pngs "${PNG_DIR}/*.png")
+  list(LENGTH pngs count)
+  if(count LESS MIN_PNGS)
+    list(APPEND failures "${count} PNG files in ${PNG_DIR}, expected at least ${MIN_PNGS}")
+  endif()
+endif()
 
 if(failures)
   string(REPLACE ";" "\n  " text "${failures}")
