@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <new>
 
+#include "files/storage_messages.h"
 #include "image/dib_ex.h"
+#include "image/image_messages.h"
 #include "liveview/frame_convert.h"
 #include "liveview/vcap.h"
 #include "platform/dc.h"
@@ -43,6 +45,9 @@ CCaptureWnd::~CCaptureWnd() {
   // A window still alive is destroyed while this object is whole, so that
   // OnDestroy (timer) runs as the window's own handler.
   if (m_hWnd) DestroyWindow();
+  // Image and storage messages fall back to their English texts.
+  image::SetMessageSource(nullptr);
+  files::SetMessageSource(nullptr);
   FreeMessageLists();
   if (m_pVCap) {
     m_pVCap->StopCapture();

@@ -13,6 +13,8 @@
 #include <new>
 #include <vector>
 
+#include "files/storage_messages.h"
+#include "image/image_messages.h"
 #include "liveview/capture_wnd.h"
 #include "platform/faults.h"
 #include "platform/file.h"
@@ -87,6 +89,11 @@ void CCaptureWnd::InitAppUseMessage() {
   m_pMessage->Src.RemoveAll();
   for (const wchar_t* text : kEnglish) m_EngMessage.Src.Add(text);
   m_pMessage->Src.Copy(m_EngMessage.Src);
+  // The image and storage classes show their errors from this table too, so
+  // a translated table changes every message at once.
+  auto table = [this](int index) { return TableText(index); };
+  image::SetMessageSource(table);
+  files::SetMessageSource(table);
 }
 
 // Appends the file's lines to the two lists of m_StMessage. 1 when the file

@@ -7,6 +7,8 @@
 #include <string>
 
 #include "devices/devices.h"
+#include "files/storage_messages.h"
+#include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
 #include "platform/desktop.h"
 #include "platform/faults.h"
@@ -190,6 +192,28 @@ TEST_F(MessageTest, MissingMemoryModuleIsReportedAtConstruction) {
   EXPECT_EQ(other.m_hEepModule, nullptr);
   EXPECT_EQ(other.m_pSysEepRead, nullptr);
   EXPECT_NE(view_->m_pSysEepRead, nullptr);
+}
+
+}  // namespace
+
+namespace {
+
+// The image and storage classes show their errors from the view's table, so
+// a translation reaches them too; without a view they speak English.
+TEST_F(MessageTest, ImageAndCardErrorsUseTheTranslatedTable) {
+  WriteLanguageFile(Utf16Le(u"Invalid bitmap file. E-513\nUngueltige Bitmap E-513\n"
+                            u"The card is not mounted. E-519\nKeine Karte E-519\n"));
+  ASSERT_EQ(view_->GetImageLangCode(), 1);
+  WriteHostFile(Host(L"\\bad.bmp"), "PK not a bitmap, a zip file");
+  CDibEx dib;
+  CString path(L"\\bad.bmp");
+  EXPECT_EQ(dib.ReadBMP(path), 0);
+  ASSERT_GE(boxes_.size(), 1u);
+  EXPECT_EQ(boxes_.LastText(), L"Ungueltige Bitmap E-513");
+  EXPECT_EQ(std::wstring(files::MessageText(files::kMsgNotMounted)), L"Keine Karte E-519");
+
+  view_.reset();
+  EXPECT_EQ(std::wstring(files::MessageText(files::kMsgNotMounted)), L"The card is not mounted. E-519");
 }
 
 }  // namespace
