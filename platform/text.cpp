@@ -71,6 +71,10 @@ std::wstring Utf8ToWide(const char* text, size_t length) {
       }
       c = (c << 6) | (s[i + k] & 0x3F);
     }
+    // Overlong forms, surrogates and values past U+10FFFF are not text: each
+    // such byte becomes U+FFFD, so decoding then encoding is stable.
+    static constexpr char32_t kLeast[4] = {0, 0x80, 0x800, 0x10000};
+    if (ok && (c < kLeast[extra] || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF))) ok = false;
     if (!ok) {
       out += L'\xFFFD';
       ++i;

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <clocale>
 
 #include <gtest/gtest.h>
@@ -55,6 +56,30 @@ TEST(KvoArray, GrowsAndKeepsOrder) {
   ASSERT_EQ(a.GetSize(), 3);
   EXPECT_EQ(a[0], 1.0);
   EXPECT_EQ(a[2], 5.0);
+}
+
+}  // namespace
+
+namespace {
+
+// Bytes that are not UTF-8 text decode to U+FFFD one byte at a time, so that
+// encoding the result and decoding it again gives the same text.
+TEST(Utf8, InvalidSequencesBecomeReplacementCharactersStably) {
+  const std::string cases[] = {
+      "\xF5\xA4\xB7\xB4",  // past U+10FFFF
+      "\xC0\xAF",          // overlong '/'
+      "\xED\xA0\x80",      // a surrogate
+      "\xBF\xF5M",         // stray continuation and a cut lead byte
+      "\xE6\xB8",          // truncated at the end
+  };
+  for (const std::string& bytes : cases) {
+    const std::wstring once = platform::Utf8ToWide(bytes);
+    EXPECT_EQ(once.size(), std::count(once.begin(), once.end(), L'\xFFFD') +
+                               std::count(once.begin(), once.end(), L'M'))
+        << bytes;
+    EXPECT_EQ(platform::Utf8ToWide(platform::WideToUtf8(once)), once);
+  }
+  EXPECT_EQ(platform::Utf8ToWide("\xF4\x8F\xBF\xBF"), std::wstring(1, wchar_t(0x10FFFF)));
 }
 
 }  // namespace
