@@ -24,7 +24,12 @@ for t in "${targets[@]}"; do
   mkdir -p "$work"
   if [[ -d "$corpus" ]]; then cp -r "$corpus"/. "$work"/ 2>/dev/null || true; fi
   echo "fuzz: $t for ${seconds}s"
-  (cd "$build" && SURVEYCAM_ROOT="$build/fuzz-root-$t" "./fuzz/$t" -max_total_time="$seconds" \
-     -max_len=65536 -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "$work" 2>&1 | tail -n 4)
-  test "${PIPESTATUS[0]}" -eq 0
+  log="$build/$t.log"
+  if ! (cd "$build" && SURVEYCAM_ROOT="$build/fuzz-root-$t" "./fuzz/$t" -max_total_time="$seconds" \
+        -max_len=65536 -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "$work" >"$log" 2>&1); then
+    tail -n 60 "$log"
+    echo "fuzz: $t FAILED (log: $log, crash input under $build)"
+    exit 1
+  fi
+  grep -E "stat::(number_of_executed_units|new_units_added)" "$log" || true
 done
