@@ -198,6 +198,29 @@ int CDLT::Project(const CXYZ& g, double& x, double& y) const {
   return 1;
 }
 
+int CDLT::GetCentre(CXYZ& centre) const {
+  const double* l = m_dL;
+  // [L1 L2 L3; L5 L6 L7; L9 L10 L11] C = -[L4; L8; 1], by Cramer's rule.
+  const double a[3][3] = {{l[0], l[1], l[2]}, {l[4], l[5], l[6]}, {l[8], l[9], l[10]}};
+  const double b[3] = {-l[3], -l[7], -1.0};
+  auto det = [](const double m[3][3]) {
+    return m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+           m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
+  };
+  const double d = det(a);
+  if (!std::isfinite(d) || d == 0.0) return 0;
+  double c[3];
+  for (int k = 0; k < 3; ++k) {
+    double m[3][3];
+    for (int r = 0; r < 3; ++r)
+      for (int col = 0; col < 3; ++col) m[r][col] = col == k ? b[r] : a[r][col];
+    c[k] = det(m) / d;
+    if (!std::isfinite(c[k])) return 0;
+  }
+  centre.SetXYZ(c[0], c[1], c[2]);
+  return 1;
+}
+
 int CDLT::Write(const wchar_t* path) {
   if (!path || !*path) return 0;
   std::string text = "DLT\t1\nphoto\t" + platform::WideToUtf8(Name.c_str()) + "\n";

@@ -50,6 +50,11 @@ class SURVEYCAM_API CDLT {
   // Parses the text of a ".DLT" file (what Read does after reading it).
   int Parse(const char* text, int length);
 
+  // Projection centre of the photograph (where every ray meets): the ground
+  // point that makes both numerators and the denominator zero. 0 when the
+  // parameters do not fix one (all zero, or degenerate).
+  int GetCentre(CXYZ& centre) const;
+
   // Control points used by the last solution.
   int GetControlCount() const { return m_Residuals.GetSize(); }
 

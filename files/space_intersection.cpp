@@ -5,7 +5,9 @@
 // site's coordinates run into thousands of metres.
 #include "files/space_intersection.h"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "camera/least_sq.h"
 
@@ -46,6 +48,30 @@ bool WellConditioned(CLeastSq& lsq) {
 
 }  // namespace
 
+double CSpaceIntersection::GetIntersectionAngle(const CXYZ& point) const {
+  std::vector<CXYZ> towards;  // unit vectors from the point to each centre
+  for (const Ray& ray : m_Rays) {
+    CXYZ centre;
+    if (!ray.dlt.GetCentre(centre)) return 0.0;
+    CXYZ d(centre.X - point.X, centre.Y - point.Y, centre.Z - point.Z);
+    const double length = d.Len();
+    if (!(length > 0.0)) return 0.0;
+    towards.push_back(CXYZ(d.X / length, d.Y / length, d.Z / length));
+  }
+  double widest = 0.0;
+  for (size_t i = 0; i < towards.size(); ++i) {
+    for (size_t j = i + 1; j < towards.size(); ++j) {
+      const CXYZ& a = towards[i];
+      const CXYZ& b = towards[j];
+      const double dot = a.X * b.X + a.Y * b.Y + a.Z * b.Z;
+      const double cross = CXYZ(a.Y * b.Z - a.Z * b.Y, a.Z * b.X - a.X * b.Z, a.X * b.Y - a.Y * b.X).Len();
+      // Rays from opposite sides fix the depth no better than parallel ones.
+      widest = std::max(widest, std::atan2(cross, std::fabs(dot)) * 180.0 / 3.141592653589793);
+    }
+  }
+  return widest;
+}
+
 int CSpaceIntersection::Solve(CXYZ& point) {
   const int n = m_Rays.GetSize();
   if (n < 2) return 0;
@@ -81,6 +107,7 @@ int CSpaceIntersection::Solve(CXYZ& point) {
   double sum2 = 0.0;
   CXYZ solved = point;
   solved.SetXYZ(at[0], at[1], at[2]);
+  if (!(GetIntersectionAngle(solved) >= kMinAngle)) return 0;
   for (const Ray& ray : m_Rays) {
     double x = 0.0, y = 0.0;
     if (!ray.dlt.Project(solved, x, y)) return 0;

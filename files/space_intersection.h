@@ -26,8 +26,17 @@ class SURVEYCAM_API CSpaceIntersection {
 
   // Intersects the rays: 1 with point.X, Y, Z set (Name and Code kept), the
   // residual of each ray and sigma; 0 with fewer than two rays or when the
-  // rays do not fix a point (parallel rays), point untouched.
+  // rays do not fix a point, point untouched. Rays fix a point only when two
+  // of them cross at kMinAngle degrees or more: photographs taken from one
+  // station share their projection centre and give directions but no depth,
+  // however many they are and however well their rays seem to meet.
   int Solve(CXYZ& point);
+  // The widest angle (0 to 90 degrees) at which two rays cross at `point`,
+  // taken between the lines to their projection centres (rays from opposite
+  // sides count as parallel); 0 when a ray's parameters have no centre.
+  double GetIntersectionAngle(const CXYZ& point) const;
+
+  static constexpr double kMinAngle = 2.0;
   // Measured minus computed image coordinates of ray i after Solve.
   double GetResidualX(int i) const { return m_Residuals[i].X; }
   double GetResidualY(int i) const { return m_Residuals[i].Y; }

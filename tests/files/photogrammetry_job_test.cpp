@@ -1,26 +1,23 @@
-// A photogrammetric job on the simulated instrument, end to end: the site's
-// targets (examples/site.csv) plus extra control targets are photographed
-// with the wide camera from two stations, several pictures a station; each
-// picture is saved as a JPEG and copied into a project; the targets' image
-// coordinates are measured from the pixels; each photograph's DLT is solved
-// from the control targets it shows; the untouched site targets are
-// intersected and compared with their true coordinates.
-//
-// Not finished, so disabled: with boards of 10 to 20 pixels the centres found
-// from the pixels scatter by about 0.2 px (up to 0.8 px), and after leaving
-// out boards that overlap another in the picture most pictures keep only six
-// or seven control targets, too few for a DLT that holds away from them.
-// Run with --gtest_also_run_disabled_tests to see the figures per picture.
+// A photogrammetric job on the simulated instrument, end to end: the site of
+// examples/photogrammetry_site.csv (three stations, six check targets, control
+// targets spread through the block at different depths and heights, placed so
+// that no two boards overlap from any station) is photographed with the wide
+// camera, several pictures a station; each picture is saved as a JPEG and
+// copied into a project with the targets' image coordinates measured from its
+// pixels by the boards' point symmetry; the job solves each photograph's DLT
+// from the control targets and intersects the check targets, which are
+// compared with their true coordinates.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <random>
 #include <vector>
 
 #include "devices/jpeg_module.h"
+#include "files/board_centre.h"
+#include "files/photogrammetry_job.h"
 #include "files/point_files.h"
 #include "files/project.h"
 #include "image/dib_ex.h"
@@ -35,11 +32,9 @@ using PointArray = CKvoArray<CXYZ, CXYZ&>;
 using sim_test::Frame;
 
 constexpr double kPi = 3.141592653589793;
-constexpr double kBoardHalf = 0.6;  // m: about 17 px half size at 50 m
-
-struct Station {
-  double x, y, z;
-};
+constexpr double kBoardHalf = 0.5;          // m: the site file's boards are placed for this size
+constexpr double kWidePixel = 8.0 / 0.0056;  // wide camera's focal length in pixels
+constexpr int kMinControls = 10;             // DLTs from fewer stay out of the intersection
 
 Frame Render(sim::Instrument& instrument) {
   Frame frame = sim_test::NewFrame();
@@ -49,8 +44,7 @@ Frame Render(sim::Instrument& instrument) {
   return frame;
 }
 
-// Saves a sensor frame as the JPEG a snapshot would be (24-bit, top row first
-// on screen).
+// Saves a sensor frame as the JPEG a snapshot would be (24-bit, top row first).
 bool SaveJpeg(const Frame& frame, const wchar_t* path) {
   CDibEx dib;
   if (!dib.Create(CSize(devices::kFrameWidth, devices::kFrameHeight), 24, 0, 0, 0)) return false;
@@ -73,169 +67,134 @@ void Direction(const sim::StationState& s, const CXYZ& p, double& v_deg, double&
   v_deg = 90.0 - std::atan2(dz, std::hypot(dx, dy)) * 180.0 / kPi;
 }
 
-// Extra control targets through the site's block, away from each other and
-// from the site's own targets so that no two boards overlap in a picture.
-void AddControlTargets(PointArray& all, int count) {
-  std::mt19937 rng(20240503);
-  std::uniform_real_distribution<double> x(1012.0, 1068.0), y(2000.0, 2066.0), z(47.5, 58.5);
-  for (int made = 0, tries = 0; made < count && tries < 10000; ++tries) {
-    CXYZ p(L"", x(rng), y(rng), z(rng));
-    bool clear = std::all_of(all.begin(), all.end(), [&](const CXYZ& q) { return p.Len(q) > 4.0; });
-    if (!clear) continue;
-    p.Name.Format(L"C%02d", ++made);
-    p.Code = L"CTRL";
-    all.Add(p);
-  }
-}
-
-struct Measured {
-  CString name;
-  double x = 0, y = 0;
+struct Measurement {
+  PointArray image;             // Name, x, y of every board measured
+  std::vector<double> errors;   // measured minus true position, pixels
 };
 
 // Finds every target's centre in one picture. The expected positions (the
 // library's projection of the true coordinates) only say where to look and
 // which board is which, as an operator tapping near a target would; the
-// centre itself comes from the pixels. Boards near the edge or near another
-// board are left out.
-std::vector<Measured> MeasurePicture(sim::Instrument& instrument, const PointArray& targets, const sim::Scene& scene,
-                                     const Frame& with) {
+// centre itself comes from the pixels, by the board's point symmetry. Boards
+// near the edge or overlapping another board are left out.
+Measurement MeasurePicture(const sim::Instrument& instrument, const PointArray& targets, const Frame& frame) {
   sim::StationState s = instrument.station().State();
+  CXYZ eye(s.x, s.y, s.z + s.instrument_height);
   std::vector<sim_test::SensorPoint> guesses;
+  std::vector<double> half;  // board half size in pixels (boards face the instrument)
   for (const CXYZ& t : targets) {
     auto p = sim_test::LibraryProject(instrument.calibration(), s, t.Y, t.X, t.Z);  // pipeline axes
     guesses.push_back(p && p->visible ? *p : sim_test::SensorPoint{-1000, -1000, 0});
+    half.push_back(kBoardHalf / t.Len(eye) * kWidePixel);
   }
-  // Half size of each board in pixels (boards face the instrument).
-  std::vector<double> half;
-  for (const CXYZ& t : targets)
-    half.push_back(kBoardHalf / t.Len(CXYZ(s.x, s.y, s.z + s.instrument_height)) * 8.0 / 0.0056);
-  std::vector<Measured> found;
+  std::vector<float> light(frame.size());
+  for (size_t k = 0; k < frame.size(); ++k) light[k] = float(sim_test::LinearLight(frame[k]));
+  const files::BoardImage image{light.data(), devices::kFrameWidth, devices::kFrameHeight};
+  Measurement m;
   for (int i = 0; i < targets.GetSize(); ++i) {
     const sim_test::SensorPoint& g = guesses[size_t(i)];
-    // The window holds the whole board (its diagonal) and nothing of another.
-    int radius = int(half[size_t(i)] * 1.45) + 3;
-    if (!g.visible || g.px < radius + 2 || g.py < radius + 2 || g.px > 638 - radius || g.py > 478 - radius) continue;
-    // A board that overlaps another in the picture (partly hidden or hiding)
-    // cannot be measured.
+    if (!g.visible) continue;
     bool crowded = false;
     for (size_t j = 0; j < guesses.size(); ++j) {
       double gap = std::max(std::fabs(guesses[j].px - g.px), std::fabs(guesses[j].py - g.py));
-      if (int(j) != i && guesses[j].visible && gap < (half[size_t(i)] + half[j]) * 1.45 + 2) crowded = true;
+      if (int(j) != i && guesses[j].visible && gap < half[size_t(i)] + half[j] + 3) crowded = true;
     }
     if (crowded) continue;
-    // The same view without this one board tells its pixels from the rest.
-    sim::Scene others;
-    others.set_ground_z(scene.ground_z());
-    for (const sim::Target& t : scene.targets())
-      if (t.name != targets[i].Name.str()) others.AddTarget(t);
-    instrument.SetScene(others);
-    Frame without = Render(instrument);
-    instrument.SetScene(scene);
-    auto centre = sim_test::BoardCentre(with, without, g.px, g.py, radius);
-    if (centre) found.push_back({targets[i].Name, centre->x, centre->y});
+    // An operator's tap lands within a pixel or so of the centre.
+    const double tap_x = g.px + 0.8 * std::sin(3.0 * i), tap_y = g.py + 0.8 * std::cos(5.0 * i);
+    double x = 0, y = 0;
+    if (!files::FindBoardCentre(image, tap_x, tap_y, half[size_t(i)], 1.5, x, y)) continue;
+    CXYZ p(targets[i].Name, x, y, 0.0);
+    m.image.Add(p);
+    m.errors.push_back(std::hypot(x - g.px, y - g.py));
   }
-  return found;
+  return m;
 }
 
 class PhotogrammetryJob : public testing_support::DeviceTest {};
 
-TEST_F(PhotogrammetryJob, DISABLED_TwoStationsRecoverTheSiteTargets) {
+TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
   devices::RegisterJpegModule();
   PointArray site;
-  ASSERT_EQ(ReadCSVFile(CString(testing_support::SourcePath("examples/site.csv").c_str()), site, 1), 1);
-  PointArray targets;  // everything that stands on the site, with true coordinates
-  PointArray check;    // the untouched targets: only their pictures are used
+  ASSERT_EQ(ReadCSVFile(CString(testing_support::SourcePath("examples/photogrammetry_site.csv").c_str()), site, 1), 1);
+  PointArray stations, targets, check, control;
   for (CXYZ& p : site) {
-    if (p.Code == L"STN") continue;
-    targets.Add(p);
+    (p.Code == L"STN" ? stations : targets).Add(p);
     if (p.Code == L"TGT") check.Add(p);
-  }
-  ASSERT_EQ(check.GetSize(), 6);
-  AddControlTargets(targets, 34);
-  PointArray control;
-  for (CXYZ& p : targets)
     if (p.Code == L"CTRL") control.Add(p);
+  }
+  ASSERT_EQ(stations.GetSize(), 3);
+  ASSERT_EQ(check.GetSize(), 6);
+  ASSERT_GE(control.GetSize(), 40);
 
   sim::Instrument instrument;
   instrument.SetSampleEveryPixel(true);
-  sim::Scene empty;
-  empty.set_ground_z(40.0);  // the site stands on a terrace below both stations
-  sim::Scene scene = empty;
+  sim::Scene scene;
+  scene.set_ground_z(40.0);  // the site stands on a terrace below the stations
   for (const CXYZ& t : targets) scene.AddTarget({t.Name.c_str(), t.X, t.Y, t.Z, kBoardHalf});
+  instrument.SetScene(scene);
 
   CProject project;
   ASSERT_EQ(project.Create(L"Site"), 1);
   ASSERT_EQ(project.SetControlPoints(control), 1);
-  CCamera camera;
-  camera.FocalLength = 8.0;
-  camera.PrincipalPoint = CXYZ(1.792, 1.344, 0.0);
-  camera.Resolution = CXYZ(0.0056, 0.0056, 0.0);
-  ASSERT_EQ(project.SetCamera(camera), 1);
+  std::filesystem::create_directories(Host(L"\\JPEG"));
 
-  // The site's station and a second one about 90 degrees round the site.
-  const Station stations[] = {{1008.0, 2004.0, 50.0}, {1074.0, 1998.0, 50.0}};
+  std::vector<double> errors;
   int photos = 0;
-  for (const Station& st : stations) {
-    instrument.station().SetPosition(st.x, st.y, st.z);
+  for (const CXYZ& st : stations) {
+    instrument.station().SetPosition(st.X, st.Y, st.Z);
     instrument.station().SetInstrumentHeight(1.5);
     sim::StationState s = instrument.station().State();
     double h_min = 1e9, h_max = -1e9, v_sum = 0.0;
-    for (const CXYZ& t : targets) {
+    for (const CXYZ& t : check) {
       double v = 0, h = 0;
       Direction(s, t, v, h);
       h_min = std::min(h_min, h);
       h_max = std::max(h_max, h);
       v_sum += v;
     }
-    // Pictures 9 degrees apart: the wide camera sees 25.6 x 19.4 degrees, so
-    // each target is on two or three pictures of the station.
-    for (double h = h_min + 6.0; h < h_max + 3.0; h += 7.0) {
-      instrument.station().SetAngles(v_sum / targets.GetSize(), h);
-      instrument.SetScene(scene);
+    // Pictures 6 degrees apart across the check targets: the wide camera sees
+    // 25.6 x 19.4 degrees, so each target is on three or four pictures of a
+    // station, at different places in the picture.
+    for (double h = h_min - 6.0; h <= h_max + 6.0; h += 6.0) {
+      instrument.station().SetAngles(v_sum / check.GetSize(), h);
       Frame with = Render(instrument);
       CString jpeg;
-      jpeg.Format(L"\\JPEG\\photo%02d.jpg", photos + 1);
-      std::filesystem::create_directories(Host(L"\\JPEG"));
+      jpeg.Format(L"\\JPEG\\photo%02d.jpg", ++photos);
       ASSERT_TRUE(SaveJpeg(with, jpeg));
-      CString photo;
-      ASSERT_EQ(project.AddPhoto(jpeg, photo), 1);
-      PointArray image;
-      for (const Measured& m : MeasurePicture(instrument, targets, scene, with)) {
-        CXYZ p(m.name, m.x, m.y, 0.0);
-        image.Add(p);
-      }
+      Measurement m = MeasurePicture(instrument, targets, with);
+      errors.insert(errors.end(), m.errors.begin(), m.errors.end());
       CSize size(devices::kFrameWidth, devices::kFrameHeight);
-      ASSERT_EQ(project.SetImagePoints(photo, size, image), 1);
-      CDLT dlt;
-      int solved = project.SolveDLT(photo, dlt);
-      std::printf("photo %ls: station %d, H %.1f deg, %d targets measured, DLT %s from %d controls, sigma %.3f px\n",
-                  photo.c_str(), int(&st - stations) + 1, h, image.GetSize(), solved ? "solved" : "not solved",
-                  dlt.GetControlCount(), dlt.m_dSigma);
-      if (solved) {
-        EXPECT_LT(dlt.m_dSigma, 0.3);
-      }
-      ++photos;
+      CString photo;
+      ASSERT_EQ(files::AddMeasuredPhoto(project, jpeg, size, m.image, photo), 1);
     }
   }
+  std::sort(errors.begin(), errors.end());
+  double rms = 0.0;
+  for (double e : errors) rms += e * e / double(errors.size());
+  std::printf("%d boards measured on %d photos: centre error RMS %.3f px, median %.3f, worst %.3f px\n",
+              int(errors.size()), photos, std::sqrt(rms), errors[errors.size() / 2], errors.back());
 
-  PointArray results;
-  ASSERT_EQ(project.IntersectAll(results), 1);
-  double worst = 0.0;
-  for (const CXYZ& truth : check) {
-    auto it = std::find_if(results.begin(), results.end(), [&](const CXYZ& r) { return r.Name == truth.Name; });
-    EXPECT_NE(it, results.end()) << platform::WideToUtf8(truth.Name.c_str()) << " not intersected";
-    if (it == results.end()) continue;
-    double error = it->Len(truth);
-    double range = truth.Len(CXYZ(stations[0].x, stations[0].y, stations[0].z));
-    std::printf("%ls: %d photos, image sigma %.3f px, error %.1f mm (dx %.1f dy %.1f dz %.1f) at %.0f m\n",
-                truth.Name.c_str(), it->Num, it->Aux1, error * 1000, (it->X - truth.X) * 1000,
-                (it->Y - truth.Y) * 1000, (it->Z - truth.Z) * 1000, range);
-    worst = std::max(worst, error);
-    EXPECT_GE(it->Num, 2);
+  files::JobReport report;
+  ASSERT_EQ(files::SolvePhotogrammetryJob(project, &check, report, kMinControls), 1);
+  for (const std::string& line : report.Lines()) std::printf("%s\n", line.c_str());
+  EXPECT_GE(report.SolvedPhotos(), int(report.photos.size()) - 3);
+  for (const files::JobPhoto& p : report.photos) {
+    if (!p.solved) continue;
+    EXPECT_GE(p.controls, kMinControls) << platform::WideToUtf8(p.name.c_str());
+    EXPECT_LT(p.sigma, 0.2) << platform::WideToUtf8(p.name.c_str());
   }
-  std::printf("worst error of the %d untouched targets: %.1f mm\n", check.GetSize(), worst * 1000);
-  EXPECT_LT(worst, 0.005);
+  for (const CXYZ& truth : check) {
+    auto it = std::find_if(report.points.begin(), report.points.end(),
+                           [&](const files::JobPoint& r) { return r.point.Name == truth.Name; });
+    ASSERT_NE(it, report.points.end()) << platform::WideToUtf8(truth.Name.c_str()) << " not intersected";
+    EXPECT_TRUE(it->known);
+    EXPECT_GE(it->photos, 4);
+    EXPECT_GE(it->angle, 30.0);
+  }
+  // Control targets are not intersected; nothing else stands on the site.
+  EXPECT_EQ(report.points.size(), size_t(check.GetSize()));
+  EXPECT_LT(report.WorstError(), 0.005);
 }
 
 }  // namespace
