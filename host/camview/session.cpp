@@ -10,7 +10,6 @@
 #include "camera/camera.h"
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
-#include "devices/eeprom_module.h"
 #include "files/point_files.h"
 #include "geometry/calc_xyz_hv.h"
 #include "liveview/capture_wnd.h"
@@ -22,6 +21,7 @@
 #include "platform/registry.h"
 #include "platform/text.h"
 #include "platform/wnd.h"
+#include "sim/calibration_memory.h"
 #include "sim/instrument.h"
 
 namespace host {
@@ -53,13 +53,6 @@ std::string ExamplePath(const std::string& given, const char* example) {
   if (!given.empty()) return given;
   if (fs::exists(example)) return example;
   return (fs::path(CAMVIEW_SOURCE_DIR) / example).string();
-}
-
-template <class T>
-std::vector<uint8_t> Bytes(T value) {
-  std::vector<uint8_t> bytes(sizeof(T));
-  std::memcpy(bytes.data(), &value, sizeof(T));
-  return bytes;
 }
 
 // Packed D.MMSS text of decimal degrees, as the instrument displays angles.
@@ -184,34 +177,15 @@ bool Session::LoadCalibration(std::string& error) {
   c.ccd_offset = orient.Ccd2Offset;
   c.ccd_angle = orient.Ccd2Angle;
   instrument_->SetCalibration(c);
-  StoreCalibrationInMemory();
+  // The instrument's memory holds what the factory calibration wrote: the
+  // items the view reads when it starts.
+  if (!sim::WriteCalibrationToMemory(c)) {
+    error = "cannot write the calibration into the instrument's memory";
+    return false;
+  }
   std::printf("calibration: camera %s (f %.4f mm, model %d), orientation %s\n", camera_path.c_str(),
               c.focal_length, int(c.dist.GetDistModel()), orient_path.c_str());
   return true;
-}
-
-// The instrument's memory holds what the factory calibration wrote: the
-// items the view reads when it starts.
-void Session::StoreCalibrationInMemory() {
-  const sim::Calibration c = instrument_->calibration();
-  namespace eep = devices::eeprom;
-  eep::SetItem(80, Bytes(c.focal_length));
-  eep::SetItem(81, Bytes(c.principal_x));
-  eep::SetItem(82, Bytes(c.principal_y));
-  eep::SetItem(83, Bytes(int32_t(c.dist.GetDistModel())));
-  for (int i = 0; i < 4; ++i) eep::SetItem(84 + i, Bytes(c.dist.GetPara(i)));
-  eep::SetItem(88, Bytes(c.resolution_x));
-  eep::SetItem(89, Bytes(c.resolution_y));
-  eep::SetItem(90, Bytes(int16_t(c.wide_center_x)));
-  eep::SetItem(91, Bytes(int16_t(c.wide_center_y)));
-  eep::SetItem(92, Bytes(int16_t(c.tele_center_x)));
-  eep::SetItem(93, Bytes(int16_t(c.tele_center_y)));
-  eep::SetItem(94, Bytes(c.ccd_offset.X));
-  eep::SetItem(95, Bytes(c.ccd_offset.Y));
-  eep::SetItem(96, Bytes(c.ccd_offset.Z));
-  eep::SetItem(97, Bytes(c.ccd_angle.omega));
-  eep::SetItem(98, Bytes(c.ccd_angle.phi));
-  eep::SetItem(99, Bytes(c.ccd_angle.kappa));
 }
 
 bool Session::LoadSite(std::string& error) {

@@ -52,7 +52,6 @@ class Session {
  private:
   bool LoadCalibration(std::string& error);
   bool LoadSite(std::string& error);
-  void StoreCalibrationInMemory();
   std::string OutPath(const std::string& relative) const;
   const CXYZ* FindTarget(const std::string& name) const;
 

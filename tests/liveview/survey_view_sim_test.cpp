@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "devices/eeprom_module.h"
 #include "platform/desktop.h"
+#include "sim/calibration_memory.h"
 #include "sim/instrument.h"
 #include "tests/liveview/survey_view_fixture.h"
 #include "tests/sim/picture.h"
@@ -17,35 +17,6 @@
 
 namespace survey_view_test {
 namespace {
-
-template <class T>
-void Store(int item, T value) {
-  std::vector<uint8_t> bytes(sizeof(T));
-  std::memcpy(bytes.data(), &value, sizeof(T));
-  ASSERT_TRUE(devices::eeprom::SetItem(item, bytes));
-}
-
-// Writes a calibration into the instrument's memory the way the factory
-// would (items 80..99; the record holds K1, K2, P1, P2 of model 2).
-void StoreCalibration(const sim::Calibration& c) {
-  Store<double>(80, c.focal_length);
-  Store<double>(81, c.principal_x);
-  Store<double>(82, c.principal_y);
-  Store<int32_t>(83, c.dist.GetDistModel());
-  for (int i = 0; i < 4; ++i) Store<double>(84 + i, c.dist.GetPara(i));
-  Store<double>(88, c.resolution_x);
-  Store<double>(89, c.resolution_y);
-  Store<int16_t>(90, int16_t(c.wide_center_x));
-  Store<int16_t>(91, int16_t(c.wide_center_y));
-  Store<int16_t>(92, int16_t(c.tele_center_x));
-  Store<int16_t>(93, int16_t(c.tele_center_y));
-  Store<double>(94, c.ccd_offset.X);
-  Store<double>(95, c.ccd_offset.Y);
-  Store<double>(96, c.ccd_offset.Z);
-  Store<double>(97, c.ccd_angle.omega);
-  Store<double>(98, c.ccd_angle.phi);
-  Store<double>(99, c.ccd_angle.kappa);
-}
 
 sim::Calibration CalibrationWithModel(int model) {
   sim::Calibration c;
@@ -78,7 +49,7 @@ class SimViewTest : public SurveyViewTest {
     instrument_->SetSampleEveryPixel(true);
     instrument_->SetCalibration(c);
     devices::SetFrameSource(instrument_);
-    StoreCalibration(c);
+    ASSERT_TRUE(sim::WriteCalibrationToMemory(c));
     CreateView();
     if (c.dist.GetDistModel() == DIST_RADIAL3_DECENTER) view_->m_Camera.Dist = c.dist;  // five terms: not in the record
   }

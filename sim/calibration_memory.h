@@ -1,0 +1,14 @@
+#pragma once
+// Writes a calibration into the instrument's non-volatile memory ("EEP.DLL"
+// items 80..99), as the factory calibration does, so that the live view
+// reads the very values the simulated instrument films with. The memory
+// record holds four distortion terms (K1, K2, P1, P2); a five-term model
+// keeps only its first four there.
+#include "sim/calibration.h"
+
+namespace sim {
+
+// False when an item cannot be stored.
+bool WriteCalibrationToMemory(const Calibration& calibration);
+
+}  // namespace sim
