@@ -158,7 +158,8 @@ TEST(SimTele, AimingByTapAnglesBringsTargetToReticle) {
     instrument.SetScene(empty);
     instrument.station().SetAngles(v0, h0);
     Frame without = Render(instrument, 0);
-    scene.AddTarget(sim_test::TargetAt(s, v0, h0, 60.0, 0.06));  // 43 px half size
+    const sim::Target target = sim_test::TargetAt(s, v0, h0, 60.0, 0.06);  // 43 px half size
+    scene.AddTarget(target);
     instrument.SetScene(scene);
     Frame on_target = Render(instrument, 0);
     auto centre = sim_test::BoardCentre(on_target, without, 331.5, 236.5, 50);
@@ -177,6 +178,12 @@ TEST(SimTele, AimingByTapAnglesBringsTargetToReticle) {
     double guess_y = 236.5 - std::tan((v1 - v0) / deg) * 248.46 / c.resolution_y;
     centre = sim_test::BoardCentre(off, without, guess_x, guess_y, 50);
     ASSERT_TRUE(centre.has_value());
+    // The instrument's own account of where the tele camera sees the target
+    // agrees with the picture (the centroid finder is good to about 0.5 px).
+    auto seen = instrument.TeleSensorPoint(target.x, target.y, target.z);
+    ASSERT_TRUE(seen.has_value());
+    EXPECT_NEAR(seen->x, centre->x, 0.7) << "trial " << trial;
+    EXPECT_NEAR(seen->y, centre->y, 0.7) << "trial " << trial;
     double dx = centre->x - 331.5, dy = centre->y - 236.5;
     double dv = std::atan2(-(dy * c.resolution_y), 248.46) * deg;
     double dh = std::atan2(dx * c.resolution_x, 248.46) * deg;
