@@ -18,5 +18,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/surveycamConfigVersion.cm
   VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/surveycamConfig.cmake ${PROJECT_BINARY_DIR}/surveycamConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/surveycam)
+file(RELATIVE_PATH SURVEYCAM_PC_TO_PREFIX
+  ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" SURVEYCAM_PC_TO_PREFIX "${SURVEYCAM_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/surveycam.pc.in ${PROJECT_BINARY_DIR}/surveycam.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/surveycam.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -69,6 +69,9 @@ static BOOL FlashTransfer(CCaptureWnd& wnd,
                           std::vector<ItemSlot>& slots,
                           bool read,
                           const std::function<bool(int)>& defaults) {
+  // Without "EEP.DLL" (the constructor already said "Load Module Error")
+  // there is no memory to reach: every operation fails quietly.
+  if (!wnd.m_pUnLockDisk || !wnd.m_pSysEepRead || !wnd.m_pSysEepWrite) return FALSE;
   BOOL result = TRUE;
   if (!wnd.m_pUnLockDisk(0)) {
     wnd.MessageBox(L"Unlock Command Error", L"FlashLock", MB_OK);

@@ -2,11 +2,8 @@
 // that a host loads at run time (see siminst_module.h).
 #include "sim/module/siminst_module.h"
 
-#include <cstdint>
-#include <cstring>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "camera/camera.h"
 #include "devices/capture_driver.h"
@@ -15,6 +12,7 @@
 #include "liveview/vkr3za_calib.h"
 #include "platform/device.h"
 #include "platform/modules.h"
+#include "sim/calibration_memory.h"
 #include "sim/instrument.h"
 
 #define SIMINST_EXPORT extern "C" __attribute__((visibility("default")))
@@ -35,27 +33,6 @@ std::shared_ptr<sim::Instrument>& TheInstrument() {
 std::shared_ptr<sim::Instrument> Current() {
   std::lock_guard lock(Lock());
   return TheInstrument();
-}
-
-template <class T>
-bool Store(int item, T value) {
-  std::vector<uint8_t> bytes(sizeof(T));
-  std::memcpy(bytes.data(), &value, sizeof(T));
-  return devices::eeprom::SetItem(item, bytes);
-}
-
-// Items 80..99 as the factory writes them; distortion parameters beyond the
-// record's four are not kept.
-bool StoreInMemory(const sim::Calibration& c) {
-  bool ok = Store<double>(80, c.focal_length) && Store<double>(81, c.principal_x) &&
-            Store<double>(82, c.principal_y) && Store<int32_t>(83, int32_t(c.dist.GetDistModel()));
-  for (int i = 0; i < 4; ++i) ok = ok && Store<double>(84 + i, c.dist.GetPara(i));
-  return ok && Store<double>(88, c.resolution_x) && Store<double>(89, c.resolution_y) &&
-         Store<int16_t>(90, int16_t(c.wide_center_x)) && Store<int16_t>(91, int16_t(c.wide_center_y)) &&
-         Store<int16_t>(92, int16_t(c.tele_center_x)) && Store<int16_t>(93, int16_t(c.tele_center_y)) &&
-         Store<double>(94, c.ccd_offset.X) && Store<double>(95, c.ccd_offset.Y) &&
-         Store<double>(96, c.ccd_offset.Z) && Store<double>(97, c.ccd_angle.omega) &&
-         Store<double>(98, c.ccd_angle.phi) && Store<double>(99, c.ccd_angle.kappa);
 }
 
 sim::Calibration FromFiles(const CCamera& camera, const VKR3ZA_CALIB& orient) {
@@ -164,7 +141,7 @@ SIMINST_EXPORT int SimInstStoreCalibration(const CCamera* camera, const VKR3ZA_C
   if (!instrument || !camera || !orient) return 0;
   const sim::Calibration c = FromFiles(*camera, *orient);
   instrument->SetCalibration(c);
-  return StoreInMemory(c) ? 1 : 0;
+  return sim::WriteCalibrationToMemory(c) ? 1 : 0;
 }
 
 SIMINST_EXPORT int SimInstTeleSensorPoint(double x, double y, double z, double* sensor_x, double* sensor_y) {

@@ -192,6 +192,13 @@ TEST_F(MessageTest, MissingMemoryModuleIsReportedAtConstruction) {
   EXPECT_EQ(other.m_hEepModule, nullptr);
   EXPECT_EQ(other.m_pSysEepRead, nullptr);
   EXPECT_NE(view_->m_pSysEepRead, nullptr);
+  // Without the memory the calibration cannot be read: the window is not
+  // created, and nothing crashes.
+  other.InitAppUseMessage();
+  EXPECT_EQ(other.FlashReadCmr(), FALSE);
+  EXPECT_EQ(other.Create(nullptr, RECT{0, 0, 320, 240}, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0), 0);
+  EXPECT_EQ(other.GetSafeHwnd(), nullptr);
+  EXPECT_EQ(boxes_.size(), 1u);
 }
 
 }  // namespace
