@@ -351,10 +351,7 @@ int GetDeviceCaps(HDC dc, int index) {
     case LOGPIXELSX:
     case LOGPIXELSY: return 96;
     case RASTERCAPS: return RC_BITBLT | RC_DI_BITMAP | RC_DIBTODEV | RC_STRETCHBLT | RC_STRETCHDIB;
-    case SIZEPALETTE:
-    case NUMRESERVED:
-    case COLORRES: return 0;
-    default: return 0;
+    default: return 0;  // SIZEPALETTE, NUMRESERVED, COLORRES: no palette device
   }
 }
 

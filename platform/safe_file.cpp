@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 
 #include "platform/faults.h"
 #include "platform/fs.h"
@@ -16,7 +17,8 @@ namespace platform {
 namespace {
 
 constexpr size_t kWriteChunk = 4096;
-std::atomic<bool> g_durable{true};
+// SURVEYCAM_NO_FSYNC=1 starts without fsync (fuzzing runs save per input).
+std::atomic<bool> g_durable{std::getenv("SURVEYCAM_NO_FSYNC") == nullptr};
 
 // The open error the file itself would give for a write: a folder or a
 // read-only file is refused; 0 when the temporary may stand in for it.

@@ -42,7 +42,8 @@ class SURVEYCAM_API SafeFile : public CFile {
   static BOOL WriteAll(const wchar_t* path, const void* bytes, size_t count);
   // Whether Commit waits until the bytes and the rename are on the disk
   // (fsync). On by default; test suites that save thousands of times may
-  // switch it off (the order of write, flush and rename stays the same).
+  // switch it off (the order of write, flush and rename stays the same);
+  // the environment variable SURVEYCAM_NO_FSYNC=1 starts with it off.
   static void SetDurable(bool durable);
 
  private:

@@ -25,7 +25,7 @@ for t in "${targets[@]}"; do
   if [[ -d "$corpus" ]]; then cp -r "$corpus"/. "$work"/ 2>/dev/null || true; fi
   echo "fuzz: $t for ${seconds}s"
   log="$build/$t.log"
-  if ! (cd "$build" && SURVEYCAM_ROOT="$build/fuzz-root-$t" "./fuzz/$t" -max_total_time="$seconds" \
+  if ! (cd "$build" && SURVEYCAM_NO_FSYNC=1 SURVEYCAM_ROOT="$build/fuzz-root-$t" "./fuzz/$t" -max_total_time="$seconds" \
         -max_len=65536 -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "$work" >"$log" 2>&1); then
     tail -n 60 "$log"
     echo "fuzz: $t FAILED (log: $log, crash input under $build)"

@@ -22,6 +22,7 @@ for p in "${programs[@]}"; do
   log="$build/valgrind-$p.log"
   echo "valgrind: $p"
   (cd "$build/tests" && SURVEYCAM_SOURCE_DIR="$here" valgrind --tool=memcheck --error-exitcode=1 \
+     --suppressions="$here/scripts/valgrind.supp" \
      --leak-check=full --errors-for-leak-kinds=definite --track-origins=yes --num-callers=30 \
      --log-file="$log" "./$p" --gtest_brief=1 >/dev/null) || status=1
   grep -E "ERROR SUMMARY|definitely lost" "$log" | sed "s/^==[0-9]*== /  /"
