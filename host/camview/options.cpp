@@ -54,6 +54,16 @@ Session script: one step a line, '#' starts a comment.
   export-camera PATH   write the camera file (relative paths go into OUT)
   export-orient PATH   write the orientation file
   screenshot NAME      write the screen as NAME.png into OUT
+  boards HALF GROUND   put a target board of HALF m (centre to edge) on every
+                       point but the stations, the ground at height GROUND m
+  station NAME         set the instrument up on the station point NAME
+  project-new NAME     create a photogrammetric project with the control
+                       points (code CTRL) in the instrument's memory
+  project-photo        add the wide camera's picture to the project with the
+                       image coordinates of the boards measured on it
+  project-solve [N]    solve each photograph's DLT from N control points at
+                       least (default 10), intersect the other points, and
+                       check the targets coded TGT: each within 5 mm
 
 Viewer keys (--window): arrows, 1, 2, 3, 9 go to the view; W/A/S/D turn the
 instrument, O offset mode, C corner mode, M measurement taken, N no mode,

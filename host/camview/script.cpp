@@ -19,7 +19,8 @@ const std::map<std::string, Arity>& Verbs() {
       {"exposure", {1, 1}},      {"scene", {1, 1}},         {"wait", {1, 1}},
       {"settle", {0, 0}},        {"snapshot", {0, 0}},      {"resume", {0, 0}},
       {"save", {0, 0}},          {"export-camera", {1, 1}}, {"export-orient", {1, 1}},
-      {"screenshot", {1, 1}},
+      {"screenshot", {1, 1}},    {"boards", {2, 2}},        {"station", {1, 1}},
+      {"project-new", {1, 1}},   {"project-photo", {0, 0}}, {"project-solve", {0, 1}},
   };
   return verbs;
 }
@@ -33,7 +34,8 @@ bool IsNumber(const std::string& word) {
 
 // Verbs whose arguments must all be numbers.
 bool NumericVerb(const std::string& verb) {
-  return verb == "turn" || verb == "nudge" || verb == "camera" || verb == "tap" || verb == "exposure" || verb == "wait";
+  return verb == "turn" || verb == "nudge" || verb == "camera" || verb == "tap" || verb == "exposure" || verb == "wait" ||
+         verb == "boards" || verb == "project-solve";
 }
 
 // Verbs whose arguments after the first must be numbers.

@@ -22,6 +22,13 @@
 //   export-camera PATH  write the camera file
 //   export-orient PATH  write the orientation file
 //   screenshot NAME     write the screen as NAME.png in the output folder
+//   boards HALF GROUND  a target board of HALF metres (centre to edge) on every point but the
+//                       stations, the ground at height GROUND (metres)
+//   station NAME        set the instrument up on the station point NAME (code STN)
+//   project-new NAME    create a photogrammetric project with the site's control points (CTRL)
+//   project-photo       add the wide camera's picture to the project with the boards measured on it
+//   project-solve [N]   solve each photograph's DLT (N controls at least, default 10), intersect
+//                       the other points and compare the check targets (TGT): within 5 mm
 #include <optional>
 #include <string>
 #include <vector>

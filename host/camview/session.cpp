@@ -299,6 +299,7 @@ StepResult Session::Run(const Step& step) {
   if (verb == "save") return Save();
   if (verb == "export-camera") return ExportCamera(step);
   if (verb == "export-orient") return ExportOrient(step);
+  if (IsProjectStep(verb)) return RunProjectStep(step);
   if (verb == "screenshot") {
     std::string path = Screenshot(step.args[0]);
     return {!path.empty(), "screen written to " + path};

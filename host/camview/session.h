@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "files/project.h"
 #include "geometry/xyz.h"
 #include "host/camview/options.h"
 #include "host/camview/script.h"
@@ -69,6 +70,18 @@ class Session {
   StepResult ExportCamera(const Step& step);
   StepResult ExportOrient(const Step& step);
 
+  // Site and photogrammetric project steps (session_project.cpp).
+  static bool IsProjectStep(const std::string& verb);
+  StepResult RunProjectStep(const Step& step);
+  StepResult Boards(const Step& step);
+  StepResult MoveToStation(const Step& step);
+  StepResult ProjectNew(const Step& step);
+  StepResult ProjectPhoto();
+  StepResult ProjectSolve(const Step& step);
+  void GatherStations();
+  const CXYZ* FindStation(const std::string& name);
+  CKvoArray<CXYZ, CXYZ&> PointsCoded(const wchar_t* code) const;
+
   Options options_;
   std::unique_ptr<CCaptureWnd> view_;
   std::shared_ptr<sim::Instrument> instrument_;
@@ -79,6 +92,8 @@ class Session {
   std::vector<platform::MessageBoxCall> messages_;
   platform::MessageBoxHandler previous_handler_;
   int shots_ = 0;
+  std::vector<CXYZ> stations_;        // every STN point, the first one the session started on
+  std::unique_ptr<CProject> project_;  // the photogrammetric project, once made
 };
 
 }  // namespace host
