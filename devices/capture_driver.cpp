@@ -64,6 +64,8 @@ namespace {
 
 uint32_t PixelFrom565(uint16_t p) { return devices::Unpack565(p); }
 
+constexpr size_t kLogLimit = 4096;
+
 // The driver's state: one capture unit shared by every open instance.
 struct State {
   std::recursive_mutex mutex;
@@ -233,6 +235,9 @@ class CaptureDevice : public platform::devices::StreamDevice {
       auto* bytes = static_cast<const uint8_t*>(in);
       request.input.assign(bytes, bytes + record);
     }
+    // The log keeps the latest requests only, so a long session does not
+    // grow without bound.
+    if (s.log.size() >= kLogLimit) s.log.erase(s.log.begin(), s.log.begin() + kLogLimit / 2);
     s.log.push_back(std::move(request));
     return result;
   }

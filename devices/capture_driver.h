@@ -72,6 +72,7 @@ std::optional<VCAP_DISP_PARAMETER> LastDisplay();
 // The display record in effect when capture last started on `camera`, updated
 // by display requests while that camera runs.
 std::optional<VCAP_DISP_PARAMETER> DisplayForCamera(int camera);
+// The requests since the last Reset/ClearLog (the latest 2048 to 4096 of them).
 std::vector<Request> Log();
 void ClearLog();
 uint64_t FramesProduced();

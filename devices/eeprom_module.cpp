@@ -78,6 +78,9 @@ bool Save(const Items& items) {
 }
 
 BOOL Record(const std::string& call, bool ok) {
+  // Only the latest calls are kept, so a long session does not grow the log.
+  constexpr size_t kLimit = 4096;
+  if (g_calls.size() >= kLimit) g_calls.erase(g_calls.begin(), g_calls.begin() + kLimit / 2);
   g_calls.push_back(ok ? call : call + " fail");
   return ok ? TRUE : FALSE;
 }

@@ -44,7 +44,8 @@ void Reset();
 bool IsLocked();
 
 // Every call the module received, in order: "unlock", "lock", "read 85",
-// "write 90", each followed by " fail" when it returned FALSE.
+// "write 90", each followed by " fail" when it returned FALSE (the latest
+// 2048 to 4096 calls).
 std::vector<std::string> Calls();
 void ClearCalls();
 

@@ -103,4 +103,14 @@ TEST_F(EepromTest, BrokenStoreLinesAreIgnored) {
   unlock_(1);
 }
 
+// The call log keeps only the latest calls: a long field session must not
+// grow it without bound.
+TEST_F(EepromTest, CallLogKeepsTheLatestCallsOnly) {
+  for (int i = 0; i < 5000; ++i) unlock_(i % 2);
+  const auto calls = eep::Calls();
+  EXPECT_LE(calls.size(), 4096u);
+  EXPECT_GE(calls.size(), 2048u);
+  EXPECT_EQ(calls.back(), "lock");  // the 5000th call: i = 4999 locks
+}
+
 }  // namespace
