@@ -127,102 +127,102 @@ CLocaleScope::~CLocaleScope() { uselocale(static_cast<locale_t>(previous_)); }
 
 namespace {
 
-// One conversion specification of a Windows-style format string.
-struct Spec {
+// One conversion ("%-8.3lf") of a Windows-style format string.
+struct Conversion {
   std::string flags;
   int width = -1;
   int precision = -1;
   bool hasPrecision = false;
   int longness = 0;  // -1 h, 1 l/w, 2 ll/I64
   bool longDouble = false;
-  char conv = 0;
+  char letter = 0;  // the conversion letter: d, s, f, ...
 };
 
 template <class Ch>
-size_t ParseSpec(const Ch* f, size_t i, Spec& spec, va_list& args) {
+size_t ParseConversion(const Ch* f, size_t i, Conversion& conv, va_list& args) {
   while (f[i] == '-' || f[i] == '+' || f[i] == ' ' || f[i] == '#' || f[i] == '0')
-    spec.flags += char(f[i++]);
+    conv.flags += char(f[i++]);
   if (f[i] == '*') {
-    spec.width = va_arg(args, int);
-    if (spec.width < 0) {
-      spec.flags += '-';
-      spec.width = -spec.width;
+    conv.width = va_arg(args, int);
+    if (conv.width < 0) {
+      conv.flags += '-';
+      conv.width = -conv.width;
     }
     ++i;
   } else {
-    while (f[i] >= '0' && f[i] <= '9') spec.width = (spec.width < 0 ? 0 : spec.width * 10) + (f[i++] - '0');
+    while (f[i] >= '0' && f[i] <= '9') conv.width = (conv.width < 0 ? 0 : conv.width * 10) + (f[i++] - '0');
   }
   if (f[i] == '.') {
     ++i;
-    spec.hasPrecision = true;
-    spec.precision = 0;
+    conv.hasPrecision = true;
+    conv.precision = 0;
     if (f[i] == '*') {
-      spec.precision = va_arg(args, int);
-      if (spec.precision < 0) spec.hasPrecision = false;
+      conv.precision = va_arg(args, int);
+      if (conv.precision < 0) conv.hasPrecision = false;
       ++i;
     } else {
-      while (f[i] >= '0' && f[i] <= '9') spec.precision = spec.precision * 10 + (f[i++] - '0');
+      while (f[i] >= '0' && f[i] <= '9') conv.precision = conv.precision * 10 + (f[i++] - '0');
     }
   }
   for (;;) {
     if (f[i] == 'h') {
-      spec.longness = -1;
+      conv.longness = -1;
       ++i;
       if (f[i] == 'h') ++i;
     } else if (f[i] == 'l') {
       ++i;
       if (f[i] == 'l') {
-        spec.longness = 2;
+        conv.longness = 2;
         ++i;
       } else {
-        spec.longness = 1;
+        conv.longness = 1;
       }
     } else if (f[i] == 'w') {
-      spec.longness = 1;
+      conv.longness = 1;
       ++i;
     } else if (f[i] == 'I' && f[i + 1] == '6' && f[i + 2] == '4') {
-      spec.longness = 2;
+      conv.longness = 2;
       i += 3;
     } else if (f[i] == 'I' && f[i + 1] == '3' && f[i + 2] == '2') {
       i += 3;
     } else if (f[i] == 'L') {
-      spec.longDouble = true;
+      conv.longDouble = true;
       ++i;
     } else if (f[i] == 'z' || f[i] == 'j' || f[i] == 't') {
-      spec.longness = 3;
+      conv.longness = 3;
       ++i;
     } else {
       break;
     }
   }
-  spec.conv = char(f[i]);
+  conv.letter = char(f[i]);
   return f[i] ? i + 1 : i;
 }
 
-std::string FormatNumber(const Spec& spec, va_list& args) {
-  std::string fmt = "%" + spec.flags;
-  if (spec.width >= 0) fmt += std::to_string(spec.width);
-  if (spec.hasPrecision) fmt += "." + std::to_string(spec.precision);
+std::string FormatNumber(const Conversion& conv, va_list& args) {
+  std::string fmt = "%" + conv.flags;
+  if (conv.width >= 0) fmt += std::to_string(conv.width);
+  if (conv.hasPrecision) fmt += "." + std::to_string(conv.precision);
   char buf[512];
   CLocaleScope c_locale;
-  switch (spec.conv) {
+  switch (conv.letter) {
     case 'd':
     case 'i':
     case 'u':
     case 'x':
     case 'X':
     case 'o': {
-      if (spec.longness == 2) {
+      if (conv.longness == 2) {
         fmt += "ll";
-        fmt += spec.conv;
+        fmt += conv.letter;
         std::snprintf(buf, sizeof buf, fmt.c_str(), va_arg(args, long long));
-      } else if (spec.longness == 3) {
+      } else if (conv.longness == 3) {
         fmt += "z";
-        fmt += spec.conv;
+        fmt += conv.letter;
         std::snprintf(buf, sizeof buf, fmt.c_str(), va_arg(args, size_t));
       } else {
-        if (spec.longness == -1) fmt += "h";
-        fmt += spec.conv;
+        if (conv.longness == -1) fmt += "h";
+        fmt += conv.letter;
         std::snprintf(buf, sizeof buf, fmt.c_str(), va_arg(args, int));
       }
       break;
@@ -232,12 +232,12 @@ std::string FormatNumber(const Spec& spec, va_list& args) {
       std::snprintf(buf, sizeof buf, fmt.c_str(), va_arg(args, void*));
       break;
     default:  // floating point
-      if (spec.longDouble) {
+      if (conv.longDouble) {
         fmt += 'L';
-        fmt += spec.conv;
+        fmt += conv.letter;
         std::snprintf(buf, sizeof buf, fmt.c_str(), va_arg(args, long double));
       } else {
-        fmt += spec.conv;
+        fmt += conv.letter;
         std::snprintf(buf, sizeof buf, fmt.c_str(), va_arg(args, double));
       }
   }
@@ -245,9 +245,9 @@ std::string FormatNumber(const Spec& spec, va_list& args) {
 }
 
 template <class Out>
-void Pad(Out& out, const Out& piece, const Spec& spec) {
-  size_t width = spec.width > 0 ? size_t(spec.width) : 0;
-  bool left = spec.flags.find('-') != std::string::npos;
+void Pad(Out& out, const Out& piece, const Conversion& conv) {
+  size_t width = conv.width > 0 ? size_t(conv.width) : 0;
+  bool left = conv.flags.find('-') != std::string::npos;
   if (!left && piece.size() < width) out.append(width - piece.size(), ' ');
   out += piece;
   if (left && piece.size() < width) out.append(width - piece.size(), ' ');
@@ -272,14 +272,14 @@ std::basic_string<Ch> FormatImpl(const Ch* f, va_list args_in) {
       i += 2;
       continue;
     }
-    Spec spec;
-    i = ParseSpec(f, i + 1, spec, args);
-    switch (spec.conv) {
+    Conversion conv;
+    i = ParseConversion(f, i + 1, conv, args);
+    switch (conv.letter) {
       case 's':
       case 'S': {
-        bool argWide = (spec.conv == 's') == wide;
-        if (spec.longness == -1) argWide = false;
-        if (spec.longness == 1) argWide = true;
+        bool argWide = (conv.letter == 's') == wide;
+        if (conv.longness == -1) argWide = false;
+        if (conv.longness == 1) argWide = true;
         std::wstring text;
         if (argWide) {
           const wchar_t* s = va_arg(args, const wchar_t*);
@@ -288,11 +288,11 @@ std::basic_string<Ch> FormatImpl(const Ch* f, va_list args_in) {
           const char* s = va_arg(args, const char*);
           text = s ? Utf8ToWide(s) : L"(null)";
         }
-        if (spec.hasPrecision && text.size() > size_t(spec.precision)) text.resize(spec.precision);
+        if (conv.hasPrecision && text.size() > size_t(conv.precision)) text.resize(conv.precision);
         if constexpr (wide) {
-          Pad(out, text, spec);
+          Pad(out, text, conv);
         } else {
-          Pad(out, WideToUtf8(text), spec);
+          Pad(out, WideToUtf8(text), conv);
         }
         break;
       }
@@ -301,9 +301,9 @@ std::basic_string<Ch> FormatImpl(const Ch* f, va_list args_in) {
         int value = va_arg(args, int);
         std::wstring text(1, wchar_t(value));
         if constexpr (wide) {
-          Pad(out, text, spec);
+          Pad(out, text, conv);
         } else {
-          Pad(out, WideToUtf8(text), spec);
+          Pad(out, WideToUtf8(text), conv);
         }
         break;
       }
@@ -313,7 +313,7 @@ std::basic_string<Ch> FormatImpl(const Ch* f, va_list args_in) {
       case 0:
         break;
       default: {
-        std::string number = FormatNumber(spec, args);
+        std::string number = FormatNumber(conv, args);
         out.append(number.begin(), number.end());
       }
     }
