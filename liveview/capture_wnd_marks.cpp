@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "liveview/capture_wnd.h"
+#include "liveview/reticle.h"
 #include "platform/dc.h"
 
 namespace {
@@ -181,18 +182,7 @@ void CCaptureWnd::DrawCursorUserCCDOffset(CDC* dc) {
   const int cy = h / 2 + int(m_nUserCCDOffsetY[camera] * s);
   CPen pen(PS_SOLID, 1, RGB(0, 0, 0));
   CPen* old_pen = dc->SelectObject(&pen);
-  auto line = [dc](int x0, int y0, int x1, int y1) {
-    dc->MoveTo(x0, y0);
-    dc->LineTo(x1, y1);
-  };
-  line(0, cy - 2, cx - 11, cy - 2);
-  line(0, cy + 2, cx - 11, cy + 2);
-  line(cx + 12, cy, w, cy);
-  line(cx, 0, cx, cy - 11);
-  line(cx - 2, cy + 12, cx - 2, h);
-  line(cx + 2, cy + 12, cx + 2, h);
-  line(cx - 5, cy, cx + 6, cy);
-  line(cx, cy - 5, cx, cy + 6);
+  liveview::DrawReticle(dc, cx, cy, w, h);
   if (m_bUserCCDActive) {
     const COLORREF old_text = dc->GetTextColor();
     dc->SetBkMode(TRANSPARENT);

@@ -8,6 +8,7 @@
 #include "liveview/capture_wnd.h"
 
 #include "liveview/vcap.h"
+#include "liveview/reticle.h"
 #include "platform/dc.h"
 
 // The sensor rectangle shown and the screen rectangle it fills, so that the
@@ -174,18 +175,7 @@ void CCaptureWnd::DrawCursor(CDC* dc) {
   const int h = client.bottom - client.top;
   const int cx = w / 2;
   const int cy = h / 2;
-  auto line = [dc](int x0, int y0, int x1, int y1) {
-    dc->MoveTo(x0, y0);
-    dc->LineTo(x1, y1);
-  };
-  line(0, cy - 2, cx - 11, cy - 2);
-  line(0, cy + 2, cx - 11, cy + 2);
-  line(cx + 12, cy, w, cy);
-  line(cx, 0, cx, cy - 11);
-  line(cx - 2, cy + 12, cx - 2, h);
-  line(cx + 2, cy + 12, cx + 2, h);
-  line(cx - 5, cy, cx + 6, cy);
-  line(cx, cy - 5, cx, cy + 6);
+  liveview::DrawReticle(dc, cx, cy, w, h);
   dc->SelectObject(oldPen);
   dc->SelectObject(oldBrush);
 }

@@ -18,6 +18,23 @@ bool Store(int item, T value) {
 
 }  // namespace
 
+Calibration CalibrationFromFiles(const CCamera& camera, const VKR3ZA_CALIB& orient) {
+  Calibration c;
+  c.focal_length = camera.FocalLength;
+  c.principal_x = camera.PrincipalPoint.X;
+  c.principal_y = camera.PrincipalPoint.Y;
+  c.resolution_x = camera.Resolution.X;
+  c.resolution_y = camera.Resolution.Y;
+  c.dist = camera.Dist;
+  c.wide_center_x = orient.Ccd1CenterX;
+  c.wide_center_y = orient.Ccd1CenterY;
+  c.tele_center_x = orient.Ccd2CenterX;
+  c.tele_center_y = orient.Ccd2CenterY;
+  c.ccd_offset = orient.Ccd2Offset;
+  c.ccd_angle = orient.Ccd2Angle;
+  return c;
+}
+
 bool WriteCalibrationToMemory(const Calibration& c) {
   bool ok = Store<double>(80, c.focal_length) && Store<double>(81, c.principal_x) &&
             Store<double>(82, c.principal_y) && Store<int32_t>(83, int32_t(c.dist.GetDistModel()));

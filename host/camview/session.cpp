@@ -163,19 +163,7 @@ bool Session::LoadCalibration(std::string& error) {
     error = "cannot read the orientation file " + orient_path;
     return false;
   }
-  sim::Calibration c;
-  c.focal_length = camera.FocalLength;
-  c.principal_x = camera.PrincipalPoint.X;
-  c.principal_y = camera.PrincipalPoint.Y;
-  c.resolution_x = camera.Resolution.X;
-  c.resolution_y = camera.Resolution.Y;
-  c.dist = camera.Dist;
-  c.wide_center_x = orient.Ccd1CenterX;  // CCD1 is the wide camera
-  c.wide_center_y = orient.Ccd1CenterY;
-  c.tele_center_x = orient.Ccd2CenterX;
-  c.tele_center_y = orient.Ccd2CenterY;
-  c.ccd_offset = orient.Ccd2Offset;
-  c.ccd_angle = orient.Ccd2Angle;
+  const sim::Calibration c = sim::CalibrationFromFiles(camera, orient);
   instrument_->SetCalibration(c);
   // The instrument's memory holds what the factory calibration wrote: the
   // items the view reads when it starts.

@@ -35,22 +35,6 @@ std::shared_ptr<sim::Instrument> Current() {
   return TheInstrument();
 }
 
-sim::Calibration FromFiles(const CCamera& camera, const VKR3ZA_CALIB& orient) {
-  sim::Calibration c;
-  c.focal_length = camera.FocalLength;
-  c.principal_x = camera.PrincipalPoint.X;
-  c.principal_y = camera.PrincipalPoint.Y;
-  c.resolution_x = camera.Resolution.X;
-  c.resolution_y = camera.Resolution.Y;
-  c.dist = camera.Dist;
-  c.wide_center_x = orient.Ccd1CenterX;  // CCD1 is the wide camera
-  c.wide_center_y = orient.Ccd1CenterY;
-  c.tele_center_x = orient.Ccd2CenterX;
-  c.tele_center_y = orient.Ccd2CenterY;
-  c.ccd_offset = orient.Ccd2Offset;
-  c.ccd_angle = orient.Ccd2Angle;
-  return c;
-}
 
 }  // namespace
 
@@ -139,7 +123,7 @@ SIMINST_EXPORT int SimInstSetSampleEveryPixel(int every_pixel) {
 SIMINST_EXPORT int SimInstStoreCalibration(const CCamera* camera, const VKR3ZA_CALIB* orient) {
   auto instrument = Current();
   if (!instrument || !camera || !orient) return 0;
-  const sim::Calibration c = FromFiles(*camera, *orient);
+  const sim::Calibration c = sim::CalibrationFromFiles(*camera, *orient);
   instrument->SetCalibration(c);
   return sim::WriteCalibrationToMemory(c) ? 1 : 0;
 }
