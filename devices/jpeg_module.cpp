@@ -4,6 +4,7 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -16,6 +17,7 @@
 
 // After our types: libjpeg defines TRUE and FALSE only when they are not yet macros.
 #include <jpeglib.h>
+#include <jerror.h>
 
 namespace devices {
 namespace {
@@ -36,20 +38,61 @@ void InitErrors(ErrorManager& errors) {
   errors.base.output_message = OnMessage;
 }
 
-// Compresses rows bottom-up into a buffer that libjpeg allocates (*out, to be
-// freed by the caller even on failure); false on a libjpeg error.
-bool Compress(unsigned char** out, unsigned long* outSize, const BYTE* bits, unsigned width, unsigned height, unsigned stride, bool color,
+// libjpeg's output goes straight into the temporary file of a safe save, in
+// blocks large enough that a picture takes a handful of writes. A failed
+// write ends the compression through error_exit.
+constexpr size_t kWriteBlock = 64 * 1024;
+
+struct FileDestination {
+  jpeg_destination_mgr base;
+  platform::SafeFile* file;
+  JOCTET* buffer;
+};
+
+FileDestination* DestinationOf(j_compress_ptr info) { return reinterpret_cast<FileDestination*>(info->dest); }
+
+void FailWrite(j_compress_ptr info) {
+  info->err->msg_code = JERR_FILE_WRITE;
+  info->err->error_exit(reinterpret_cast<j_common_ptr>(info));
+}
+
+void InitDestination(j_compress_ptr info) {
+  FileDestination* d = DestinationOf(info);
+  d->base.next_output_byte = d->buffer;
+  d->base.free_in_buffer = kWriteBlock;
+}
+
+boolean EmptyOutputBuffer(j_compress_ptr info) {
+  // libjpeg asks for the whole block to be written, whatever free_in_buffer says.
+  if (!DestinationOf(info)->file->Write(DestinationOf(info)->buffer, UINT(kWriteBlock))) FailWrite(info);
+  InitDestination(info);
+  return TRUE;
+}
+
+void TermDestination(j_compress_ptr info) {
+  FileDestination* d = DestinationOf(info);
+  const size_t pending = kWriteBlock - d->base.free_in_buffer;
+  if (pending > 0 && !d->file->Write(d->buffer, UINT(pending))) FailWrite(info);
+}
+
+// Compresses rows bottom-up into `file`; false on a libjpeg error or a
+// failed write (the file is then left uncommitted).
+bool Compress(platform::SafeFile& file, JOCTET* block, const BYTE* bits, unsigned width, unsigned height, unsigned stride, bool color,
               int quality) {
   jpeg_compress_struct info{};
   ErrorManager errors;
   InitErrors(errors);
   info.err = &errors.base;
+  FileDestination destination{{}, &file, block};
+  destination.base.init_destination = InitDestination;
+  destination.base.empty_output_buffer = EmptyOutputBuffer;
+  destination.base.term_destination = TermDestination;
   if (setjmp(errors.jump)) {
     jpeg_destroy_compress(&info);
     return false;
   }
   jpeg_create_compress(&info);
-  jpeg_mem_dest(&info, out, outSize);
+  info.dest = &destination.base;
   info.image_width = width;
   info.image_height = height;
   info.input_components = color ? 3 : 1;
@@ -77,14 +120,14 @@ int DibImageToJpegFile(const wchar_t* path,
   if (!path || !bits || width == 0 || height == 0) return FALSE;
   if (byteWidth < width * (bFullColor ? 3u : 1u)) return FALSE;
   if (platform::fault::Check("jpeg.encode").fail) return FALSE;
-  // Encoded in memory first, then saved in one safe save: a failure at any
-  // point leaves an earlier file of that name as it was.
-  unsigned char* encoded = nullptr;
-  unsigned long size = 0;
-  const bool ok = Compress(&encoded, &size, bits, width, height, byteWidth, bFullColor != 0, nQuality);
-  const BOOL saved = ok && platform::SafeFile::WriteAll(path, encoded, size);
-  std::free(encoded);
-  return saved ? TRUE : FALSE;
+  // Encoded into a safe save: a failure at any point leaves an earlier file
+  // of that name as it was.
+  std::unique_ptr<JOCTET[]> block(new (std::nothrow) JOCTET[kWriteBlock]);
+  if (!block) return FALSE;
+  platform::SafeFile file;
+  if (!file.Open(path, CFile::modeCreate | CFile::modeWrite)) return FALSE;
+  const bool ok = Compress(file, block.get(), bits, width, height, byteWidth, bFullColor != 0, nQuality);
+  return ok && file.Commit() ? TRUE : FALSE;
 }
 
 class Decoder final : public image::JpegDecoder {

@@ -2,6 +2,7 @@
 # Builds the libFuzzer targets with clang + AddressSanitizer in build-fuzz/
 # and runs each for the given number of seconds (default 20) on a copy of its
 # corpus. Any crash, leak or sanitizer report fails the run.
+#   fuzz.sh [SECONDS] [NAME...]   NAME: a target such as "csv" (default: all)
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 seconds="${1:-20}"
@@ -11,11 +12,19 @@ if ! command -v clang++ >/dev/null; then
 fi
 CC=clang CXX=clang++ cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DSURVEYCAM_FUZZ=ON -DSURVEYCAM_SANITIZE=ON -DSURVEYCAM_TESTS=OFF -DSURVEYCAM_VIEWER=OFF >/dev/null
+shift $(( $# > 0 ? 1 : 0 ))
 targets=()
-for src in "$here"/fuzz/*_fuzz.cpp; do
-  [[ -e "$src" ]] || continue
-  targets+=("$(basename "$src" .cpp)")
-done
+if (($#)); then
+  for name in "$@"; do
+    [[ -e "$here/fuzz/${name}_fuzz.cpp" ]] || { echo "fuzz: no target named $name"; exit 2; }
+    targets+=("${name}_fuzz")
+  done
+else
+  for src in "$here"/fuzz/*_fuzz.cpp; do
+    [[ -e "$src" ]] || continue
+    targets+=("$(basename "$src" .cpp)")
+  done
+fi
 ((${#targets[@]})) || { echo "fuzz: no targets"; exit 0; }
 cmake --build "$build" --target "${targets[@]}"
 for t in "${targets[@]}"; do
