@@ -21,21 +21,23 @@ std::vector<WORD> Frame() {
   return pixels;
 }
 
-void BM_Convert(benchmark::State& state, bool vector) {
+void BM_Convert(benchmark::State& state, liveview::FrameConvertPath path) {
   auto pixels = Frame();
   std::vector<BYTE> bits(size_t(kStride) * kHeight);
+  if (!liveview::ConvertFrame565To24Using(path, pixels.data(), kWidth, kHeight, bits.data(), kStride)) {
+    state.SkipWithError("this processor cannot run the path");
+    return;
+  }
   for (auto _ : state) {
-    if (vector)
-      liveview::ConvertFrame565To24(pixels.data(), kWidth, kHeight, bits.data(), kStride);
-    else
-      liveview::ConvertFrame565To24Portable(pixels.data(), kWidth, kHeight, bits.data(), kStride);
+    liveview::ConvertFrame565To24Using(path, pixels.data(), kWidth, kHeight, bits.data(), kStride);
     benchmark::DoNotOptimize(bits.data());
     benchmark::ClobberMemory();
   }
   state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(bits.size()));
 }
-BENCHMARK_CAPTURE(BM_Convert, dispatched, true);
-BENCHMARK_CAPTURE(BM_Convert, portable, false);
+BENCHMARK_CAPTURE(BM_Convert, avx2, liveview::FrameConvertPath::kAvx2);
+BENCHMARK_CAPTURE(BM_Convert, ssse3, liveview::FrameConvertPath::kSsse3);
+BENCHMARK_CAPTURE(BM_Convert, portable, liveview::FrameConvertPath::kPortable);
 
 void BM_MemcpyOutput(benchmark::State& state) {
   std::vector<BYTE> src(size_t(kStride) * kHeight, 1), dst(size_t(kStride) * kHeight);

@@ -4,7 +4,7 @@
 //
 // To the owner of liveview/capture_wnd.cpp: CCaptureWnd::ConvertFrame can
 // simply forward to liveview::ConvertFrame565To24; it has the same contract
-// and is vectorised (SSSE3 when the processor has it, portable code
+// and is vectorised (AVX2 or SSSE3 when the processor has it, portable code
 // otherwise), so a 640 x 480 frame converts in about the time of copying its
 // output.
 //
@@ -22,5 +22,11 @@ namespace liveview {
 SURVEYCAM_API void ConvertFrame565To24(const WORD* pixels, int width, int height, BYTE* bits, int stride);
 // The portable version alone (tests compare both; benchmarks time both).
 SURVEYCAM_API void ConvertFrame565To24Portable(const WORD* pixels, int width, int height, BYTE* bits, int stride);
+
+// One code path by name, for tests and benchmarks; false (nothing written)
+// when this processor cannot run it.
+enum class FrameConvertPath { kPortable, kSsse3, kAvx2 };
+SURVEYCAM_API bool ConvertFrame565To24Using(FrameConvertPath path, const WORD* pixels, int width, int height, BYTE* bits,
+                                            int stride);
 
 }  // namespace liveview

@@ -177,16 +177,29 @@ TEST(FrameConvertTest, RowsLandBottomUp) {
 }
 
 TEST(FrameConvertTest, VectorAndPortableAgreeOnEveryValueAndOddWidths) {
-  for (int width : {1, 15, 16, 17, 31, 32, 33, 37, 48, 49, 640}) {
-    const int height = 65536 / width + 1;
-    std::vector<WORD> pixels(size_t(width) * height);
-    for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = WORD(i * 40503u);  // visits all 65536 values
-    const int stride = (width * 3 + 3) & ~3;
-    std::vector<BYTE> fast(size_t(stride) * height, 0x5A), slow(size_t(stride) * height, 0x5A);
-    liveview::ConvertFrame565To24(pixels.data(), width, height, fast.data(), stride);
-    liveview::ConvertFrame565To24Portable(pixels.data(), width, height, slow.data(), stride);
-    ASSERT_EQ(fast, slow) << "width " << width;
+  using liveview::FrameConvertPath;
+  int pathsRun = 0;
+  for (FrameConvertPath path : {FrameConvertPath::kSsse3, FrameConvertPath::kAvx2}) {
+    for (int width : {1, 15, 16, 17, 18, 19, 31, 32, 33, 34, 35, 37, 48, 49, 50, 51, 640}) {
+      const int height = 65536 / width + 1;
+      std::vector<WORD> pixels(size_t(width) * height);
+      for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = WORD(i * 40503u);  // visits all 65536 values
+      // Tight rows too: the vector stores overlap and must stay inside their row.
+      for (int stride : {width * 3, (width * 3 + 3) & ~3}) {
+        std::vector<BYTE> fast(size_t(stride) * height, 0x5A), slow(size_t(stride) * height, 0x5A);
+        if (!liveview::ConvertFrame565To24Using(path, pixels.data(), width, height, fast.data(), stride)) break;
+        liveview::ConvertFrame565To24Portable(pixels.data(), width, height, slow.data(), stride);
+        ASSERT_EQ(fast, slow) << "path " << int(path) << " width " << width << " stride " << stride;
+        std::fill(fast.begin(), fast.end(), 0x5A);
+        liveview::ConvertFrame565To24(pixels.data(), width, height, fast.data(), stride);
+        ASSERT_EQ(fast, slow) << "dispatched, width " << width;
+        ++pathsRun;
+      }
+    }
   }
+#if defined(__x86_64__)
+  EXPECT_GT(pathsRun, 0) << "every x86-64 processor has at least SSSE3 here";
+#endif
   // The portable code against the formula, value by value.
   for (int v = 0; v < 65536; ++v) {
     WORD p = WORD(v);
