@@ -12,6 +12,7 @@
 
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
+#include "devices/frame_source.h"
 #include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
 #include "platform/clock.h"
@@ -28,8 +29,26 @@ constexpr size_t kOutputBytes = size_t(kWidth) * kHeight * 3;
 
 // A created, running view on the full 320 x 240 screen over the simulated
 // devices, in its own device root.
+enum class Driver { kPattern, kStillFrame, kNone };
+
+// A sensor that hands over the same stored frame every time: the driver's
+// work (reverse, present into the screen) without the cost of rendering one.
+class StillFrame final : public devices::FrameSource {
+ public:
+  StillFrame() : frame_(size_t(devices::kFrameWidth) * devices::kFrameHeight) {
+    std::mt19937 rng(3);
+    for (auto& p : frame_) p = uint16_t(rng());
+  }
+  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
+    std::memcpy(pixels, frame_.data(), frame_.size() * sizeof(uint16_t));
+  }
+
+ private:
+  std::vector<uint16_t> frame_;
+};
+
 struct IdleView {
-  explicit IdleView(bool withDriver = true) {
+  explicit IdleView(Driver driver = Driver::kPattern) {
     const auto root = std::filesystem::temp_directory_path() / "surveycam-liveview-bench";
     std::filesystem::remove_all(root);
     std::filesystem::create_directories(root);
@@ -41,7 +60,8 @@ struct IdleView {
     platform::ResetDesktop();
     // Without the driver (its open refused) the step is the library's and the
     // platform's work alone: no frames are rendered and none painted.
-    if (!withDriver) platform::fault::Arm("cap.open", 0, 1, /*code=*/1);
+    if (driver == Driver::kNone) platform::fault::Arm("cap.open", 0, 1, /*code=*/1);
+    if (driver == Driver::kStillFrame) devices::SetFrameSource(std::make_shared<StillFrame>());
     view = std::make_unique<CCaptureWnd>();
     view->InitAppUseMessage();
     view->Create(nullptr, RECT{0, 0, 320, 240}, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0);
@@ -50,22 +70,24 @@ struct IdleView {
   ~IdleView() {
     view.reset();
     platform::fault::DisarmAll();
+    devices::SetFrameSource(nullptr);
     platform::ResetDesktop();
     platform::SetMessageBoxHandler({});
   }
   std::unique_ptr<CCaptureWnd> view;
 };
 
-void BM_TimerStepIdleView(benchmark::State& state, bool withDriver) {
-  IdleView idle(withDriver);
+void BM_TimerStepIdleView(benchmark::State& state, Driver driver) {
+  IdleView idle(driver);
   for (auto _ : state) {
     platform::AdvanceTime(CCaptureWnd::kFrameTimerPeriodMs);  // exactly one tick
     benchmark::DoNotOptimize(platform::Screen().pixels.data());
   }
   state.SetLabel("one WM_TIMER + paint + present");
 }
-BENCHMARK_CAPTURE(BM_TimerStepIdleView, simulated_driver, true)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BM_TimerStepIdleView, no_driver, false)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_TimerStepIdleView, pattern_driver, Driver::kPattern)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_TimerStepIdleView, still_frame_driver, Driver::kStillFrame)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_TimerStepIdleView, no_driver, Driver::kNone)->Unit(benchmark::kMicrosecond);
 
 std::vector<WORD> RandomFrame() {
   std::vector<WORD> frame(size_t(kWidth) * kHeight);

@@ -125,17 +125,24 @@ void OnFrameWait() {
 }
 
 // Maps a screen pixel inside DstRect to its sensor pixel.
+// The source index along one axis for destination coordinate v: the source
+// span scaled onto the destination span, clamped into the sensor.
+int SourceIndex(LONG srcFirst, LONG srcLast, LONG dstFirst, LONG dstLast, int v, int sensorSize) {
+  const int64_t dstLen = int64_t(dstLast) - dstFirst + 1;
+  const int64_t srcLen = int64_t(srcLast) - srcFirst + 1;
+  return std::clamp<int>(int(srcFirst + (v - dstFirst) * srcLen / dstLen), 0, sensorSize - 1);
+}
+
+bool HasSource(const VCAP_DISP_PARAMETER& d) {
+  return d.SrcRect.right >= d.SrcRect.left && d.SrcRect.bottom >= d.SrcRect.top;
+}
+
 bool SourcePixel(const VCAP_DISP_PARAMETER& d, int x, int y, int* sx, int* sy) {
   const RECT& src = d.SrcRect;
   const RECT& dst = d.DstRect;
-  if (x < dst.left || x > dst.right || y < dst.top || y > dst.bottom) return false;
-  int64_t dst_w = int64_t(dst.right) - dst.left + 1;
-  int64_t dst_h = int64_t(dst.bottom) - dst.top + 1;
-  int64_t src_w = int64_t(src.right) - src.left + 1;
-  int64_t src_h = int64_t(src.bottom) - src.top + 1;
-  if (src_w <= 0 || src_h <= 0) return false;
-  *sx = std::clamp<int>(int(src.left + (x - dst.left) * src_w / dst_w), 0, kFrameWidth - 1);
-  *sy = std::clamp<int>(int(src.top + (y - dst.top) * src_h / dst_h), 0, kFrameHeight - 1);
+  if (x < dst.left || x > dst.right || y < dst.top || y > dst.bottom || !HasSource(d)) return false;
+  *sx = SourceIndex(src.left, src.right, dst.left, dst.right, x, kFrameWidth);
+  *sy = SourceIndex(src.top, src.bottom, dst.top, dst.bottom, y, kFrameHeight);
   return true;
 }
 
@@ -371,13 +378,17 @@ void Paint(platform::Framebuffer& screen) {
   const uint32_t key2 = platform::PixelFromColorref(d.KeyColor2);
   const int top = std::max(0, int(d.DstRect.top)), bottom = std::min(screen.height - 1, int(d.DstRect.bottom));
   const int left = std::max(0, int(d.DstRect.left)), right = std::min(screen.width - 1, int(d.DstRect.right));
+  if (left > right || top > bottom || !HasSource(d)) return;
+  // The scaling is worked out once a column and once a row, not per pixel.
+  std::vector<int> columns(size_t(right - left + 1));
+  for (int x = left; x <= right; ++x)
+    columns[size_t(x - left)] = SourceIndex(d.SrcRect.left, d.SrcRect.right, d.DstRect.left, d.DstRect.right, x, kFrameWidth);
   for (int y = top; y <= bottom; ++y) {
-    for (int x = left; x <= right; ++x) {
-      uint32_t& pixel = screen.At(x, y);
-      int sx = 0, sy = 0;
-      if ((pixel == key1 || pixel == key2) && SourcePixel(d, x, y, &sx, &sy))
-        pixel = PixelFrom565(s.frame[size_t(sy) * kFrameWidth + sx]);
-    }
+    const int sy = SourceIndex(d.SrcRect.top, d.SrcRect.bottom, d.DstRect.top, d.DstRect.bottom, y, kFrameHeight);
+    const uint16_t* sourceRow = s.frame.data() + size_t(sy) * kFrameWidth;
+    uint32_t* row = &screen.At(left, y);
+    for (size_t i = 0; i < columns.size(); ++i)
+      if (row[i] == key1 || row[i] == key2) row[i] = PixelFrom565(sourceRow[columns[i]]);
   }
 }
 
