@@ -3,17 +3,9 @@
 
 #include <utility>
 
-#include "platform/message_box.h"
+#include "platform/message_route.h"
 
 namespace files {
-namespace {
-MessageSource& Source() {
-  static MessageSource source;
-  return source;
-}
-}  // namespace
-
-MessageSource SetMessageSource(MessageSource source) { return std::exchange(Source(), std::move(source)); }
 
 const wchar_t* EnglishMessage(int index) {
   switch (index) {
@@ -28,11 +20,15 @@ const wchar_t* EnglishMessage(int index) {
   }
 }
 
-const wchar_t* MessageText(int index) {
-  const wchar_t* text = Source() ? Source()(index) : nullptr;
-  return text ? text : EnglishMessage(index);
+namespace {
+platform::MessageRoute& Route() {
+  static platform::MessageRoute route(EnglishMessage);
+  return route;
 }
+}  // namespace
 
-void ShowError(int index) { MessageBoxW(nullptr, MessageText(index), L"ERROR", MB_OK); }
+MessageSource SetMessageSource(MessageSource source) { return Route().SetSource(std::move(source)); }
+const wchar_t* MessageText(int index) { return Route().Text(index); }
+void ShowError(int index) { Route().Show(index); }
 
 }  // namespace files

@@ -3,17 +3,9 @@
 
 #include <utility>
 
-#include "platform/message_box.h"
+#include "platform/message_route.h"
 
 namespace image {
-namespace {
-MessageSource& Source() {
-  static MessageSource source;
-  return source;
-}
-}  // namespace
-
-MessageSource SetMessageSource(MessageSource source) { return std::exchange(Source(), std::move(source)); }
 
 const wchar_t* EnglishMessage(int index) {
   switch (index) {
@@ -25,9 +17,14 @@ const wchar_t* EnglishMessage(int index) {
   }
 }
 
-void ShowError(int index) {
-  const wchar_t* text = Source() ? Source()(index) : nullptr;
-  MessageBoxW(nullptr, text ? text : EnglishMessage(index), L"ERROR", MB_OK);
+namespace {
+platform::MessageRoute& Route() {
+  static platform::MessageRoute route(EnglishMessage);
+  return route;
 }
+}  // namespace
+
+MessageSource SetMessageSource(MessageSource source) { return Route().SetSource(std::move(source)); }
+void ShowError(int index) { Route().Show(index); }
 
 }  // namespace image
