@@ -48,7 +48,8 @@ void CHough::SetSegmentParam(double band, double maxGap, double minLength) {
 void CHough::Tables() {
   const double diag = std::hypot(double(m_Size.cx), double(m_Size.cy));
   m_nRhoCells = 2 * int(std::ceil(diag / m_dRhoStep)) + 1;
-  m_dRhoMax = (m_nRhoCells - 1) / 2 * m_dRhoStep;
+  const int halfCells = (m_nRhoCells - 1) / 2;  // exact: the cell count is odd
+  m_dRhoMax = halfCells * m_dRhoStep;
   m_Cos.resize(size_t(m_nThetaSteps));
   m_Sin.resize(size_t(m_nThetaSteps));
   for (int t = 0; t < m_nThetaSteps; ++t) {

@@ -212,7 +212,8 @@ bool CPrcCorner::PickCorner(double& x, double& y) {
     m_Points.push_back(pts);
   }
 
-  const double tap = n / 2;  // the tap is the window's pixel (n/2, n/2)
+  const int tapPixel = n / 2;  // the tap is the window's pixel (n/2, n/2)
+  const double tap = tapPixel;
   const double min_angle = m_dMinAngle * PI / 180.0;
   bool any = false;
   double best = 0.0;

@@ -54,6 +54,7 @@ void CCalcXYZHV::CnvSokuToMath(CXYZ& p) { p.SetXYZ(p.Y * 1000.0, p.X * 1000.0, p
 
 void CCalcXYZHV::CnvMathToSoku(CXYZ& p) { p.SetXYZ(p.Y * 0.001, p.X * 0.001, p.Z * 0.001); }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the host calls it with this signature.
 int CCalcXYZHV::XYZToHV(CXYZ station, CXYZ target, double height, double& v, double& h) {
   const double dx = target.X - station.X;
   const double dy = target.Y - station.Y;
@@ -92,7 +93,7 @@ double CCalcXYZHV::Angle60To100(double dms, int wrap) {
   if (wrap == 1) Angle0To360(dms);
   char text[30] = {};
   const std::string formatted = platform::FormatA("%08.4lf", dms);
-  std::memcpy(text, formatted.data(), std::min(formatted.size(), sizeof(text) - 1));
+  formatted.copy(text, sizeof(text) - 1);  // text stays zero-terminated
   const double d = FieldAt(text, 0, 3);
   const double m = FieldAt(text, 4, 2);
   const double s = FieldAt(text, 6, 2);

@@ -100,6 +100,7 @@ int CDibEx::ReadJPEG(CString& path) {
   return TRUE;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the host calls it with this signature.
 int CDibEx::DibImageToJpegFile(CString path,
                                BYTE* bits,
                                unsigned width,
@@ -113,6 +114,7 @@ int CDibEx::DibImageToJpegFile(CString path,
   return encode.fn(path, bits, width, height, byteWidth, bFullColor, nQuality, gray) ? TRUE : FALSE;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the host calls it with this signature.
 BYTE* CDibEx::JpegFileToDibImage(CString path, unsigned* pWidth, unsigned* pHeight) {
   *pWidth = 0;
   *pHeight = 0;

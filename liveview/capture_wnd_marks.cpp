@@ -150,15 +150,18 @@ void CCaptureWnd::DrawCCDAttach(CDC* dc) {
   CPen pen(PS_SOLID, 0, kGuideColour);
   CPen* old_pen = dc->SelectObject(&pen);
   CGdiObject* old_brush = dc->SelectStockObject(HOLLOW_BRUSH);
-  const int mid_x = int(cx + (m_nCapWidth / 2 - m_nCenterX[camera]) * s);
-  const int mid_y = int(cy + (m_nCapHeight / 2 - m_nCenterY[camera]) * s);
+  // Half the capture size in whole pixels, as the sensor centre is counted.
+  const int half_cap_w = m_nCapWidth / 2;
+  const int half_cap_h = m_nCapHeight / 2;
+  const int mid_x = int(cx + (half_cap_w - m_nCenterX[camera]) * s);
+  const int mid_y = int(cy + (half_cap_h - m_nCenterY[camera]) * s);
   Cross(dc, mid_x, mid_y, 10);
   if (camera == kWideCamera && m_Camera.FocalLength > 0.0) {
     // The tele field in wide pixels: both sensors have the same pixels, so
     // the fields scale with the focal lengths.
     const double ratio = m_Camera.FocalLength / kTelescopeFocalMm * s;
-    const int half_w = int(m_nCapWidth / 2 * ratio + 0.5);
-    const int half_h = int(m_nCapHeight / 2 * ratio + 0.5);
+    const int half_w = int(half_cap_w * ratio + 0.5);
+    const int half_h = int(half_cap_h * ratio + 0.5);
     dc->Rectangle(cx - half_w, cy - half_h, cx + half_w + 1, cy + half_h + 1);
   }
   CString readout;

@@ -63,6 +63,7 @@ BOOL CCaptureWnd::GetInitFolderName(wchar_t* buf) {
   return RegCloseKey(key) == ERROR_SUCCESS;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the host calls it with this signature.
 BOOL CCaptureWnd::IsFolder(CString path) {
   // Through the multibyte code page and back, as the device's search wants it.
   const std::wstring wide = platform::Utf8ToWide(platform::WideToUtf8(path.c_str()));

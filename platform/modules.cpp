@@ -52,7 +52,9 @@ void* OpenSharedObject(const std::wstring& name) {
   std::string stem = dot == std::string::npos ? base : base.substr(0, dot);
   for (const std::string& dir : SearchPath()) {
     for (const std::string& file : {stem + ".so", "lib" + stem + ".so", base}) {
-      std::string path = dir + "/" + file;
+      std::string path = dir;
+      path += '/';
+      path += file;
       if (void* so = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) return so;
     }
   }

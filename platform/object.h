@@ -56,6 +56,8 @@ class SURVEYCAM_API CObject {
 
 #define IMPLEMENT_DYNAMIC(name, base) SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, 0xFFFF, nullptr)
 
+// NOLINTBEGIN(bugprone-macro-parentheses): `name` is a class name, which
+// cannot be parenthesised after `new`.
 #define IMPLEMENT_DYNCREATE(name, base)                             \
   CObject* name::CreateObject() { return new name; }                \
   SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, 0xFFFF, name::CreateObject)
@@ -63,3 +65,4 @@ class SURVEYCAM_API CObject {
 #define IMPLEMENT_SERIAL(name, base, schema)                        \
   CObject* name::CreateObject() { return new name; }                \
   SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, schema, name::CreateObject)
+// NOLINTEND(bugprone-macro-parentheses)

@@ -1,5 +1,6 @@
 #include "platform/text.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
@@ -392,7 +393,7 @@ int WideCharToMultiByte(UINT, DWORD, const wchar_t* wide, int wideLength, char* 
   if (wideLength < 0) bytes.push_back('\0');
   if (outSize == 0) return int(bytes.size());
   if (!out || int(bytes.size()) > outSize) return 0;
-  std::memcpy(out, bytes.data(), bytes.size());
+  std::copy(bytes.begin(), bytes.end(), out);  // terminated only when the input was
   return int(bytes.size());
 }
 
@@ -402,6 +403,6 @@ int MultiByteToWideChar(UINT, DWORD, const char* text, int length, wchar_t* out,
   if (length < 0) wide.push_back(L'\0');
   if (outSize == 0) return int(wide.size());
   if (!out || int(wide.size()) > outSize) return 0;
-  std::wmemcpy(out, wide.data(), wide.size());
+  std::copy(wide.begin(), wide.end(), out);  // terminated only when the input was
   return int(wide.size());
 }

@@ -26,7 +26,8 @@ out="$build/clang-tidy.log"
    --header-filter="^$here/(platform|geometry|camera|projection|image|corner|files|liveview|devices|sim|host)/" \
    2>/dev/null) > "$out" || true
 # One warning per distinct location and check (headers are seen many times).
-count=$(grep -E '^/.*: warning: .*\[[a-z-]+.*\]$' "$out" | sort -u | tee "$out.unique" | wc -l)
+{ grep -E '^/.*: warning: .*\[[a-z-]+.*\]$' "$out" || true; } | sort -u > "$out.unique"
+count=$(wc -l < "$out.unique")
 cat "$out.unique"
 echo "tidy: $count warning(s) in ${#files[@]} file(s)"
 [[ "$count" -eq 0 || -n "${SURVEYCAM_TIDY_ALLOW:-}" ]]
