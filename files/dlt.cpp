@@ -224,7 +224,13 @@ int CDLT::GetCentre(CXYZ& centre) const {
 int CDLT::Write(const wchar_t* path) {
   if (!path || !*path) return 0;
   std::string text = "DLT\t1\nphoto\t" + platform::WideToUtf8(Name.c_str()) + "\n";
-  for (int i = 0; i < 11; ++i) text += "L" + std::to_string(i + 1) + "\t" + files::ExactNumber(m_dL[i]) + "\n";
+  for (int i = 0; i < 11; ++i) {
+    text += 'L';
+    text += std::to_string(i + 1);
+    text += '\t';
+    text += files::ExactNumber(m_dL[i]);
+    text += '\n';
+  }
   text += "sigma\t" + files::ExactNumber(m_dSigma) + "\n";
   text += "controls\t" + std::to_string(m_Residuals.GetSize()) + "\n";
   for (const CXYZ& v : m_Residuals) {
@@ -257,7 +263,8 @@ int CDLT::Parse(const char* text, int length) {
   CDLT result;
   result.Name = platform::Utf8ToWide(std::string(f[1])).c_str();
   for (int i = 0; i < 11; ++i) {
-    std::string key = "L" + std::to_string(i + 1);
+    std::string key = std::to_string(i + 1);
+    key.insert(key.begin(), 'L');
     if (!next(key.c_str(), 2, f) || !files::ParseNumber(f[1], result.m_dL[i])) return 0;
   }
   if (!next("sigma", 2, f) || !files::ParseNumber(f[1], result.m_dSigma)) return 0;

@@ -175,14 +175,25 @@ std::string FormatStore(const Store& store) {
   std::string out;
   for (const auto& [key, values] : store.keys) {
     auto spelled = store.spelled.find(key);
-    out += "[" + WideToUtf8(spelled == store.spelled.end() ? key : spelled->second) + "]\r\n";
+    out += '[';
+    out += WideToUtf8(spelled == store.spelled.end() ? key : spelled->second);
+    out += "]\r\n";
     for (const auto& [upper, entry] : values) {
       const auto& [name, value] = entry;
-      out += name.empty() ? std::string("@=") : "\"" + WideToUtf8(name) + "\"=";
-      if (const auto* text = std::get_if<std::wstring>(&value))
-        out += "\"" + WideToUtf8(*text) + "\"\r\n";
-      else
+      if (name.empty()) {
+        out += "@=";
+      } else {
+        out += '"';
+        out += WideToUtf8(name);
+        out += "\"=";
+      }
+      if (const auto* text = std::get_if<std::wstring>(&value)) {
+        out += '"';
+        out += WideToUtf8(*text);
+        out += "\"\r\n";
+      } else {
         out += FormatA("dword:%08x\r\n", unsigned(std::get<DWORD>(value)));
+      }
     }
     out += "\r\n";
   }

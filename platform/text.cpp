@@ -201,9 +201,13 @@ size_t ParseConversion(const Ch* f, size_t i, Conversion& conv, va_list& args) {
 }
 
 std::string FormatNumber(const Conversion& conv, va_list& args) {
-  std::string fmt = "%" + conv.flags;
+  std::string fmt(1, '%');
+  fmt += conv.flags;
   if (conv.width >= 0) fmt += std::to_string(conv.width);
-  if (conv.hasPrecision) fmt += "." + std::to_string(conv.precision);
+  if (conv.hasPrecision) {
+    fmt += '.';
+    fmt += std::to_string(conv.precision);
+  }
   char buf[512];
   CLocaleScope c_locale;
   switch (conv.letter) {
