@@ -1,12 +1,12 @@
-// Fault matrix of the live view's operations that reach the platform outside
-// the window's own start and stop: calibration memory, language file, card
-// folder lookup and snapshot saving.
+// Fault matrix of the live view's operations: the window's whole life,
+// calibration memory, language file, card folder lookup and snapshot saving.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
@@ -105,6 +105,70 @@ class LiveviewFaults : public FaultMatrix {
 
   std::unique_ptr<CCaptureWnd> view_;
 };
+
+// The texts the window shows for one failed call of its life, in order.
+std::vector<std::wstring> ExpectedLifeBoxes(const std::string& point) {
+  if (point == "alloc") return {L"Memory Error. E-500"};
+  // A failed CreateFileW answers the invalid handle, which counts as opened:
+  // no E-501, but the driver refuses the display record and the start.
+  if (point == "cap.open") return {L"SetCapture Error! E-502", L"StartCapture Error! E-503"};
+  if (point == "cap.display") return {L"SetCapture Error! E-502"};
+  if (point == "cap.start") return {L"StartCapture Error! E-503"};
+  return {};  // the event, the exposure reads and the final stop are not checked
+}
+
+// Construction, creation, the posted start of capture, three frame-timer
+// steps, destruction: every call of that life failed in turn.
+TEST_F(LiveviewFaults, WholeWindowLife) {
+  Drill({"CCaptureWnd life",
+         [] {
+           StoreAllItems();
+           devices::capture::Reset();
+         },
+         [] {
+           auto view = std::make_unique<CCaptureWnd>();
+           view->InitAppUseMessage();
+           const int created = view->Create(nullptr, RECT{0, 0, 320, 240}, 0.5, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0);
+           platform::PumpMessages();
+           for (int tick = 0; tick < 3; ++tick) platform::AdvanceTime(CCaptureWnd::kFrameTimerPeriodMs);
+           if (view->GetSafeHwnd()) view->DestroyWindow();
+           view.reset();
+           return created ? 1 : 0;
+         },
+         [](const Faulted& f) {
+           // Whatever failed, the life ends with nothing left running.
+           EXPECT_EQ(platform::LiveWindows(), 0u);
+           EXPECT_EQ(platform::RunningTimers(), 0u);
+           EXPECT_EQ(devices::capture::OpenInstances(), 0);
+           const bool memoryPoint = f.point.rfind("eep.", 0) == 0 || f.point.rfind("module.", 0) == 0;
+           if (!memoryPoint) {
+             // Capture initialisation reports and goes on; the window lives.
+             EXPECT_EQ(f.result, 1);
+             std::vector<std::wstring> texts;
+             for (const auto& box : f.boxes) {
+               texts.push_back(box.text);
+               EXPECT_EQ(box.caption, L"ERROR");
+             }
+             EXPECT_EQ(texts, ExpectedLifeBoxes(f.point));
+             return;
+           }
+           if (f.result == 0) {
+             // A window whose calibration cannot be read never starts capture.
+             EXPECT_EQ(devices::capture::FramesProduced(), 0u);
+           }
+           if (f.point == "module.load") {
+             EXPECT_EQ(f.result, 0);
+             EXPECT_EQ(OnlyText(f), L"Load Module Error");
+             EXPECT_EQ(OnlyCaption(f), L"Error");
+           } else if (f.point == "module.proc") {
+             // A missing entry point: the calibration cannot be read, silently.
+             EXPECT_EQ(f.result, 0);
+             EXPECT_TRUE(f.boxes.empty());
+           } else {
+             ExpectFlashOutcome(f, L"Read");
+           }
+         }});
+}
 
 TEST_F(LiveviewFaults, CalibrationMemory) {
   CCaptureWnd w;
