@@ -12,6 +12,7 @@
 #include "devices/devices.h"
 #include "devices/eeprom_module.h"
 #include "devices/frame_source.h"
+#include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
 #include "platform/desktop.h"
 #include "platform/fs.h"
@@ -167,6 +168,56 @@ TEST_F(LiveviewFaults, WholeWindowLife) {
            } else {
              ExpectFlashOutcome(f, L"Read");
            }
+         }});
+}
+
+// A running view operated as the host does between start and end: camera
+// switches, zoom, picture turned, frozen and released, a full-frame grab.
+TEST_F(LiveviewFaults, OperatingTheView) {
+  CDibEx grabbed;
+  Drill({"operating the view",
+         [&] {
+           if (view_ && view_->GetSafeHwnd()) view_->DestroyWindow();
+           view_.reset();
+           StoreAllItems();
+           devices::capture::Reset();
+           view_ = std::make_unique<CCaptureWnd>();
+           view_->InitAppUseMessage();
+           ASSERT_TRUE(view_->Create(nullptr, RECT{0, 0, 320, 240}, 0.5, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+           platform::PumpMessages();
+           grabbed.Empty();
+         },
+         [&] {
+           view_->SetCurCamera(0);
+           view_->ZoomIn();
+           view_->Reverse();
+           view_->SnapShot();
+           view_->EndSnapShot();
+           view_->GetCapture(grabbed);
+           view_->SetCurCamera(1);
+           return 1;
+         },
+         [&](const Faulted& f) {
+           // The view does not check the driver's answers to these requests:
+           // the host's settings stand and live capture goes on.
+           EXPECT_EQ(f.result, 1);
+           EXPECT_EQ(view_->GetCurCamera(), 1);
+           EXPECT_EQ(view_->m_dZoomRatio[0], 2.0);
+           EXPECT_EQ(view_->m_StartParam.Reverse, 1);
+           EXPECT_EQ(view_->GetSnapShot(), 0);
+           EXPECT_TRUE(devices::capture::IsRunning());
+           // Only the grab reports, and then it has no picture.
+           if (f.point == "alloc") {
+             EXPECT_EQ(OnlyText(f), L"Memory Error. E-500");
+             EXPECT_EQ(OnlyCaption(f), L"ERROR");
+           } else if (f.point == "cap.read") {
+             EXPECT_EQ(OnlyText(f), L"Record of a picture went wrong. E-504");
+           } else {
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_NE(grabbed.m_imageBits, nullptr);
+             return;
+           }
+           EXPECT_EQ(grabbed.m_imageBits, nullptr);
          }});
 }
 
