@@ -221,6 +221,62 @@ TEST_F(LiveviewFaults, OperatingTheView) {
          }});
 }
 
+// A bright quarter in the lower right of the frame: one clear corner at the
+// centre of the sensor.
+class Quadrant : public devices::FrameSource {
+ public:
+  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
+    for (int y = 0; y < devices::kFrameHeight; ++y)
+      for (int x = 0; x < devices::kFrameWidth; ++x)
+        pixels[size_t(y) * devices::kFrameWidth + size_t(x)] =
+            x >= devices::kFrameWidth / 2 && y >= devices::kFrameHeight / 2 ? devices::Pack565(230, 230, 230)
+                                                                            : devices::Pack565(30, 30, 30);
+  }
+};
+
+// A tap in corner mode: the view grabs the picture under the window and
+// searches it for a corner near the tap.
+TEST_F(LiveviewFaults, CornerSearch) {
+  devices::SetFrameSource(std::make_shared<Quadrant>());
+  view_ = std::make_unique<CCaptureWnd>();
+  view_->InitAppUseMessage();
+  ASSERT_TRUE(view_->Create(nullptr, RECT{0, 0, 320, 240}, 0.5, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+  platform::PumpMessages();
+  view_->SetCurCamera(0);  // corners are searched in the tele camera's picture
+  Drill({"corner search",
+         [&] {
+           view_->EndCornerMode();
+           view_->BeginCornerMode();
+           view_->SetGetMeas();
+           view_->m_ptCorner = POINT{0, 0};
+         },
+         [&] {
+           platform::InjectTap(163, 118);
+           platform::PumpMessages();
+           return int(view_->m_bCornerFound);
+         },
+         [&](const Faulted& f) {
+           // The timer is given back whatever happened to the search.
+           EXPECT_EQ(view_->m_bTimerLock, 0);
+           std::vector<std::wstring> texts;
+           for (const auto& box : f.boxes) texts.push_back(box.text);
+           const std::wstring none = L"No corner was found near the specified point.";
+           if (f.point == "alloc" || f.point == "cap.read_rect") {
+             // No picture to search: the grab's cause, then the search's answer.
+             EXPECT_EQ(f.result, 0);
+             const std::wstring cause =
+                 f.point == "alloc" ? L"Memory Error. E-500" : L"Record of a picture went wrong. E-504";
+             EXPECT_EQ(texts, (std::vector<std::wstring>{cause, none}));
+             return;
+           }
+           // The driver's other answers are not checked: the corner is found.
+           EXPECT_EQ(f.result, 1);
+           EXPECT_TRUE(texts.empty());
+           EXPECT_NEAR(view_->m_ptCorner.x, 160, 1);
+           EXPECT_NEAR(view_->m_ptCorner.y, 120, 1);
+         }});
+}
+
 TEST_F(LiveviewFaults, CalibrationMemory) {
   CCaptureWnd w;
   ASSERT_NE(w.m_pSysEepRead, nullptr);
