@@ -172,7 +172,8 @@ TEST_F(LiveviewFaults, WholeWindowLife) {
 }
 
 // A running view operated as the host does between start and end: camera
-// switches, zoom, picture turned, frozen and released, a full-frame grab.
+// switches, zoom, picture turned, frozen and released, a full-frame grab,
+// exposure steps that change the brightness.
 TEST_F(LiveviewFaults, OperatingTheView) {
   CDibEx grabbed;
   Drill({"operating the view",
@@ -194,6 +195,9 @@ TEST_F(LiveviewFaults, OperatingTheView) {
            view_->SnapShot();
            view_->EndSnapShot();
            view_->GetCapture(grabbed);
+           view_->m_nAEMode = 1;  // two exposure steps that set the brightness
+           platform::AdvanceTime(2 * CCaptureWnd::kFrameTimerPeriodMs);
+           view_->m_nAEMode = 0;
            view_->SetCurCamera(1);
            return 1;
          },
