@@ -52,6 +52,38 @@ PROJECT_PHOTO PhotoFiles(const CString& name) {
   return {name, name + L".jpg", name + L".imc", name + L".DLT"};
 }
 
+// Adds the ray of every solved photograph that measured `name`. False when a
+// photograph's files are there but cannot be read: a point from fewer
+// photographs than measured it would pass for a complete one.
+bool GatherRays(CProject& project, const wchar_t* name, CSpaceIntersection& rays) {
+  for (int i = 0; i < project.GetPhotoCount(); ++i) {
+    const PROJECT_PHOTO& photo = project.GetPhoto(i);
+    if (!files::PathIsFile(project.GetFilePath(photo.Dlt)) || !files::PathIsFile(project.GetFilePath(photo.Imc)))
+      continue;
+    CDLT dlt;
+    CSize size;
+    CKvoArray<CXYZ, CXYZ&> image;
+    if (!project.GetDLT(photo.Name, dlt) || !project.GetImagePoints(photo.Name, size, image)) return false;
+    for (const CXYZ& p : image) {
+      if (p.Name == name) {
+        rays.Add(dlt, p.X, p.Y);
+        break;
+      }
+    }
+  }
+  return true;
+}
+
+// The point where the rays meet, with its RMS image residual and ray count.
+bool SolveRays(CSpaceIntersection& rays, const wchar_t* name, CXYZ& point) {
+  CXYZ solved(name, 0.0, 0.0, 0.0);
+  if (!rays.Solve(solved)) return false;
+  solved.Aux1 = rays.m_dSigma;
+  solved.Num = rays.GetCount();
+  point = solved;
+  return true;
+}
+
 }  // namespace
 
 CProject::CProject()
@@ -82,7 +114,14 @@ void CProject::Close() {
 int CProject::WriteIndex() {
   std::string text = FormatIndex(m_strName, m_bHasCamera != 0, m_Photos);
   if (!files::WriteFileSafely(GetFilePath(kIndex), text)) return Fail(files::kMsgFileWrite);
-  if (!files::WriteFileSafely(GetFilePath(kBackup), text)) return Fail(files::kMsgFileWrite);
+  if (!files::WriteFileSafely(GetFilePath(kBackup), text)) {
+    // The caller keeps its previous state on 0: the index goes back to what
+    // the untouched backup holds, so the next open does not see a change
+    // that was reported as failed.
+    std::string previous;
+    if (files::ReadWholeFile(GetFilePath(kBackup), previous)) files::WriteFileSafely(GetFilePath(kIndex), previous);
+    return Fail(files::kMsgFileWrite);
+  }
   return 1;
 }
 
@@ -211,8 +250,12 @@ int CProject::Rename(const wchar_t* from, const wchar_t* to) {
   CProject renamed;
   renamed.m_bShowMessage = m_bShowMessage;
   renamed.SetRootFolder(m_strRoot);
-  if (!renamed.Open(to)) return 0;
-  if (!renamed.WriteIndex()) return 0;  // the index carries the new name
+  // The index carries the new name; when it cannot be rewritten the folder
+  // takes its old name back, so 0 always means nothing was renamed.
+  if (!renamed.Open(to) || !renamed.WriteIndex()) {
+    MoveFileW(ProjectFolder(to), ProjectFolder(from));
+    return 0;
+  }
   if (m_bOpen && m_strName == from) {
     m_strName = to;
   }
@@ -298,7 +341,10 @@ int CProject::SetCamera(CCamera& camera) {
   if (!camera.Write(GetFilePath(kCamera))) return Fail(files::kMsgFileWrite);
   if (!m_bHasCamera) {
     m_bHasCamera = 1;
-    if (!WriteIndex()) return 0;
+    if (!WriteIndex()) {
+      m_bHasCamera = 0;  // as the index on the card still says
+      return 0;
+    }
   }
   return 1;
 }
@@ -331,22 +377,8 @@ int CProject::GetDLT(const wchar_t* photo, CDLT& dlt) {
 int CProject::Intersect(const wchar_t* name, CXYZ& point, CSpaceIntersection* detail) {
   if (!RequireOpen() || !name || !*name) return 0;
   CSpaceIntersection rays;
-  for (const PROJECT_PHOTO& photo : m_Photos) {
-    CDLT dlt;
-    CSize size;
-    CKvoArray<CXYZ, CXYZ&> image;
-    if (!GetDLT(photo.Name, dlt) || !GetImagePoints(photo.Name, size, image)) continue;
-    for (const CXYZ& p : image) {
-      if (p.Name == name) {
-        rays.Add(dlt, p.X, p.Y);
-        break;
-      }
-    }
-  }
-  CXYZ solved(name, 0.0, 0.0, 0.0);
-  if (!rays.Solve(solved)) return 0;
-  solved.Aux1 = rays.m_dSigma;
-  solved.Num = rays.GetCount();
+  CXYZ solved;
+  if (!GatherRays(*this, name, rays) || !SolveRays(rays, name, solved)) return 0;
   point = solved;
   if (detail) *detail = rays;
   return 1;
@@ -354,13 +386,19 @@ int CProject::Intersect(const wchar_t* name, CXYZ& point, CSpaceIntersection* de
 
 int CProject::IntersectAll(CKvoArray<CXYZ, CXYZ&>& points) {
   if (!RequireOpen()) return 0;
+  // A file that is there but cannot be read fails the whole run: the results
+  // would replace result.csv with fewer points, or with control points taken
+  // for new ones.
   CKvoArray<CXYZ, CXYZ&> control;
-  GetControlPoints(control);
+  if (!GetControlPoints(control) && files::PathIsFile(GetFilePath(kControl))) return 0;
   std::vector<CString> names;
   for (const PROJECT_PHOTO& photo : m_Photos) {
     CSize size;
     CKvoArray<CXYZ, CXYZ&> image;
-    if (!GetImagePoints(photo.Name, size, image)) continue;
+    if (!GetImagePoints(photo.Name, size, image)) {
+      if (files::PathIsFile(GetFilePath(photo.Imc))) return 0;
+      continue;
+    }
     for (const CXYZ& p : image) {
       bool is_control = std::any_of(control.begin(), control.end(), [&](const CXYZ& c) { return c.Name == p.Name; });
       if (!is_control && std::find(names.begin(), names.end(), p.Name) == names.end()) names.push_back(p.Name);
@@ -368,8 +406,10 @@ int CProject::IntersectAll(CKvoArray<CXYZ, CXYZ&>& points) {
   }
   CKvoArray<CXYZ, CXYZ&> results;
   for (const CString& name : names) {
+    CSpaceIntersection rays;
     CXYZ point;
-    if (Intersect(name, point)) results.Add(point);
+    if (!GatherRays(*this, name, rays)) return 0;
+    if (SolveRays(rays, name, point)) results.Add(point);
   }
   if (!WriteCSVFile(GetFilePath(kResult), results, /*append=*/0)) return Fail(files::kMsgFileWrite);
   points.Copy(results);

@@ -2,12 +2,14 @@
 #include "files/rt_card.h"
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 #include "files/path_util.h"
 #include "files/storage_messages.h"
 #include "platform/file.h"
 #include "platform/fs.h"
+#include "platform/handles.h"
 #include "platform/registry.h"
 
 namespace {
@@ -94,18 +96,44 @@ struct TreeEntry {
   bool folder = false;
 };
 
+// A search that found nothing is an empty folder; any other failure means
+// the folder could not be read.
+bool SearchFailed(HANDLE find) {
+  return (find == INVALID_HANDLE_VALUE || find == nullptr) && GetLastError() != ERROR_FILE_NOT_FOUND;
+}
+
+// The entries of `folder`; false when it cannot be searched (a tree walked
+// with a folder left out would pass for complete).
+bool ListEntries(const CString& folder, std::vector<FolderEntry>& entries) {
+  WIN32_FIND_DATAW found{};
+  HANDLE find = FindFirstFileW(JoinPath(folder, L"*"), &found);
+  if (SearchFailed(find)) return false;
+  if (find == INVALID_HANDLE_VALUE || find == nullptr) return true;
+  do {
+    std::wstring name = found.cFileName;
+    if (name == L"." || name == L"..") continue;
+    bool is_folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    entries.push_back({name.c_str(), is_folder, (ULONGLONG(found.nFileSizeHigh) << 32) | found.nFileSizeLow});
+  } while (FindNextFileW(find, &found));
+  FindClose(find);
+  return true;
+}
+
 // Every entry under `folder`, each folder before its contents; adds the file
-// sizes to `bytes`.
-void WalkTree(const CString& folder, const CString& relative, std::vector<TreeEntry>& out, ULONGLONG& bytes) {
-  for (const FolderEntry& entry : files::ListFolder(JoinPath(folder, relative), L"*")) {
+// sizes to `bytes`. False when a folder of the tree cannot be searched.
+bool WalkTree(const CString& folder, const CString& relative, std::vector<TreeEntry>& out, ULONGLONG& bytes) {
+  std::vector<FolderEntry> entries;
+  if (!ListEntries(JoinPath(folder, relative), entries)) return false;
+  for (const FolderEntry& entry : entries) {
     CString path = relative.IsEmpty() ? entry.name : JoinPath(relative, entry.name);
     out.push_back({path, entry.folder});
     if (entry.folder) {
-      WalkTree(folder, path, out, bytes);
+      if (!WalkTree(folder, path, out, bytes)) return false;
     } else {
       bytes += entry.size;
     }
   }
+  return true;
 }
 
 // Starts-with on whole path components.
@@ -204,6 +232,7 @@ int CRTCard::GetFileList(const wchar_t* folder,
   WIN32_FIND_DATAW data{};
   const wchar_t* match = pattern && *pattern ? pattern : L"*";
   HANDLE find = FindFirstFileW(JoinPath(files::TrimSeparator(folder), match), &data);
+  if (SearchFailed(find)) return 0;  // not the same as an empty folder
   if (find != INVALID_HANDLE_VALUE && find != nullptr) {
     do {
       std::wstring name = data.cFileName;
@@ -226,7 +255,7 @@ int CRTCard::GetFolderSize(const wchar_t* folder, ULONGLONG& bytes) {
   if (!folder || !files::PathIsFolder(folder)) return 0;
   std::vector<TreeEntry> entries;
   ULONGLONG sum = 0;
-  WalkTree(files::TrimSeparator(folder), CString(), entries, sum);
+  if (!WalkTree(files::TrimSeparator(folder), CString(), entries, sum)) return 0;
   bytes = sum;
   return 1;
 }
@@ -269,7 +298,7 @@ int CRTCard::CopyFolder(const wchar_t* from, const wchar_t* to) {
   }
   std::vector<TreeEntry> entries;
   ULONGLONG bytes = 0;
-  WalkTree(source, CString(), entries, bytes);
+  if (!WalkTree(source, CString(), entries, bytes)) return Fail(files::kMsgCopyError);
   if (!CheckSpace(files::ParentPath(target), bytes)) return 0;
   bool ok = CreateDirectoryW(target, nullptr) != FALSE;
   for (size_t i = 0; ok && i < entries.size(); ++i) {

@@ -1,0 +1,634 @@
+// Fault matrix of the storage card (root, free space, listings, file and
+// folder transfers) and of the image-measurement project (folders, index and
+// backup, photographs, points, camera, DLT and intersection).
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "camera/camera.h"
+#include "files/dlt.h"
+#include "files/project.h"
+#include "files/rt_card.h"
+#include "platform/faults.h"
+#include "platform/registry.h"
+#include "tests/faults/fault_matrix.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using fault_matrix::Faulted;
+using fault_matrix::FaultMatrix;
+using PointArray = CKvoArray<CXYZ, CXYZ&>;
+using Tree = std::map<std::string, std::string>;  // relative path -> bytes ("<dir>" for a folder)
+
+constexpr const wchar_t* kCard = L"\\Storage Card";
+constexpr const wchar_t* kE508 = L"Invalid File. E-508";
+constexpr const wchar_t* kE512 = L"File Write Error. E-512";
+constexpr const wchar_t* kE520 = L"It is a copy error. E-520";
+constexpr const wchar_t* kE521 = L"Folder maked error. E-521";
+constexpr const wchar_t* kE523 = L"The capacity of the memory doesn't suffice. E-523";
+
+std::string Pattern(size_t size, int seed) {
+  std::string bytes(size, '\0');
+  uint32_t state = uint32_t(seed) * 2654435761u + 1;
+  for (char& c : bytes) c = char((state = state * 1664525u + 1013904223u) >> 24);
+  return bytes;
+}
+
+class CardProjectFaults : public FaultMatrix {
+ protected:
+  void SetUp() override {
+    FaultMatrix::SetUp();
+    ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", kCard));
+  }
+  void Put(const wchar_t* path, const std::string& bytes) const { WriteHostFile(Host(path), bytes); }
+  std::string Get(const wchar_t* path) const { return ReadHostFile(Host(path)); }
+  bool Exists(const wchar_t* path) const { return fs::exists(Host(path)); }
+  // Every folder and file under a device folder, with its bytes.
+  Tree Snapshot(const wchar_t* folder) const {
+    Tree tree;
+    if (!fs::exists(Host(folder))) return tree;
+    for (const auto& e : fs::recursive_directory_iterator(Host(folder))) {
+      std::string rel = fs::relative(e.path(), Host(folder)).string();
+      tree[rel] = e.is_directory() ? "<dir>" : ReadHostFile(e.path().string());
+    }
+    return tree;
+  }
+  // Empties main memory and the card (both folders exist afterwards).
+  void Clear() const {
+    for (const wchar_t* folder : {L"\\IMG_MAIN", kCard}) {
+      fs::remove_all(Host(folder));
+      fs::create_directories(Host(folder));
+    }
+  }
+  static void ExpectBox(const Faulted& f, const wchar_t* text) {
+    EXPECT_EQ(OnlyText(f), text);
+    EXPECT_EQ(OnlyCaption(f), L"ERROR");
+  }
+  // The point files' own box for a refused open, then optionally `then`.
+  static void ExpectRefused(const Faulted& f, const std::wstring& path, const wchar_t* then = nullptr) {
+    ASSERT_EQ(f.boxes.size(), then ? 2u : 1u);
+    EXPECT_EQ(f.boxes[0].text.rfind(path + L"\n", 0), 0u);
+    EXPECT_EQ(f.boxes[0].caption, L"ERROR");
+    if (then) {
+      EXPECT_EQ(f.boxes[1].text, then);
+    }
+  }
+  // A transfer that failed: E-523 when the free space could not be had,
+  // else E-520.
+  static void ExpectTransferFailed(const Faulted& f) {
+    EXPECT_EQ(f.result, 0);
+    ExpectBox(f, f.point == "fs.free_space" ? kE523 : kE520);
+  }
+
+  CRTCard card_;
+};
+
+using CardFaults = CardProjectFaults;
+
+TEST_F(CardFaults, RootFreeSpaceAndListings) {
+  Drill({"CRTCard::ReadCardRoot", [&] { card_ = CRTCard(); }, [&] { return card_.ReadCardRoot(); },
+         [&](const Faulted& f) {
+           EXPECT_TRUE(f.boxes.empty());
+           // The value is in hand before the key is closed.
+           const bool read = f.point == "registry.close";
+           EXPECT_EQ(f.result, read ? 1 : 0);
+           EXPECT_EQ(card_.GetCardRoot(), CString(read ? kCard : L""));
+         }});
+
+  ULONGLONG free_bytes = 0, total = 0, bytes = 0;
+  auto prepareCard = [&] {
+    Clear();
+    Put(L"\\Storage Card\\b.jpg", Pattern(1500, 1));
+    Put(L"\\Storage Card\\a.jpg", Pattern(7000, 2));
+    Put(L"\\Storage Card\\d.jpg\\inner.bin", Pattern(300, 3));
+    card_.SetCardRoot(kCard);
+    free_bytes = total = bytes = 7;
+  };
+  Drill({"CRTCard::GetFreeSpace", prepareCard, [&] { return card_.GetFreeSpace(nullptr, free_bytes, total); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, 0);
+           EXPECT_TRUE(f.boxes.empty());
+           EXPECT_EQ(free_bytes, 7u);
+           EXPECT_EQ(total, 7u);
+         }});
+
+  CKvoArray<RTCARD_FILE_INFO, RTCARD_FILE_INFO&> list;
+  Drill({"CRTCard::GetFileList",
+         [&] {
+           prepareCard();
+           RTCARD_FILE_INFO stale;
+           stale.Name = L"stale";
+           list.Add(stale);
+         },
+         [&] { return card_.GetFileList(kCard, L"*.jpg", list); },
+         [&](const Faulted& f) {
+           // A search that fails is not an empty card.
+           EXPECT_EQ(f.result, 0);
+           EXPECT_EQ(list.GetSize(), 0);
+           EXPECT_TRUE(f.boxes.empty());
+         }});
+  Drill({"CRTCard::GetFolderSize", prepareCard, [&] { return card_.GetFolderSize(kCard, bytes); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, 0);  // never a size that leaves a folder out
+           EXPECT_EQ(bytes, 7u);
+           EXPECT_TRUE(f.boxes.empty());
+         }});
+}
+
+TEST_F(CardFaults, FileTransfers) {
+  const std::string photo = Pattern(100000, 4), old = Pattern(777, 5);
+  Drill({"CRTCard::CopyFile(replace)",
+         [&] {
+           Clear();
+           Put(L"\\IMG_MAIN\\p1.jpg", photo);
+           Put(L"\\Storage Card\\p1.jpg", old);
+           card_.SetCardRoot(kCard);
+         },
+         [&] { return card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(Get(L"\\IMG_MAIN\\p1.jpg"), photo);
+           if (f.point != "fs.delete") {
+             ExpectTransferFailed(f);
+             EXPECT_EQ(Snapshot(kCard), (Tree{{"p1.jpg", old}}));
+             return;
+           }
+           // Removing the set-aside old copy is not checked: the copy is in
+           // place; the second delete (after the rename) leaves the old copy.
+           EXPECT_EQ(f.result, 1);
+           EXPECT_TRUE(f.boxes.empty());
+           Tree expected{{"p1.jpg", photo}};
+           if (f.skip == 1) expected["~p1.jpg.old"] = old;
+           EXPECT_EQ(Snapshot(kCard), expected);
+         }});
+
+  Drill({"CRTCard::MoveFile",
+         [&] {
+           Clear();
+           Put(L"\\Storage Card\\q.jpg", photo);
+           card_.SetCardRoot(kCard);
+         },
+         [&] { return card_.MoveFile(L"\\Storage Card\\q.jpg", L"\\IMG_MAIN\\q.jpg"); },
+         [&](const Faulted& f) {
+           // Exactly where it was, whole; nothing at the destination.
+           ExpectTransferFailed(f);
+           EXPECT_EQ(Snapshot(kCard), (Tree{{"q.jpg", photo}}));
+           EXPECT_TRUE(Snapshot(L"\\IMG_MAIN").empty());
+         }});
+}
+
+TEST_F(CardFaults, FolderTransfers) {
+  Tree job;
+  auto prepareJob = [&] {
+    Clear();
+    Put(L"\\IMG_MAIN\\job\\a.jpg", Pattern(50000, 6));
+    Put(L"\\IMG_MAIN\\job\\sub\\b.imc", Pattern(1234, 7));
+    Put(L"\\IMG_MAIN\\job\\sub\\deeper\\c.DLT", Pattern(99, 8));
+    fs::create_directories(Host(L"\\IMG_MAIN\\job\\empty"));
+    card_.SetCardRoot(kCard);
+    job = Snapshot(L"\\IMG_MAIN\\job");
+  };
+  // What is left of a source whose deletion stopped part-way: nothing
+  // changed in what remains.
+  auto expectPartOf = [&](const Tree& left) {
+    for (const auto& [path, bytes] : left) EXPECT_EQ(job.at(path), bytes) << path;
+  };
+  Drill({"CRTCard::CopyFolder", prepareJob,
+         [&] { return card_.CopyFolder(L"\\IMG_MAIN\\job", L"\\Storage Card\\job"); },
+         [&](const Faulted& f) {
+           ExpectTransferFailed(f);
+           EXPECT_TRUE(Snapshot(kCard).empty());
+           EXPECT_EQ(Snapshot(L"\\IMG_MAIN\\job"), job);
+         }});
+  Drill({"CRTCard::MoveFolder", prepareJob,
+         [&] { return card_.MoveFolder(L"\\IMG_MAIN\\job", L"\\Storage Card\\job"); },
+         [&](const Faulted& f) {
+           if (f.result == 1) {  // only the search of a folder already emptied failed
+             EXPECT_EQ(f.point, "fs.find");
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_FALSE(Exists(L"\\IMG_MAIN\\job"));
+             EXPECT_EQ(Snapshot(L"\\Storage Card\\job"), job);
+             return;
+           }
+           ExpectTransferFailed(f);
+           if (!Exists(L"\\Storage Card\\job")) {  // failed while copying
+             EXPECT_NE(f.point, "fs.delete");
+             EXPECT_EQ(Snapshot(L"\\IMG_MAIN\\job"), job);
+             return;
+           }
+           // Failed while deleting the source: the copy is complete.
+           EXPECT_TRUE(f.point == "fs.delete" || f.point == "fs.find");
+           EXPECT_EQ(Snapshot(L"\\Storage Card\\job"), job);
+           expectPartOf(Snapshot(L"\\IMG_MAIN\\job"));
+         }});
+  Drill({"CRTCard::DeleteFolder", prepareJob, [&] { return card_.DeleteFolder(L"\\IMG_MAIN\\job"); },
+         [&](const Faulted& f) {
+           EXPECT_TRUE(f.boxes.empty());
+           // A folder's contents are deleted before the folder: a failed
+           // search of an empty folder still lets it go (result 1, all gone).
+           EXPECT_EQ(f.result, Exists(L"\\IMG_MAIN\\job") ? 0 : 1);
+           if (f.result == 1) {
+             EXPECT_EQ(f.point, "fs.find");
+           }
+           expectPartOf(Snapshot(L"\\IMG_MAIN\\job"));
+         }});
+}
+
+constexpr const wchar_t* kRoot = L"\\IMG_MAIN\\project";
+constexpr const wchar_t* kJpeg = L"\\JPEG\\20240503\\140709W100.jpg";
+constexpr double kFocalPx = 1000.0;
+
+// Two ideal cameras worked by hand, independent of the DLT: one south of the
+// site looking north, one east of it looking west (x right, y down, pixels).
+CXYZ FromSouth(const CXYZ& p) {
+  const double depth = p.Y - 1990.0;
+  return CXYZ(p.Name, 320.0 + kFocalPx * (p.X - 1040.0) / depth, 240.0 - kFocalPx * (p.Z - 52.0) / depth, 0.0);
+}
+CXYZ FromEast(const CXYZ& p) {
+  const double depth = 1080.0 - p.X;
+  return CXYZ(p.Name, 320.0 + kFocalPx * (p.Y - 2030.0) / depth, 240.0 - kFocalPx * (p.Z - 53.0) / depth, 0.0);
+}
+
+PointArray Control() {
+  PointArray points;
+  const double xyz[8][3] = {{1031, 2021, 48}, {1049, 2022, 50}, {1032, 2039, 56}, {1048, 2038, 47},
+                            {1035, 2025, 55}, {1045, 2035, 53}, {1040, 2030, 49}, {1037, 2033, 51}};
+  for (int i = 0; i < 8; ++i) {
+    CXYZ p(L"", xyz[i][0], xyz[i][1], xyz[i][2]);
+    p.Name.Format(L"C%d", i + 1);
+    points.Add(p);
+  }
+  return points;
+}
+
+const CXYZ kT1(L"T1", 1041.5, 2028.2, 52.7), kT2(L"T2", 1036.1, 2034.9, 50.3);
+
+class ProjectFaults : public CardProjectFaults {
+ protected:
+  void SetUp() override {
+    CardProjectFaults::SetUp();
+    Put(kJpeg, Pattern(50000, 9));
+    BuildProjects();
+    fs::copy(Host(kRoot), Host(L"\\template"), fs::copy_options::recursive);
+    index_ = SiteFile(L"project.hdr");
+  }
+  // "Other" and "Bare" are empty; "Site" has control points, a camera and
+  // two solved photographs measuring two new points.
+  void BuildProjects() {
+    CProject p;
+    ASSERT_EQ(p.Create(L"Other") + p.Create(L"Bare") + p.Create(L"Site"), 3);
+    PointArray control = Control();
+    CCamera camera;
+    camera.FocalLength = 5.6;
+    ASSERT_EQ(p.SetControlPoints(control) + p.SetCamera(camera), 2);
+    for (auto view : {FromSouth, FromEast}) {
+      CString name;
+      ASSERT_EQ(p.AddPhoto(kJpeg, name), 1);
+      PointArray image;
+      for (const CXYZ& g : {control[0], control[1], control[2], control[3], control[4], control[5],
+                            control[6], control[7], kT1, kT2}) {
+        CXYZ seen = view(g);
+        image.Add(seen);
+      }
+      CSize size(640, 480);
+      CDLT dlt;
+      ASSERT_EQ(p.SetImagePoints(name, size, image) + p.SolveDLT(name, dlt), 2);
+    }
+    PointArray results;
+    ASSERT_EQ(p.IntersectAll(results), 1);
+    ASSERT_EQ(results.GetSize(), 2);
+  }
+  // Puts the projects back as built and opens `name` (not counted).
+  void Restore(const wchar_t* name = L"Site") {
+    fs::remove_all(Host(kRoot));
+    fs::copy(Host(L"\\template"), Host(kRoot), fs::copy_options::recursive);
+    project_.Close();
+    project_.m_bShowMessage = 1;
+    EXPECT_EQ(project_.Open(name), 1);
+  }
+  static std::wstring SitePath(const wchar_t* leaf) { return std::wstring(kRoot) + L"\\Site\\" + leaf; }
+  std::string SiteFile(const wchar_t* leaf) const { return Get(SitePath(leaf).c_str()); }
+  bool SiteHas(const wchar_t* leaf) const { return Exists(SitePath(leaf).c_str()); }
+  // Photographs a fresh open of the project finds (-1: it does not open).
+  static int Reopened(const wchar_t* name = L"Site") {
+    CProject p;
+    p.m_bShowMessage = 0;
+    return p.Open(name) ? p.GetPhotoCount() : -1;
+  }
+  // Index and backup both as built.
+  void ExpectIndexKept() const {
+    EXPECT_EQ(SiteFile(L"project.hdr"), index_);
+    EXPECT_EQ(SiteFile(L"project.bkh"), index_);
+    EXPECT_FALSE(SiteHas(L"project.hdr.tmp"));
+  }
+
+  CProject project_;
+  std::string index_;
+};
+
+TEST_F(ProjectFaults, FoldersAndIndex) {
+  auto restore = [&] { Restore(); };
+  Drill({"CProject::Create", restore, [&] { return project_.Create(L"New"); },
+         [&](const Faulted& f) {
+           const bool folder = f.point == "fs.create_directory";
+           EXPECT_EQ(f.result, 0);
+           ExpectBox(f, folder ? kE521 : kE512);
+           EXPECT_FALSE(Exists(L"\\IMG_MAIN\\project\\New"));
+           EXPECT_EQ(project_.IsOpen(), folder ? 1 : 0);  // the open project is closed once the folder is made
+         }});
+  Drill({"CProject::Open", [&] { Restore(L"Other"); }, [&] { return project_.Open(L"Site"); },
+         [&](const Faulted& f) {
+           if (f.point == "file.open") {  // the index is rewritten from the backup
+             EXPECT_EQ(f.result, 1);
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_EQ(project_.GetPhotoCount(), 2);
+           } else {  // the card went away: the backup cannot be read either
+             EXPECT_EQ(f.result, 0);
+             ExpectBox(f, kE508);
+             EXPECT_EQ(project_.IsOpen(), 0);
+           }
+           ExpectIndexKept();
+         }});
+  CStringArray names;
+  Drill({"CProject::List", restore, [&] { return project_.List(names); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, 1);  // a root that cannot be searched lists no projects
+           EXPECT_EQ(names.GetSize(), 0);
+           EXPECT_TRUE(f.boxes.empty());
+         }});
+  Drill({"CProject::Rename", restore, [&] { return project_.Rename(L"Site", L"Site2"); },
+         [&](const Faulted& f) {
+           // Unchecked clean-ups, or an index read that the backup stands in for.
+           if (f.point == "fs.delete" || (f.point == "file.open" && f.skip == 0)) {
+             EXPECT_EQ(f.result, 1);
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_EQ(project_.GetName(), CString(L"Site2"));
+             EXPECT_EQ(Reopened(L"Site2"), 2);
+             return;
+           }
+           EXPECT_EQ(f.result, 0);  // nothing renamed
+           const bool moved = !(f.point == "fs.move" && f.skip == 0);
+           ExpectBox(f, !moved ? kE521 : f.point == "file.read" ? kE508 : kE512);
+           EXPECT_FALSE(Exists(L"\\IMG_MAIN\\project\\Site2"));
+           EXPECT_EQ(project_.GetName(), CString(L"Site"));
+           ExpectIndexKept();
+         }});
+  Drill({"CProject::Delete", restore, [&] { return project_.Delete(L"Other"); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, 0);
+           ExpectBox(f, kE512);
+           EXPECT_TRUE(Exists(L"\\IMG_MAIN\\project\\Other"));
+           EXPECT_EQ(project_.IsOpen(), 1);
+           EXPECT_EQ(project_.Delete(L"Other"), 1);  // a second try finishes the job
+         }});
+  std::string damaged;
+  Drill({"CProject::RestoreIndex",
+         [&] {
+           Restore();
+           damaged = index_;
+           damaged[damaged.find("P002")] = 'Q';
+           Put(SitePath(L"project.hdr").c_str(), damaged);
+         },
+         [&] { return project_.RestoreIndex(); },
+         [&](const Faulted& f) {
+           if (f.point == "fs.delete") {
+             EXPECT_EQ(f.result, 1);
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_EQ(SiteFile(L"project.hdr"), index_);
+             return;
+           }
+           EXPECT_EQ(f.result, 0);
+           const bool backup = f.point == "file.read" || (f.point == "file.open" && f.skip == 0);
+           ExpectBox(f, backup ? kE508 : kE512);
+           EXPECT_EQ(SiteFile(L"project.hdr"), damaged);
+           EXPECT_EQ(Reopened(), 2);  // the backup is whole: the next open recovers
+           ExpectIndexKept();
+         }});
+}
+
+TEST_F(ProjectFaults, Photographs) {
+  CString name;
+  Drill({"CProject::AddPhoto",
+         [&] {
+           Restore();
+           name.Empty();
+         },
+         [&] { return project_.AddPhoto(kJpeg, name); },
+         [&](const Faulted& f) {
+           // An unknown card root does not matter to a copy in main memory.
+           if (f.point.rfind("registry.", 0) == 0 || f.point == "fs.delete") {
+             EXPECT_EQ(f.result, 1);
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_EQ(SiteFile(L"P003.jpg"), Get(kJpeg));
+             EXPECT_EQ(Reopened(), 3);
+             return;
+           }
+           const bool copying = f.point == "file.read" || (f.point == "file.open" && f.skip < 3) ||
+                                (f.point == "file.write" && f.skip < 2) || (f.point == "fs.move" && f.skip == 0);
+           EXPECT_EQ(f.result, 0);
+           ExpectBox(f, f.point == "fs.free_space" ? kE523 : copying ? kE520 : kE512);
+           EXPECT_EQ(project_.GetPhotoCount(), 2);
+           EXPECT_FALSE(SiteHas(L"P003.jpg"));
+           EXPECT_FALSE(SiteHas(L"~P003.jpg.cpy"));
+           ExpectIndexKept();
+         }});
+  Drill({"CProject::RemovePhoto", [&] { Restore(); }, [&] { return project_.RemovePhoto(L"P002"); },
+         [&](const Faulted& f) {
+           if (f.point == "fs.delete") {  // a file left behind is only an orphan
+             EXPECT_EQ(f.result, 1);
+             EXPECT_LT(project_.FindPhoto(L"P002"), 0);
+             EXPECT_EQ(Reopened(), 1);
+             return;
+           }
+           EXPECT_EQ(f.result, 0);
+           ExpectBox(f, kE512);
+           EXPECT_EQ(project_.FindPhoto(L"P002"), 1);
+           for (const wchar_t* leaf : {L"P002.jpg", L"P002.imc", L"P002.DLT"}) EXPECT_TRUE(SiteHas(leaf));
+           ExpectIndexKept();
+         }});
+}
+
+TEST_F(ProjectFaults, PointsAndCamera) {
+  const std::wstring imc = SitePath(L"P001.imc"), csv = SitePath(L"control.csv");
+  const std::string imc_bytes = SiteFile(L"P001.imc"), csv_bytes = SiteFile(L"control.csv");
+  PointArray points = Control();
+  CSize size(640, 480);
+  // A writer that replaces its file: the old bytes stay, E-512 (after the
+  // point files' own box when the open is refused).
+  auto saveCheck = [&](const std::wstring& path, const std::string& old) {
+    return [&, path, old](const Faulted& f) {
+      EXPECT_EQ(f.result, 0);
+      if (f.point == "file.open") {
+        ExpectRefused(f, path, kE512);
+      } else {
+        ExpectBox(f, kE512);
+      }
+      EXPECT_EQ(Get(path.c_str()), old);
+    };
+  };
+  // A lost read looks like the end of the file: 1 only when every point had
+  // arrived (ReadCSVFile also answers 1 with none when the first read goes).
+  auto readCheck = [&](const std::wstring& path, int count, bool csvReader) {
+    return [&, path, count, csvReader](const Faulted& f) {
+      if (f.point == "file.open") {
+        EXPECT_EQ(f.result, 0);
+        ExpectRefused(f, path);
+        return;
+      }
+      EXPECT_TRUE(f.boxes.empty());
+      const bool whole = f.skip > 0;
+      EXPECT_EQ(f.result, whole || csvReader ? 1 : 0);
+      if (f.result == 1) {
+        EXPECT_EQ(points.GetSize(), whole ? count : 0);
+      }
+    };
+  };
+  auto restoreWith = [&](PointArray values) {
+    return [&, values]() mutable {
+      Restore();
+      points.Copy(values);
+    };
+  };
+  PointArray moved = Control();
+  moved[0].X += 0.5;
+  Drill({"CProject::SetImagePoints", restoreWith(moved),
+         [&] { return project_.SetImagePoints(L"P001", size, points); }, saveCheck(imc, imc_bytes)});
+  Drill({"CProject::GetImagePoints", [&] { Restore(); },
+         [&] { return project_.GetImagePoints(L"P001", size, points); }, readCheck(imc, 10, false)});
+  Drill({"CProject::SetControlPoints", restoreWith(moved), [&] { return project_.SetControlPoints(points); },
+         saveCheck(csv, csv_bytes)});
+  Drill({"CProject::GetControlPoints", [&] { Restore(); }, [&] { return project_.GetControlPoints(points); },
+         readCheck(csv, 8, true)});
+
+  CCamera camera;
+  camera.FocalLength = 8.25;
+  const int camera_writes = [&] {
+    platform::fault::DisarmAll();
+    camera.Write(L"\\probe.cmr");
+    return platform::fault::Calls("file.write");
+  }();
+  Drill({"CProject::SetCamera(first)", [&] { Restore(L"Bare"); }, [&] { return project_.SetCamera(camera); },
+         [&](const Faulted& f) {
+           CCamera back;
+           const std::wstring cmr = std::wstring(kRoot) + L"\\Bare\\camera.cmr";
+           const bool in_file = f.point == "file.flush" || f.point == "file.rename" ||
+                                (f.point == "file.write" && f.skip < camera_writes);
+           if (in_file || f.point == "fs.delete") {
+             // The camera file's writes are not checked: 1 even when the
+             // file was not saved, and then no camera can be read.
+             EXPECT_EQ(f.result, 1);
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_EQ(project_.GetCamera(back), in_file ? 0 : 1);
+             return;
+           }
+           EXPECT_EQ(f.result, 0);
+           if (f.point == "file.open" && f.skip == 0) {
+             ExpectRefused(f, cmr, kE512);
+           } else {
+             ExpectBox(f, kE512);
+           }
+           EXPECT_EQ(project_.GetCamera(back), 0);  // no camera in memory or in the index
+           CProject reopened;
+           ASSERT_EQ(reopened.Open(L"Bare"), 1);
+           EXPECT_EQ(reopened.GetCamera(back), 0);
+         }});
+  Drill({"CProject::GetCamera",
+         [&] {
+           Restore();
+           camera.FocalLength = -1.0;
+         },
+         [&] { return project_.GetCamera(camera); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, 0);
+           EXPECT_EQ(camera.FocalLength, -1.0);
+           if (f.point == "file.open") {
+             ExpectRefused(f, SitePath(L"camera.cmr"));
+           } else {
+             EXPECT_TRUE(f.boxes.empty());
+           }
+         }});
+}
+
+TEST_F(ProjectFaults, SolveAndIntersect) {
+  const std::string dlt_bytes = SiteFile(L"P001.DLT"), result_bytes = SiteFile(L"result.csv");
+  CDLT dlt;
+  auto prepareDlt = [&] {
+    Restore();
+    dlt.Init();
+    dlt.m_dL[0] = -1.0;
+  };
+  Drill({"CProject::SolveDLT", prepareDlt, [&] { return project_.SolveDLT(L"P001", dlt); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(SiteFile(L"P001.DLT"), dlt_bytes);  // the same solution, or the old file
+           if (f.result == 1) {  // unchecked clean-ups, or only the end of the last file lost
+             EXPECT_TRUE(f.point == "fs.delete" || f.point == "file.read");
+             EXPECT_EQ(dlt.GetControlCount(), 8);
+             return;
+           }
+           EXPECT_EQ(dlt.m_dL[0], -1.0);
+           const bool reading = f.point == "file.read" || (f.point == "file.open" && f.skip < 2);
+           if (f.point == "file.open" && f.skip < 2) {
+             ExpectRefused(f, SitePath(f.skip == 0 ? L"control.csv" : L"P001.imc"));
+           } else if (reading) {
+             EXPECT_TRUE(f.boxes.empty());  // solving shows nothing
+           } else {
+             ExpectBox(f, kE512);
+           }
+         }});
+  Drill({"CProject::GetDLT", prepareDlt, [&] { return project_.GetDLT(L"P002", dlt); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, 0);
+           EXPECT_TRUE(f.boxes.empty());
+           EXPECT_EQ(dlt.m_dL[0], -1.0);
+         }});
+
+  // A point either comes out exact from both photographs or not at all:
+  // never from fewer photographs than measured it.
+  CXYZ point;
+  auto expectRefusedImcOrNone = [&](const Faulted& f) {
+    if (f.boxes.empty()) return;
+    ASSERT_EQ(f.boxes.size(), 1u);
+    EXPECT_EQ(f.point, "file.open");
+    EXPECT_NE(f.boxes[0].text.find(L".imc\n"), std::wstring::npos);
+  };
+  Drill({"CProject::Intersect",
+         [&] {
+           Restore();
+           point = CXYZ(L"old", -1.0, -1.0, -1.0);
+         },
+         [&] { return project_.Intersect(L"T1", point); },
+         [&](const Faulted& f) {
+           expectRefusedImcOrNone(f);
+           if (f.result == 0) {
+             EXPECT_EQ(point.X, -1.0);
+             return;
+           }
+           EXPECT_EQ(f.point, "file.read");
+           EXPECT_EQ(point.Num, 2);
+           EXPECT_LT(point.Len(kT1), 1e-6);
+         }});
+  PointArray results;
+  Drill({"CProject::IntersectAll",
+         [&] {
+           Restore();
+           results.RemoveAll();
+           results.Add(point);
+         },
+         [&] { return project_.IntersectAll(results); },
+         [&](const Faulted& f) {
+           // The previous results stay whole unless the same ones replaced them.
+           EXPECT_EQ(SiteFile(L"result.csv"), result_bytes);
+           if (f.result == 0) {
+             EXPECT_EQ(results.GetSize(), 1);
+             if (f.point != "file.open" && f.point != "file.read") ExpectBox(f, kE512);
+             return;
+           }
+           EXPECT_TRUE(f.point == "file.read" || f.point == "fs.delete");
+           ASSERT_EQ(results.GetSize(), 2);
+           EXPECT_LT(results[0].Len(kT1), 1e-6);
+           EXPECT_LT(results[1].Len(kT2), 1e-6);
+         }});
+}
+}  // namespace
