@@ -6,6 +6,7 @@
 
 #include "platform/afx_string.h"
 #include "platform/fs.h"
+#include "platform/handles.h"
 #include "platform/types.h"
 
 namespace files {
@@ -54,12 +55,20 @@ struct FolderEntry {
   ULONGLONG size = 0;
 };
 
-// The entries of `folder` that match `pattern`, "." and ".." left out.
-inline std::vector<FolderEntry> ListFolder(const CString& folder, const wchar_t* pattern) {
-  std::vector<FolderEntry> entries;
+// Whether a search handle stands for a search that failed, as opposed to
+// one that matched nothing.
+inline bool SearchFailed(HANDLE find) {
+  return (find == INVALID_HANDLE_VALUE || find == nullptr) && GetLastError() != ERROR_FILE_NOT_FOUND;
+}
+
+// Adds the entries of `folder` that match `pattern` ("." and ".." left out)
+// to `entries`. False when the folder cannot be searched: a tree walked with
+// a folder left out would pass for complete.
+inline bool ListFolder(const CString& folder, const wchar_t* pattern, std::vector<FolderEntry>& entries) {
   WIN32_FIND_DATAW found{};
   HANDLE find = FindFirstFileW(JoinPath(folder, pattern), &found);
-  if (find == INVALID_HANDLE_VALUE || find == nullptr) return entries;
+  if (SearchFailed(find)) return false;
+  if (find == INVALID_HANDLE_VALUE || find == nullptr) return true;
   do {
     std::wstring name = found.cFileName;
     if (name == L"." || name == L"..") continue;
@@ -70,12 +79,14 @@ inline std::vector<FolderEntry> ListFolder(const CString& folder, const wchar_t*
     entries.push_back(entry);
   } while (FindNextFileW(find, &found));
   FindClose(find);
-  return entries;
+  return true;
 }
 
 // Deletes a folder and everything in it; true when it is gone.
 inline bool DeleteTree(const CString& folder) {
-  for (const FolderEntry& entry : ListFolder(folder, L"*")) {
+  std::vector<FolderEntry> entries;
+  if (!ListFolder(folder, L"*", entries)) return false;
+  for (const FolderEntry& entry : entries) {
     CString path = JoinPath(folder, entry.name);
     if (entry.folder ? !DeleteTree(path) : !DeleteFileW(path)) return false;
   }

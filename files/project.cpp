@@ -228,8 +228,10 @@ int CProject::RestoreIndex() {
 
 int CProject::List(CStringArray& names) {
   names.RemoveAll();
+  std::vector<files::FolderEntry> entries;
+  if (!files::ListFolder(m_strRoot, L"*", entries)) return 0;  // not the same as no projects
   std::vector<CString> found;
-  for (const files::FolderEntry& entry : files::ListFolder(m_strRoot, L"*")) {
+  for (const files::FolderEntry& entry : entries) {
     if (!entry.folder) continue;
     CString folder = files::JoinPath(m_strRoot, entry.name);
     if (files::PathIsFile(files::JoinPath(folder, kIndex)) || files::PathIsFile(files::JoinPath(folder, kBackup)))

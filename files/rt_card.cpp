@@ -9,7 +9,6 @@
 #include "files/storage_messages.h"
 #include "platform/file.h"
 #include "platform/fs.h"
-#include "platform/handles.h"
 #include "platform/registry.h"
 
 namespace {
@@ -96,34 +95,11 @@ struct TreeEntry {
   bool folder = false;
 };
 
-// A search that found nothing is an empty folder; any other failure means
-// the folder could not be read.
-bool SearchFailed(HANDLE find) {
-  return (find == INVALID_HANDLE_VALUE || find == nullptr) && GetLastError() != ERROR_FILE_NOT_FOUND;
-}
-
-// The entries of `folder`; false when it cannot be searched (a tree walked
-// with a folder left out would pass for complete).
-bool ListEntries(const CString& folder, std::vector<FolderEntry>& entries) {
-  WIN32_FIND_DATAW found{};
-  HANDLE find = FindFirstFileW(JoinPath(folder, L"*"), &found);
-  if (SearchFailed(find)) return false;
-  if (find == INVALID_HANDLE_VALUE || find == nullptr) return true;
-  do {
-    std::wstring name = found.cFileName;
-    if (name == L"." || name == L"..") continue;
-    bool is_folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    entries.push_back({name.c_str(), is_folder, (ULONGLONG(found.nFileSizeHigh) << 32) | found.nFileSizeLow});
-  } while (FindNextFileW(find, &found));
-  FindClose(find);
-  return true;
-}
-
 // Every entry under `folder`, each folder before its contents; adds the file
 // sizes to `bytes`. False when a folder of the tree cannot be searched.
 bool WalkTree(const CString& folder, const CString& relative, std::vector<TreeEntry>& out, ULONGLONG& bytes) {
   std::vector<FolderEntry> entries;
-  if (!ListEntries(JoinPath(folder, relative), entries)) return false;
+  if (!files::ListFolder(JoinPath(folder, relative), L"*", entries)) return false;
   for (const FolderEntry& entry : entries) {
     CString path = relative.IsEmpty() ? entry.name : JoinPath(relative, entry.name);
     out.push_back({path, entry.folder});
@@ -232,7 +208,7 @@ int CRTCard::GetFileList(const wchar_t* folder,
   WIN32_FIND_DATAW data{};
   const wchar_t* match = pattern && *pattern ? pattern : L"*";
   HANDLE find = FindFirstFileW(JoinPath(files::TrimSeparator(folder), match), &data);
-  if (SearchFailed(find)) return 0;  // not the same as an empty folder
+  if (files::SearchFailed(find)) return 0;  // not the same as an empty folder
   if (find != INVALID_HANDLE_VALUE && find != nullptr) {
     do {
       std::wstring name = data.cFileName;

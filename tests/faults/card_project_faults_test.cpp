@@ -354,7 +354,7 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
   CStringArray names;
   Drill({"CProject::List", restore, [&] { return project_.List(names); },
          [&](const Faulted& f) {
-           EXPECT_EQ(f.result, 1);  // a root that cannot be searched lists no projects
+           EXPECT_EQ(f.result, 0);  // a root that cannot be searched is not an empty one
            EXPECT_EQ(names.GetSize(), 0);
            EXPECT_TRUE(f.boxes.empty());
          }});
