@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "files/path_util.h"
@@ -53,26 +54,39 @@ PROJECT_PHOTO PhotoFiles(const CString& name) {
   return {name, name + L".jpg", name + L".imc", name + L".DLT"};
 }
 
-// Adds the ray of every solved photograph that measured `name`. False when a
-// photograph's files are there but cannot be read: a point from fewer
-// photographs than measured it would pass for a complete one.
-bool GatherRays(CProject& project, const wchar_t* name, CSpaceIntersection& rays) {
+// A photograph with its DLT solved and its image points, as read once for a
+// run of intersections.
+struct SolvedPhoto {
+  CDLT dlt;
+  CKvoArray<CXYZ, CXYZ&> image;
+};
+
+// Reads every solved photograph. False when a photograph's files are there
+// but cannot be read: a point from fewer photographs than measured it would
+// pass for a complete one.
+bool LoadSolvedPhotos(CProject& project, std::vector<SolvedPhoto>& solved) {
   for (int i = 0; i < project.GetPhotoCount(); ++i) {
     const PROJECT_PHOTO& photo = project.GetPhoto(i);
     if (!files::PathIsFile(project.GetFilePath(photo.Dlt)) || !files::PathIsFile(project.GetFilePath(photo.Imc)))
       continue;
-    CDLT dlt;
+    SolvedPhoto entry;
     CSize size;
-    CKvoArray<CXYZ, CXYZ&> image;
-    if (!project.GetDLT(photo.Name, dlt) || !project.GetImagePoints(photo.Name, size, image)) return false;
-    for (const CXYZ& p : image) {
+    if (!project.GetDLT(photo.Name, entry.dlt) || !project.GetImagePoints(photo.Name, size, entry.image)) return false;
+    solved.push_back(std::move(entry));
+  }
+  return true;
+}
+
+// Adds the ray of every solved photograph that measured `name`.
+void GatherRays(const std::vector<SolvedPhoto>& solved, const wchar_t* name, CSpaceIntersection& rays) {
+  for (const SolvedPhoto& photo : solved) {
+    for (const CXYZ& p : photo.image) {
       if (p.Name == name) {
-        rays.Add(dlt, p.X, p.Y);
+        rays.Add(photo.dlt, p.X, p.Y);
         break;
       }
     }
   }
-  return true;
 }
 
 // Whether the camera file at `path` holds `camera`, to the precision the file
@@ -402,9 +416,12 @@ int CProject::GetDLT(const wchar_t* photo, CDLT& dlt) {
 
 int CProject::Intersect(const wchar_t* name, CXYZ& point, CSpaceIntersection* detail) {
   if (!RequireOpen() || !name || !*name) return 0;
+  std::vector<SolvedPhoto> photos;
+  if (!LoadSolvedPhotos(*this, photos)) return 0;
   CSpaceIntersection rays;
+  GatherRays(photos, name, rays);
   CXYZ solved;
-  if (!GatherRays(*this, name, rays) || !SolveRays(rays, name, solved)) return 0;
+  if (!SolveRays(rays, name, solved)) return 0;
   point = solved;
   if (detail) *detail = rays;
   return 1;
@@ -430,11 +447,13 @@ int CProject::IntersectAll(CKvoArray<CXYZ, CXYZ&>& points) {
       if (!is_control && std::find(names.begin(), names.end(), p.Name) == names.end()) names.push_back(p.Name);
     }
   }
+  std::vector<SolvedPhoto> photos;
+  if (!LoadSolvedPhotos(*this, photos)) return 0;
   CKvoArray<CXYZ, CXYZ&> results;
   for (const CString& name : names) {
     CSpaceIntersection rays;
+    GatherRays(photos, name, rays);
     CXYZ point;
-    if (!GatherRays(*this, name, rays)) return 0;
     if (SolveRays(rays, name, point)) results.Add(point);
   }
   if (!WriteCSVFile(GetFilePath(kResult), results, /*append=*/0)) return Fail(files::kMsgFileWrite);

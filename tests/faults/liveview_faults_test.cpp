@@ -104,6 +104,14 @@ class LiveviewFaults : public FaultMatrix {
     EXPECT_EQ(OnlyCaption(f), L"Error");
   }
 
+  // A live view on the whole 320 x 240 screen, started as the host starts it.
+  void StartView(double baseScale) {
+    view_ = std::make_unique<CCaptureWnd>();
+    view_->InitAppUseMessage();
+    ASSERT_TRUE(view_->Create(nullptr, RECT{0, 0, 320, 240}, baseScale, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+    platform::PumpMessages();
+  }
+
   std::unique_ptr<CCaptureWnd> view_;
 };
 
@@ -182,10 +190,7 @@ TEST_F(LiveviewFaults, OperatingTheView) {
            view_.reset();
            StoreAllItems();
            devices::capture::Reset();
-           view_ = std::make_unique<CCaptureWnd>();
-           view_->InitAppUseMessage();
-           ASSERT_TRUE(view_->Create(nullptr, RECT{0, 0, 320, 240}, 0.5, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
-           platform::PumpMessages();
+           StartView(0.5);
            grabbed.Empty();
          },
          [&] {
@@ -242,10 +247,7 @@ class Quadrant : public devices::FrameSource {
 // searches it for a corner near the tap.
 TEST_F(LiveviewFaults, CornerSearch) {
   devices::SetFrameSource(std::make_shared<Quadrant>());
-  view_ = std::make_unique<CCaptureWnd>();
-  view_->InitAppUseMessage();
-  ASSERT_TRUE(view_->Create(nullptr, RECT{0, 0, 320, 240}, 0.5, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
-  platform::PumpMessages();
+  StartView(0.5);
   view_->SetCurCamera(0);  // corners are searched in the tele camera's picture
   Drill({"corner search",
          [&] {
@@ -369,10 +371,7 @@ class Green : public devices::FrameSource {
 
 TEST_F(LiveviewFaults, SnapshotSaving) {
   devices::SetFrameSource(std::make_shared<Green>());
-  view_ = std::make_unique<CCaptureWnd>();
-  view_->InitAppUseMessage();
-  ASSERT_TRUE(view_->Create(nullptr, RECT{0, 0, 320, 240}, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
-  platform::PumpMessages();
+  StartView(1.0);
   const std::string card = Host(L"\\Storage Card");
   const std::string saved = Host(L"\\Storage Card\\JPEG\\20240503\\140709T100.jpg");
 
