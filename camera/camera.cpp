@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "files/file_messages.h"
+#include "platform/file_messages.h"
 #include "platform/file.h"
 #include "platform/kvo_utils.h"
 #include "platform/safe_file.h"

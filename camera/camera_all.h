@@ -3,3 +3,4 @@
 #include "camera/camera.h"
 #include "camera/dist.h"
 #include "camera/least_sq.h"
+#include "camera/vkr3za_calib.h"

@@ -5,7 +5,7 @@ install(TARGETS surveycam EXPORT surveycamTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-foreach(dir platform geometry camera projection liveview image corner files)
+foreach(dir platform geometry camera projection image corner pointfiles photogrammetry storage liveview)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/surveycam/${dir}
     FILES_MATCHING PATTERN "*.h")
 endforeach()

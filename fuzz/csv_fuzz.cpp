@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "files/point_files.h"
+#include "pointfiles/point_files.h"
 #include "fuzz/file_input.h"
 #include "platform/file.h"
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "files/dlt.h"
+#include "photogrammetry/dlt.h"
 
 namespace {
 constexpr size_t kMaxInput = 256 * 1024;

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "files/point_files.h"
+#include "pointfiles/point_files.h"
 #include "fuzz/file_input.h"
 #include "platform/file.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <unistd.h>
 
-#include "liveview/vkr3za_calib.h"
+#include "camera/vkr3za_calib.h"
 #include "platform/fs.h"
 #include "platform/message_box.h"
 

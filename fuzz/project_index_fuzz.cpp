@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "files/project.h"
+#include "storage/project.h"
 
 namespace {
 constexpr size_t kMaxInput = 256 * 1024;

@@ -7,5 +7,7 @@
 #include "projection/projection_all.h"
 #include "image/image_all.h"
 #include "corner/corner_all.h"
-#include "files/files_all.h"
+#include "pointfiles/pointfiles_all.h"
+#include "photogrammetry/photogrammetry_all.h"
+#include "storage/storage_all.h"
 #include "liveview/liveview_all.h"

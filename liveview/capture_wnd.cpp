@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <new>
 
-#include "files/storage_messages.h"
+#include "storage/storage_messages.h"
 #include "image/dib_ex.h"
 #include "image/image_messages.h"
 #include "liveview/frame_convert.h"

@@ -13,7 +13,7 @@
 #include <new>
 #include <vector>
 
-#include "files/storage_messages.h"
+#include "storage/storage_messages.h"
 #include "image/image_messages.h"
 #include "liveview/capture_wnd.h"
 #include "platform/faults.h"

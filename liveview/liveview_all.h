@@ -2,6 +2,4 @@
 // Public headers of liveview/.
 #include "liveview/frame_convert.h"
 #include "liveview/vcap.h"
-#include "liveview/vkr3za_calib.h"
-#include "liveview/st_message.h"
 #include "liveview/capture_wnd.h"

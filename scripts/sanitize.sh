@@ -2,7 +2,7 @@
 # Builds everything with AddressSanitizer + UndefinedBehaviorSanitizer in
 # build-asan/ (or $SURVEYCAM_ASAN_BUILD_DIR) and runs the whole ctest suite.
 # Any sanitizer report fails its test and so the script. Extra arguments go
-# to ctest (e.g. -R '^files/'); SURVEYCAM_ASAN_TARGETS="test_files test_faults"
+# to ctest (e.g. -R '^storage/'); SURVEYCAM_ASAN_TARGETS="test_storage test_faults"
 # builds only those programs (then pass the matching -R).
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"

@@ -14,7 +14,7 @@ tidy="$(command -v clang-tidy || ls /usr/bin/clang-tidy-* 2>/dev/null | sort -V 
 files=("$@")
 if ((${#files[@]} == 0)); then
   mapfile -t files < <(cd "$here" && ls platform/*.cpp geometry/*.cpp camera/*.cpp projection/*.cpp \
-    image/*.cpp corner/*.cpp files/*.cpp liveview/*.cpp devices/*.cpp sim/*.cpp host/*.cpp 2>/dev/null)
+    image/*.cpp corner/*.cpp pointfiles/*.cpp photogrammetry/*.cpp storage/*.cpp liveview/*.cpp devices/*.cpp sim/*.cpp host/*.cpp 2>/dev/null)
 fi
 # Checks switched off on top of .clang-tidy, because what they flag is the
 # behaviour itself: rounding written as (int)(x + 0.5) is how the device

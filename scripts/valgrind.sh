@@ -14,7 +14,7 @@ fi
 # matrix and the devices. The liveview and sim suites render many frames and
 # take too long under memcheck for every run; name them to include them.
 programs=("$@")
-((${#programs[@]})) || programs=(test_platform test_camera test_files test_image test_devices test_faults)
+((${#programs[@]})) || programs=(test_platform test_camera test_pointfiles test_storage test_image test_devices test_faults)
 cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSURVEYCAM_VIEWER=OFF >/dev/null
 cmake --build "$build" -j"$jobs" --target "${programs[@]}"
 status=0

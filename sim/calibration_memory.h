@@ -5,7 +5,7 @@
 // record holds four distortion terms (K1, K2, P1, P2); a five-term model
 // keeps only its first four there.
 #include "camera/camera.h"
-#include "liveview/vkr3za_calib.h"
+#include "camera/vkr3za_calib.h"
 #include "sim/calibration.h"
 
 namespace sim {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "files/project.h"
+#include "storage/project.h"
 #include "geometry/xyz.h"
 #include "host/camview/options.h"
 #include "host/camview/script.h"

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <vector>
 
-#include "files/board_centre.h"
-#include "files/photogrammetry_job.h"
+#include "photogrammetry/board_centre.h"
+#include "photogrammetry/photogrammetry_job.h"
 #include "host/camview/session.h"
 #include "devices/frame_source.h"
 #include "image/dib_ex.h"

@@ -9,7 +9,7 @@
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
 #include "devices/eeprom_module.h"
-#include "liveview/vkr3za_calib.h"
+#include "camera/vkr3za_calib.h"
 #include "platform/device.h"
 #include "platform/modules.h"
 #include "sim/calibration_memory.h"

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "camera/camera.h"
-#include "files/dlt.h"
-#include "files/project.h"
-#include "files/rt_card.h"
+#include "photogrammetry/dlt.h"
+#include "storage/project.h"
+#include "storage/rt_card.h"
 #include "platform/registry.h"
 #include "tests/faults/fault_matrix.h"
 

@@ -7,8 +7,8 @@
 
 #include "camera/camera.h"
 #include "devices/devices.h"
-#include "files/point_files.h"
-#include "liveview/vkr3za_calib.h"
+#include "pointfiles/point_files.h"
+#include "camera/vkr3za_calib.h"
 #include "tests/faults/fault_matrix.h"
 #include "tests/image/image_test_util.h"
 

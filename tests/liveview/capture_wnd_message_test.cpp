@@ -7,7 +7,7 @@
 #include <string>
 
 #include "devices/devices.h"
-#include "files/storage_messages.h"
+#include "storage/storage_messages.h"
 #include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
 #include "platform/desktop.h"

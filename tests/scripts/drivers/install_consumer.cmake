@@ -46,7 +46,7 @@ if(STEP STREQUAL "install")
     endif()
   endif()
   foreach(header surveycam.h platform/platform.h geometry/geometry.h camera/camera_all.h
-      projection/projection_all.h image/image_all.h corner/corner_all.h files/files_all.h
+      projection/projection_all.h image/image_all.h corner/corner_all.h pointfiles/pointfiles_all.h photogrammetry/photogrammetry_all.h storage/storage_all.h
       liveview/liveview_all.h liveview/capture_wnd.h)
     expect_file("${PREFIX}/include/surveycam/${header}")
   endforeach()

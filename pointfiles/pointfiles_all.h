@@ -1,0 +1,3 @@
+#pragma once
+// Public headers of pointfiles/.
+#include "pointfiles/point_files.h"

@@ -1,0 +1,301 @@
+// CRTCard: card root, free space, listings and safe transfers.
+#include "storage/rt_card.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "platform/path_util.h"
+#include "storage/storage_messages.h"
+#include "platform/file.h"
+#include "platform/fs.h"
+#include "platform/registry.h"
+
+namespace {
+
+using files::FolderEntry;
+using files::JoinPath;
+
+constexpr UINT kCopyChunk = 32 * 1024;
+
+// FILETIME (100 ns since 1601-01-01) to a calendar date, UTC.
+SYSTEMTIME ToSystemTime(const FILETIME& ft) {
+  uint64_t ticks = (uint64_t(ft.dwHighDateTime) << 32) | ft.dwLowDateTime;
+  int64_t seconds = int64_t(ticks / 10000000ULL) - 11644473600LL;
+  int64_t days = seconds >= 0 ? seconds / 86400 : (seconds - 86399) / 86400;
+  int64_t rest = seconds - days * 86400;
+  // Civil date from days since 1970-01-01 (proleptic Gregorian).
+  int64_t z = days + 719468;
+  int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+  int64_t doe = z - era * 146097;
+  int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  int64_t mp = (5 * doy + 2) / 153;
+  int64_t day = doy - (153 * mp + 2) / 5 + 1;
+  int64_t month = mp < 10 ? mp + 3 : mp - 9;
+  SYSTEMTIME st{};
+  st.wYear = WORD(yoe + era * 400 + (month <= 2 ? 1 : 0));
+  st.wMonth = WORD(month);
+  st.wDay = WORD(day);
+  st.wDayOfWeek = WORD(((days % 7) + 11) % 7);  // 1970-01-01 was a Thursday (4)
+  st.wHour = WORD(rest / 3600);
+  st.wMinute = WORD(rest / 60 % 60);
+  st.wSecond = WORD(rest % 60);
+  return st;
+}
+
+// Copies the bytes of `from` into a new file `to` chunk by chunk; false on
+// any open, read or write failure or a length mismatch (`to` may then hold a
+// part and must be deleted by the caller).
+bool CopyBytes(const wchar_t* from, const wchar_t* to) {
+  CFile source;
+  if (!source.Open(from, CFile::modeRead | CFile::shareDenyWrite)) return false;
+  CFile target;
+  if (!target.Open(to, CFile::modeCreate | CFile::modeWrite)) return false;
+  const ULONGLONG length = source.GetLength();
+  std::vector<BYTE> chunk(kCopyChunk);
+  ULONGLONG copied = 0;
+  while (copied < length) {
+    UINT want = UINT(std::min<ULONGLONG>(kCopyChunk, length - copied));
+    if (source.Read(chunk.data(), want) != want) return false;
+    if (!target.Write(chunk.data(), want)) return false;
+    copied += want;
+  }
+  if (!target.Flush()) return false;
+  return target.GetLength() == length;
+}
+
+// Puts the complete file `temp` in the place of `to`; an existing `to` is
+// set aside first and put back when the rename fails.
+bool Replace(const CString& temp, const CString& to) {
+  if (!files::PathIsFile(to)) return MoveFileW(temp, to) != FALSE;
+  CString old = files::JoinPath(files::ParentPath(to), L"~" + files::LeafName(to) + L".old");
+  DeleteFileW(old);
+  if (!MoveFileW(to, old)) return false;
+  if (!MoveFileW(temp, to)) {
+    MoveFileW(old, to);
+    return false;
+  }
+  DeleteFileW(old);
+  return true;
+}
+
+// Copies one file through a temporary name in the destination folder.
+bool CopyOneFile(const wchar_t* from, const wchar_t* to) {
+  CString temp = files::JoinPath(files::ParentPath(to), L"~" + files::LeafName(to) + L".cpy");
+  if (!CopyBytes(from, temp) || !Replace(temp, to)) {
+    DeleteFileW(temp);
+    return false;
+  }
+  return true;
+}
+
+struct TreeEntry {
+  CString relative;  // path below the copied folder
+  bool folder = false;
+};
+
+// Every entry under `folder`, each folder before its contents; adds the file
+// sizes to `bytes`. False when a folder of the tree cannot be searched.
+bool WalkTree(const CString& folder, const CString& relative, std::vector<TreeEntry>& out, ULONGLONG& bytes) {
+  std::vector<FolderEntry> entries;
+  if (!files::ListFolder(JoinPath(folder, relative), L"*", entries)) return false;
+  for (const FolderEntry& entry : entries) {
+    CString path = relative.IsEmpty() ? entry.name : JoinPath(relative, entry.name);
+    out.push_back({path, entry.folder});
+    if (entry.folder) {
+      if (!WalkTree(folder, path, out, bytes)) return false;
+    } else {
+      bytes += entry.size;
+    }
+  }
+  return true;
+}
+
+// Starts-with on whole path components.
+bool IsUnder(const CString& path, const CString& folder) {
+  if (folder.IsEmpty() || path.GetLength() < folder.GetLength()) return false;
+  if (path.Left(folder.GetLength()) != folder) return false;
+  return path.GetLength() == folder.GetLength() || folder == L"\\" || path[folder.GetLength()] == L'\\';
+}
+
+}  // namespace
+
+CRTCard::CRTCard() : m_bShowMessage(1), m_bRootRead(0) {}
+
+CRTCard::~CRTCard() = default;
+
+int CRTCard::ReadCardRoot() {
+  m_bRootRead = 1;
+  m_strRoot.Empty();
+  HKEY key = nullptr;
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"\\SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &key) != ERROR_SUCCESS)
+    return 0;
+  wchar_t buffer[256] = {};
+  DWORD type = 0;
+  DWORD size = sizeof(buffer) - sizeof(wchar_t);
+  LONG result = RegQueryValueExW(key, L"PCMCIAFolder", nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
+  RegCloseKey(key);
+  if (result != ERROR_SUCCESS || type != REG_SZ) return 0;
+  m_strRoot = files::TrimSeparator(buffer);
+  return 1;
+}
+
+const CString& CRTCard::GetCardRoot() {
+  if (!m_bRootRead) ReadCardRoot();
+  return m_strRoot;
+}
+
+void CRTCard::SetCardRoot(const wchar_t* root) {
+  m_strRoot = files::TrimSeparator(root);
+  m_bRootRead = 1;
+}
+
+int CRTCard::IsMounted() {
+  const CString& root = GetCardRoot();
+  return !root.IsEmpty() && files::PathIsFolder(root) ? 1 : 0;
+}
+
+int CRTCard::IsCardPath(const wchar_t* path) {
+  if (!path) return 0;
+  return IsUnder(files::TrimSeparator(path), GetCardRoot()) ? 1 : 0;
+}
+
+int CRTCard::IsFolder(const wchar_t* path) { return path && files::PathIsFolder(path) ? 1 : 0; }
+
+int CRTCard::IsFile(const wchar_t* path) { return path && files::PathIsFile(path) ? 1 : 0; }
+
+int CRTCard::Fail(int message) {
+  if (m_bShowMessage) files::ShowError(message);
+  return 0;
+}
+
+bool CRTCard::CheckCard(const wchar_t* a, const wchar_t* b) {
+  bool on_card = (a && IsCardPath(a)) || (b && IsCardPath(b));
+  if (on_card && !IsMounted()) {
+    Fail(files::kMsgNotMounted);
+    return false;
+  }
+  return true;
+}
+
+bool CRTCard::CheckSpace(const wchar_t* folder, ULONGLONG needed) {
+  ULARGE_INTEGER available{};
+  if (!GetDiskFreeSpaceExW(folder, &available, nullptr, nullptr) || available.QuadPart < needed) {
+    Fail(files::kMsgCardFull);
+    return false;
+  }
+  return true;
+}
+
+int CRTCard::GetFreeSpace(const wchar_t* path, ULONGLONG& freeBytes, ULONGLONG& totalBytes) {
+  CString where = path ? CString(path) : GetCardRoot();
+  if (where.IsEmpty() || !CheckCard(where, nullptr)) return 0;
+  ULARGE_INTEGER available{}, total{};
+  if (!GetDiskFreeSpaceExW(where, &available, &total, nullptr)) return 0;
+  freeBytes = available.QuadPart;
+  totalBytes = total.QuadPart;
+  return 1;
+}
+
+int CRTCard::GetFileList(const wchar_t* folder,
+                         const wchar_t* pattern,
+                         CKvoArray<RTCARD_FILE_INFO, RTCARD_FILE_INFO&>& list) {
+  list.RemoveAll();
+  if (!folder || !*folder || !CheckCard(folder, nullptr)) return 0;
+  if (!files::PathIsFolder(folder)) return 0;
+  std::vector<RTCARD_FILE_INFO> found;
+  WIN32_FIND_DATAW data{};
+  const wchar_t* match = pattern && *pattern ? pattern : L"*";
+  HANDLE find = FindFirstFileW(JoinPath(files::TrimSeparator(folder), match), &data);
+  if (files::SearchFailed(find)) return 0;  // not the same as an empty folder
+  if (find != INVALID_HANDLE_VALUE && find != nullptr) {
+    do {
+      std::wstring name = data.cFileName;
+      if (name == L"." || name == L"..") continue;
+      RTCARD_FILE_INFO info;
+      info.Name = name.c_str();
+      info.IsFolder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ? 1 : 0;
+      info.Size = info.IsFolder ? 0 : (ULONGLONG(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+      info.Time = ToSystemTime(data.ftLastWriteTime);
+      found.push_back(info);
+    } while (FindNextFileW(find, &data));
+    FindClose(find);
+  }
+  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.Name < b.Name; });
+  for (RTCARD_FILE_INFO& info : found) list.Add(info);
+  return 1;
+}
+
+int CRTCard::GetFolderSize(const wchar_t* folder, ULONGLONG& bytes) {
+  if (!folder || !files::PathIsFolder(folder)) return 0;
+  std::vector<TreeEntry> entries;
+  ULONGLONG sum = 0;
+  if (!WalkTree(files::TrimSeparator(folder), CString(), entries, sum)) return 0;
+  bytes = sum;
+  return 1;
+}
+
+int CRTCard::CopyFile(const wchar_t* from, const wchar_t* to) {
+  if (!from || !to || !*from || !*to) return Fail(files::kMsgCopyError);
+  if (!CheckCard(from, to)) return 0;
+  CString source = files::TrimSeparator(from), target = files::TrimSeparator(to);
+  if (source == target || !files::PathIsFile(source) || !files::PathIsFolder(files::ParentPath(target)) ||
+      files::PathIsFolder(target)) {
+    return Fail(files::kMsgCopyError);
+  }
+  ULONGLONG size = 0;
+  {
+    CFile file;
+    if (!file.Open(source, CFile::modeRead | CFile::shareDenyNone)) return Fail(files::kMsgCopyError);
+    size = file.GetLength();
+  }
+  if (!CheckSpace(files::ParentPath(target), size)) return 0;
+  if (!CopyOneFile(source, target)) return Fail(files::kMsgCopyError);
+  return 1;
+}
+
+int CRTCard::MoveFile(const wchar_t* from, const wchar_t* to) {
+  if (!CopyFile(from, to)) return 0;
+  if (!DeleteFileW(from)) {
+    DeleteFileW(to);
+    return Fail(files::kMsgCopyError);
+  }
+  return 1;
+}
+
+int CRTCard::CopyFolder(const wchar_t* from, const wchar_t* to) {
+  if (!from || !to || !*from || !*to) return Fail(files::kMsgCopyError);
+  if (!CheckCard(from, to)) return 0;
+  CString source = files::TrimSeparator(from), target = files::TrimSeparator(to);
+  if (!files::PathIsFolder(source) || GetFileAttributesW(target) != INVALID_FILE_ATTRIBUTES ||
+      !files::PathIsFolder(files::ParentPath(target)) || IsUnder(target, source)) {
+    return Fail(files::kMsgCopyError);
+  }
+  std::vector<TreeEntry> entries;
+  ULONGLONG bytes = 0;
+  if (!WalkTree(source, CString(), entries, bytes)) return Fail(files::kMsgCopyError);
+  if (!CheckSpace(files::ParentPath(target), bytes)) return 0;
+  bool ok = CreateDirectoryW(target, nullptr) != FALSE;
+  for (size_t i = 0; ok && i < entries.size(); ++i) {
+    CString to_path = JoinPath(target, entries[i].relative);
+    ok = entries[i].folder ? CreateDirectoryW(to_path, nullptr) != FALSE
+                           : CopyOneFile(JoinPath(source, entries[i].relative), to_path);
+  }
+  if (!ok) {
+    if (files::PathIsFolder(target)) files::DeleteTree(target);
+    return Fail(files::kMsgCopyError);
+  }
+  return 1;
+}
+
+int CRTCard::MoveFolder(const wchar_t* from, const wchar_t* to) {
+  if (!CopyFolder(from, to)) return 0;
+  if (!files::DeleteTree(files::TrimSeparator(from))) return Fail(files::kMsgCopyError);
+  return 1;
+}
+
+int CRTCard::DeleteFolder(const wchar_t* path) {
+  if (!path || !files::PathIsFolder(path)) return 0;
+  return files::DeleteTree(files::TrimSeparator(path)) ? 1 : 0;
+}

@@ -1,0 +1,5 @@
+#pragma once
+// Public headers of storage/.
+#include "storage/project.h"
+#include "storage/rt_card.h"
+#include "storage/storage_messages.h"

@@ -1,0 +1,179 @@
+// The orientation file: exact bytes written, round trips, and each way a file
+// can be broken, with the message each one shows.
+#include "camera/vkr3za_calib.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "platform/faults.h"
+#include "tests/support/test_support.h"
+
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+
+class OrientFileTest : public testing_support::DeviceTest {
+ protected:
+  void SetUp() override {
+    DeviceTest::SetUp();
+    for (int i = 0; i < 24; ++i) {
+      texts_.push_back(L"message " + std::to_wstring(i));
+      table_.Src.Add(texts_.back().c_str());
+    }
+    calib_.SetCaptureMsg(&table_, nullptr);
+  }
+  void WriteOrient(const std::string& text) { WriteHostFile(Host(L"\\orient.txt"), text); }
+  std::wstring Shown(int entry) { return std::wstring(L"\\orient.txt\n") + texts_[size_t(entry)]; }
+
+  std::vector<std::wstring> texts_;
+  StMessage table_;
+  VKR3ZA_CALIB calib_;
+};
+
+const char kDefaults[] =
+    "VKR3ZA_ORIENT_FILEVER1.0\r\n"
+    "320.000000\t// CCD1 CENTER X\r\n"
+    "240.000000\t// CCD1 CENTER Y\r\n"
+    "320.000000\t// CCD2 CENTER X\r\n"
+    "240.000000\t// CCD2 CENTER Y\r\n"
+    "0.000000\t// CCD2 OFFSET X\r\n"
+    "0.000000\t// CCD2 OFFSET Y\r\n"
+    "0.000000\t// CCD2 OFFSET Z\r\n"
+    "0.000000\t// CCD2 OFFSET OMEGA\r\n"
+    "0.000000\t// CCD2 OFFSET PHI\r\n"
+    "0.000000\t// CCD2 OFFSET KAPPA\r\n";
+
+TEST_F(OrientFileTest, DefaultsAndTheirExactFile) {
+  EXPECT_EQ(calib_.Ccd1CenterX, 320);
+  EXPECT_EQ(calib_.Ccd2CenterY, 240);
+  EXPECT_EQ(calib_.Camera.FocalLength, 8.0);
+  EXPECT_EQ(calib_.Dist.GetDistModel(), DIST_NONE);
+  ASSERT_EQ(calib_.Write(L"\\orient.txt"), 1);
+  EXPECT_EQ(ReadHostFile(Host(L"\\orient.txt")), kDefaults);
+  EXPECT_EQ(boxes_.size(), 0u);
+}
+
+TEST_F(OrientFileTest, WriteThenReadGivesTheValuesBack) {
+  calib_.Ccd1CenterX = 318;
+  calib_.Ccd1CenterY = -241;
+  calib_.Ccd2CenterX = 333;
+  calib_.Ccd2CenterY = 229;
+  calib_.Ccd2Offset = CXYZ(12.5, -3.25, 41.0625);
+  calib_.Ccd2Angle = CWPK(0.0123, -0.00456, 1.5);
+  ASSERT_EQ(calib_.Write(L"\\orient.txt"), 1);
+  std::string text = ReadHostFile(Host(L"\\orient.txt"));
+  EXPECT_NE(text.find("-241.000000\t// CCD1 CENTER Y\r\n"), std::string::npos);
+  EXPECT_NE(text.find("85.943669\t// CCD2 OFFSET KAPPA\r\n"), std::string::npos);  // 1.5 rad in degrees
+  VKR3ZA_CALIB back;
+  ASSERT_EQ(back.Read(L"\\orient.txt"), 1);
+  EXPECT_EQ(back.Ccd1CenterX, 318);
+  EXPECT_EQ(back.Ccd1CenterY, -241);
+  EXPECT_EQ(back.Ccd2CenterX, 333);
+  EXPECT_EQ(back.Ccd2CenterY, 229);
+  EXPECT_EQ(back.Ccd2Offset.X, 12.5);
+  EXPECT_EQ(back.Ccd2Offset.Y, -3.25);
+  EXPECT_EQ(back.Ccd2Offset.Z, 41.0625);
+  // Six decimals of a degree: half a micro-degree of rounding.
+  const double tol = 0.5e-6 * kPi / 180 + 1e-15;
+  EXPECT_NEAR(back.Ccd2Angle.omega, 0.0123, tol);
+  EXPECT_NEAR(back.Ccd2Angle.phi, -0.00456, tol);
+  EXPECT_NEAR(back.Ccd2Angle.kappa, 1.5, tol);
+  // Copies carry every field.
+  VKR3ZA_CALIB copy(back);
+  EXPECT_EQ(copy.Ccd2Offset.Z, 41.0625);
+  VKR3ZA_CALIB assigned;
+  assigned = copy;
+  EXPECT_EQ(assigned.Ccd1CenterY, -241);
+  EXPECT_EQ(assigned.Ccd2Angle.kappa, back.Ccd2Angle.kappa);
+}
+
+TEST_F(OrientFileTest, HeaderIsTrimmedButCaseSensitive) {
+  std::string body = std::string(kDefaults).substr(std::string("VKR3ZA_ORIENT_FILEVER1.0\r\n").size());
+  WriteOrient("  VKR3ZA_ORIENT_FILEVER1.0 \t\r\n" + body);
+  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 1);
+  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\n" + body);
+  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 1);
+  EXPECT_EQ(boxes_.size(), 0u);
+  WriteOrient("vkr3za_orient_filever1.0\r\n" + body);
+  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
+  ASSERT_EQ(boxes_.size(), 1u);
+  EXPECT_EQ(boxes_.LastText(), Shown(9));
+  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
+  WriteOrient("\n" + body);  // empty first line
+  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
+  EXPECT_EQ(boxes_.LastText(), Shown(9));
+}
+
+TEST_F(OrientFileTest, CentresTruncateTowardZero) {
+  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n321.9\t// CCD1 CENTER X\r\n-0.5\r\n-7.99\r\n1e2\r\n"
+              "1\r\n2\r\n3\r\n90\r\n-45\r\n180\r\n");
+  ASSERT_EQ(calib_.Read(L"\\orient.txt"), 1);
+  EXPECT_EQ(calib_.Ccd1CenterX, 321);
+  EXPECT_EQ(calib_.Ccd1CenterY, 0);
+  EXPECT_EQ(calib_.Ccd2CenterX, -7);
+  EXPECT_EQ(calib_.Ccd2CenterY, 100);
+  EXPECT_DOUBLE_EQ(calib_.Ccd2Angle.omega, kPi / 2);
+  EXPECT_DOUBLE_EQ(calib_.Ccd2Angle.phi, -kPi / 4);
+  EXPECT_DOUBLE_EQ(calib_.Ccd2Angle.kappa, kPi);
+}
+
+TEST_F(OrientFileTest, ShortFileFailsAtTheMissingLineKeepingWhatWasRead) {
+  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n301\r\n202\r\n303\r\n204\r\n5.5\r\n");
+  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
+  EXPECT_EQ(boxes_.LastText(), Shown(6));
+  EXPECT_EQ(calib_.Ccd1CenterX, 301);
+  EXPECT_EQ(calib_.Ccd1CenterY, 202);
+  EXPECT_EQ(calib_.Ccd2CenterX, 303);
+  EXPECT_EQ(calib_.Ccd2CenterY, 204);
+  EXPECT_EQ(calib_.Ccd2Offset.X, 5.5);
+  EXPECT_EQ(calib_.Ccd2Offset.Y, 0.0);
+}
+
+TEST_F(OrientFileTest, EmptyOrBlankValueLinesFail) {
+  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n301\r\n\n303\r\n");
+  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);  // the second value line is empty
+  EXPECT_EQ(boxes_.LastText(), Shown(6));
+  EXPECT_EQ(calib_.Ccd1CenterX, 301);
+  EXPECT_EQ(calib_.Ccd2CenterX, 320);
+  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n302\r\n  \t\r\n");  // blanks only: end of input for the scan
+  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
+  EXPECT_EQ(boxes_.size(), 2u);
+}
+
+TEST_F(OrientFileTest, TextThatIsNoNumberRepeatsThePreviousValue) {
+  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n311.5\r\nabc\r\n1\r\n2\r\n7.25\r\nxyz\t// comment\r\n9\r\n"
+              "0\r\n0\r\n0\r\n");
+  ASSERT_EQ(calib_.Read(L"\\orient.txt"), 1);
+  EXPECT_EQ(calib_.Ccd1CenterY, 311);  // the value of the line before
+  EXPECT_EQ(calib_.Ccd2Offset.Y, 7.25);
+  // Line 2 itself without a number keeps the field's own value.
+  VKR3ZA_CALIB fresh;
+  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\nabc\r\n1\r\n2\r\n3\r\n4\r\n5\r\n6\r\n0\r\n0\r\n0\r\n");
+  ASSERT_EQ(fresh.Read(L"\\orient.txt"), 1);
+  EXPECT_EQ(fresh.Ccd1CenterX, 320);
+}
+
+TEST_F(OrientFileTest, MissingOrUncreatableFileShowsTheOpenError) {
+  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
+  EXPECT_EQ(boxes_.LastText(), Shown(8));
+  EXPECT_EQ(calib_.Write(L"\\no such folder\\orient.txt"), 0);
+  EXPECT_EQ(boxes_.LastText(), std::wstring(L"\\no such folder\\orient.txt\n") + texts_[8]);
+  platform::fault::Arm("file.open");
+  EXPECT_EQ(calib_.Write(L"\\orient.txt"), 0);
+  EXPECT_EQ(boxes_.size(), 3u);
+  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
+}
+
+TEST_F(OrientFileTest, ExampleFileReads) {
+  VKR3ZA_CALIB example;
+  std::string text = ReadHostFile(testing_support::SourcePath("examples/orient.txt"));
+  ASSERT_FALSE(text.empty());
+  WriteOrient(text);
+  ASSERT_EQ(example.Read(L"\\orient.txt"), 1);
+  EXPECT_EQ(example.Ccd1CenterX, 322);
+  EXPECT_EQ(example.Ccd2CenterY, 236);
+}
+
+}  // namespace

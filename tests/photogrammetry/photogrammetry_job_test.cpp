@@ -1,0 +1,200 @@
+// A photogrammetric job on the simulated instrument, end to end: the site of
+// examples/photogrammetry_site.csv (three stations, six check targets, control
+// targets spread through the block at different depths and heights, placed so
+// that no two boards overlap from any station) is photographed with the wide
+// camera, several pictures a station; each picture is saved as a JPEG and
+// copied into a project with the targets' image coordinates measured from its
+// pixels by the boards' point symmetry; the job solves each photograph's DLT
+// from the control targets and intersects the check targets, which are
+// compared with their true coordinates.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
+#include "devices/jpeg_module.h"
+#include "photogrammetry/board_centre.h"
+#include "photogrammetry/photogrammetry_job.h"
+#include "pointfiles/point_files.h"
+#include "storage/project.h"
+#include "image/dib_ex.h"
+#include "sim/instrument.h"
+#include "tests/sim/library_projection.h"
+#include "tests/sim/picture.h"
+#include "tests/support/test_support.h"
+
+namespace {
+
+using PointArray = CKvoArray<CXYZ, CXYZ&>;
+using sim_test::Frame;
+
+constexpr double kPi = 3.141592653589793;
+constexpr double kBoardHalf = 0.5;          // m: the site file's boards are placed for this size
+constexpr double kWidePixel = 8.0 / 0.0056;  // wide camera's focal length in pixels
+constexpr int kMinControls = 10;             // DLTs from fewer stay out of the intersection
+
+Frame Render(sim::Instrument& instrument) {
+  Frame frame = sim_test::NewFrame();
+  devices::FrameRequest request;
+  request.camera = 1;
+  instrument.Render(request, frame.data());
+  return frame;
+}
+
+// Saves a sensor frame as the JPEG a snapshot would be (24-bit, top row first).
+bool SaveJpeg(const Frame& frame, const wchar_t* path) {
+  CDibEx dib;
+  if (!dib.Create(CSize(devices::kFrameWidth, devices::kFrameHeight), 24, 0, 0, 0)) return false;
+  for (int y = 0; y < devices::kFrameHeight; ++y) {
+    for (int x = 0; x < devices::kFrameWidth; ++x) {
+      uint32_t rgb = devices::Unpack565(frame[size_t(y) * devices::kFrameWidth + size_t(x)]);
+      BYTE bgr[3] = {BYTE(rgb), BYTE(rgb >> 8), BYTE(rgb >> 16)};
+      dib.SetPixel(bgr, CPoint(x, y), 4);
+    }
+  }
+  CString file = path;
+  return dib.WriteJPEG(file) != 0;
+}
+
+// Horizontal angle (degrees from survey X towards Y) and zenith angle from
+// the telescope's axis point to a point.
+void Direction(const sim::StationState& s, const CXYZ& p, double& v_deg, double& h_deg) {
+  double dx = p.X - s.x, dy = p.Y - s.y, dz = p.Z - (s.z + s.instrument_height);
+  h_deg = std::atan2(dy, dx) * 180.0 / kPi;
+  v_deg = 90.0 - std::atan2(dz, std::hypot(dx, dy)) * 180.0 / kPi;
+}
+
+struct Measurement {
+  PointArray image;             // Name, x, y of every board measured
+  std::vector<double> errors;   // measured minus true position, pixels
+};
+
+// Finds every target's centre in one picture. The expected positions (the
+// library's projection of the true coordinates) only say where to look and
+// which board is which, as an operator tapping near a target would; the
+// centre itself comes from the pixels, by the board's point symmetry. Boards
+// near the edge or overlapping another board are left out.
+Measurement MeasurePicture(const sim::Instrument& instrument, const PointArray& targets, const Frame& frame) {
+  sim::StationState s = instrument.station().State();
+  CXYZ eye(s.x, s.y, s.z + s.instrument_height);
+  std::vector<sim_test::SensorPoint> guesses;
+  std::vector<double> half;  // board half size in pixels (boards face the instrument)
+  for (const CXYZ& t : targets) {
+    auto p = sim_test::LibraryProject(instrument.calibration(), s, t.Y, t.X, t.Z);  // pipeline axes
+    guesses.push_back(p && p->visible ? *p : sim_test::SensorPoint{-1000, -1000, 0});
+    half.push_back(kBoardHalf / t.Len(eye) * kWidePixel);
+  }
+  std::vector<float> light(frame.size());
+  for (size_t k = 0; k < frame.size(); ++k) light[k] = float(sim_test::LinearLight(frame[k]));
+  const files::BoardImage image{light.data(), devices::kFrameWidth, devices::kFrameHeight};
+  Measurement m;
+  for (int i = 0; i < targets.GetSize(); ++i) {
+    const sim_test::SensorPoint& g = guesses[size_t(i)];
+    if (!g.visible) continue;
+    bool crowded = false;
+    for (size_t j = 0; j < guesses.size(); ++j) {
+      double gap = std::max(std::fabs(guesses[j].px - g.px), std::fabs(guesses[j].py - g.py));
+      if (int(j) != i && guesses[j].visible && gap < half[size_t(i)] + half[j] + 3) crowded = true;
+    }
+    if (crowded) continue;
+    // An operator's tap lands within a pixel or so of the centre.
+    const double tap_x = g.px + 0.8 * std::sin(3.0 * i), tap_y = g.py + 0.8 * std::cos(5.0 * i);
+    double x = 0, y = 0;
+    if (!files::FindBoardCentre(image, tap_x, tap_y, half[size_t(i)], 1.5, x, y)) continue;
+    CXYZ p(targets[i].Name, x, y, 0.0);
+    m.image.Add(p);
+    m.errors.push_back(std::hypot(x - g.px, y - g.py));
+  }
+  return m;
+}
+
+class PhotogrammetryJob : public testing_support::DeviceTest {};
+
+TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
+  devices::RegisterJpegModule();
+  PointArray site;
+  ASSERT_EQ(ReadCSVFile(CString(testing_support::SourcePath("examples/photogrammetry_site.csv").c_str()), site, 1), 1);
+  PointArray stations, targets, check, control;
+  for (CXYZ& p : site) {
+    (p.Code == L"STN" ? stations : targets).Add(p);
+    if (p.Code == L"TGT") check.Add(p);
+    if (p.Code == L"CTRL") control.Add(p);
+  }
+  ASSERT_EQ(stations.GetSize(), 3);
+  ASSERT_EQ(check.GetSize(), 6);
+  ASSERT_GE(control.GetSize(), 40);
+
+  sim::Instrument instrument;
+  instrument.SetSampleEveryPixel(true);
+  sim::Scene scene;
+  scene.set_ground_z(40.0);  // the site stands on a terrace below the stations
+  for (const CXYZ& t : targets) scene.AddTarget({t.Name.c_str(), t.X, t.Y, t.Z, kBoardHalf});
+  instrument.SetScene(scene);
+
+  CProject project;
+  ASSERT_EQ(project.Create(L"Site"), 1);
+  ASSERT_EQ(project.SetControlPoints(control), 1);
+  std::filesystem::create_directories(Host(L"\\JPEG"));
+
+  std::vector<double> errors;
+  int photos = 0;
+  for (const CXYZ& st : stations) {
+    instrument.station().SetPosition(st.X, st.Y, st.Z);
+    instrument.station().SetInstrumentHeight(1.5);
+    sim::StationState s = instrument.station().State();
+    double h_min = 1e9, h_max = -1e9, v_sum = 0.0;
+    for (const CXYZ& t : check) {
+      double v = 0, h = 0;
+      Direction(s, t, v, h);
+      h_min = std::min(h_min, h);
+      h_max = std::max(h_max, h);
+      v_sum += v;
+    }
+    // Pictures 6 degrees apart across the check targets: the wide camera sees
+    // 25.6 x 19.4 degrees, so each target is on three or four pictures of a
+    // station, at different places in the picture.
+    for (double h = h_min - 6.0; h <= h_max + 6.0; h += 6.0) {
+      instrument.station().SetAngles(v_sum / check.GetSize(), h);
+      Frame with = Render(instrument);
+      CString jpeg;
+      jpeg.Format(L"\\JPEG\\photo%02d.jpg", ++photos);
+      ASSERT_TRUE(SaveJpeg(with, jpeg));
+      Measurement m = MeasurePicture(instrument, targets, with);
+      errors.insert(errors.end(), m.errors.begin(), m.errors.end());
+      CSize size(devices::kFrameWidth, devices::kFrameHeight);
+      CString photo;
+      ASSERT_EQ(files::AddMeasuredPhoto(project, jpeg, size, m.image, photo), 1);
+    }
+  }
+  std::sort(errors.begin(), errors.end());
+  double rms = 0.0;
+  for (double e : errors) rms += e * e / double(errors.size());
+  std::printf("%d boards measured on %d photos: centre error RMS %.3f px, median %.3f, worst %.3f px\n",
+              int(errors.size()), photos, std::sqrt(rms), errors[errors.size() / 2], errors.back());
+
+  files::JobReport report;
+  ASSERT_EQ(files::SolvePhotogrammetryJob(project, &check, report, kMinControls), 1);
+  for (const std::string& line : report.Lines()) std::printf("%s\n", line.c_str());
+  EXPECT_GE(report.SolvedPhotos(), int(report.photos.size()) - 3);
+  for (const files::JobPhoto& p : report.photos) {
+    if (!p.solved) continue;
+    EXPECT_GE(p.controls, kMinControls) << platform::WideToUtf8(p.name.c_str());
+    EXPECT_LT(p.sigma, 0.2) << platform::WideToUtf8(p.name.c_str());
+  }
+  for (const CXYZ& truth : check) {
+    auto it = std::find_if(report.points.begin(), report.points.end(),
+                           [&](const files::JobPoint& r) { return r.point.Name == truth.Name; });
+    ASSERT_NE(it, report.points.end()) << platform::WideToUtf8(truth.Name.c_str()) << " not intersected";
+    EXPECT_TRUE(it->known);
+    EXPECT_GE(it->photos, 4);
+    EXPECT_GE(it->angle, 30.0);
+  }
+  // Control targets are not intersected; nothing else stands on the site.
+  EXPECT_EQ(report.points.size(), size_t(check.GetSize()));
+  EXPECT_LT(report.WorstError(), 0.005);
+}
+
+}  // namespace
