@@ -1,13 +1,29 @@
 # Small helpers shared by every folder's build.
 
-# Collects the .cpp files of the given library folders into OUT.
-function(surveycam_library_sources OUT)
-  set(all "")
-  foreach(dir IN LISTS ARGN)
-    file(GLOB files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${dir}/*.cpp)
-    list(APPEND all ${files})
+# One layer of the library: an object library of the folder's sources that
+# may use only the layers named in BELOW (and, through them, the layers they
+# use). The objects of every layer make up libsurveycam.so; the allowed uses
+# are written to the build tree, where the include check reads them.
+function(surveycam_layer name)
+  cmake_parse_arguments(LAYER "" "" "SOURCES;BELOW" ${ARGN})
+  set(target surveycam_${name})
+  add_library(${target} OBJECT ${LAYER_SOURCES})
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(${target} PRIVATE SURVEYCAM_BUILDING_LIBRARY)
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  foreach(below IN LISTS LAYER_BELOW)
+    target_link_libraries(${target} PUBLIC surveycam_${below})
   endforeach()
-  set(${OUT} ${all} PARENT_SCOPE)
+  surveycam_warnings(${target})
+  set_property(GLOBAL APPEND PROPERTY SURVEYCAM_LAYERS ${name})
+  surveycam_record_uses(${name} ${LAYER_BELOW})
+endfunction()
+
+# Records which folders the folder `name` may include headers from.
+function(surveycam_record_uses name)
+  list(JOIN ARGN " " uses)
+  set_property(GLOBAL APPEND PROPERTY SURVEYCAM_LAYER_USES "${name}: ${uses}")
 endfunction()
 
 # Turns warnings on for one of our targets.

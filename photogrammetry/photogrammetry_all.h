@@ -2,5 +2,4 @@
 // Public headers of photogrammetry/.
 #include "photogrammetry/board_centre.h"
 #include "photogrammetry/dlt.h"
-#include "photogrammetry/photogrammetry_job.h"
 #include "photogrammetry/space_intersection.h"

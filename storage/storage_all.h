@@ -1,5 +1,6 @@
 #pragma once
 // Public headers of storage/.
+#include "storage/photogrammetry_job.h"
 #include "storage/project.h"
 #include "storage/rt_card.h"
 #include "storage/storage_messages.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "photogrammetry/board_centre.h"
-#include "photogrammetry/photogrammetry_job.h"
+#include "storage/photogrammetry_job.h"
 #include "host/camview/session.h"
 #include "devices/frame_source.h"
 #include "image/dib_ex.h"

@@ -12,7 +12,7 @@
 #include <random>
 
 #include "photogrammetry/dlt.h"
-#include "photogrammetry/photogrammetry_job.h"
+#include "storage/photogrammetry_job.h"
 #include "photogrammetry/space_intersection.h"
 #include "sim/calibration.h"
 #include "sim/camera_pose.h"

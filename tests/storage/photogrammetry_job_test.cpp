@@ -17,7 +17,7 @@
 
 #include "devices/jpeg_module.h"
 #include "photogrammetry/board_centre.h"
-#include "photogrammetry/photogrammetry_job.h"
+#include "storage/photogrammetry_job.h"
 #include "pointfiles/point_files.h"
 #include "storage/project.h"
 #include "image/dib_ex.h"

@@ -1,6 +1,6 @@
 // The photogrammetric job: DLT per photograph, then intersection, with a
 // report of residuals and check-point errors.
-#include "photogrammetry/photogrammetry_job.h"
+#include "storage/photogrammetry_job.h"
 
 #include <algorithm>
 #include <cmath>
