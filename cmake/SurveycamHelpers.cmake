@@ -3,9 +3,10 @@
 # One layer of the library: an object library of the folder's sources that
 # may use only the layers named in BELOW (and, through them, the layers they
 # use). The objects of every layer make up libsurveycam.so; the allowed uses
-# are written to the build tree, where the include check reads them.
+# are written to the build tree, where the include check reads them. HEADERS
+# are the folder's public headers, the ones installed; the others stay inside.
 function(surveycam_layer name)
-  cmake_parse_arguments(LAYER "" "" "SOURCES;BELOW" ${ARGN})
+  cmake_parse_arguments(LAYER "" "" "HEADERS;SOURCES;BELOW" ${ARGN})
   set(target surveycam_${name})
   add_library(${target} OBJECT ${LAYER_SOURCES})
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
@@ -16,7 +17,7 @@ function(surveycam_layer name)
     target_link_libraries(${target} PUBLIC surveycam_${below})
   endforeach()
   surveycam_warnings(${target})
-  set_property(GLOBAL APPEND PROPERTY SURVEYCAM_LAYERS ${name})
+  install(FILES ${LAYER_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/surveycam/${name})
   surveycam_record_uses(${name} ${LAYER_BELOW})
 endfunction()
 

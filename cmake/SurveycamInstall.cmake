@@ -1,14 +1,11 @@
-# Installs the library with its headers, a CMake package and a pkg-config file.
+# Installs the library, its umbrella header, a CMake package and a pkg-config
+# file (each layer installs its own public headers).
 include(CMakePackageConfigHelpers)
 
 install(TARGETS surveycam EXPORT surveycamTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-foreach(dir platform geometry camera projection image corner pointfiles photogrammetry storage liveview)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/surveycam/${dir}
-    FILES_MATCHING PATTERN "*.h")
-endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/include/surveycam.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/surveycam)
 install(EXPORT surveycamTargets NAMESPACE surveycam:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/surveycam)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/surveycamConfig.cmake.in

@@ -4,7 +4,6 @@
 #include "platform/archive.h"
 #include "platform/clock.h"
 #include "platform/export.h"
-#include "platform/faults.h"
 #include "platform/file.h"
 #include "platform/file_exception.h"
 #include "platform/file_messages.h"
