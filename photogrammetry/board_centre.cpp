@@ -5,7 +5,7 @@
 #include <cmath>
 #include <vector>
 
-namespace files {
+namespace photogrammetry {
 namespace {
 
 struct Pixel {
@@ -102,4 +102,4 @@ bool FindBoardCentre(const BoardImage& image,
   return true;
 }
 
-}  // namespace files
+}  // namespace photogrammetry

@@ -12,7 +12,7 @@
 // (the background) is looked at.
 #include "platform/export.h"
 
-namespace files {
+namespace photogrammetry {
 
 struct BoardImage {
   const float* light = nullptr;  // linear light, row by row, top row first
@@ -33,4 +33,4 @@ SURVEYCAM_API bool FindBoardCentre(const BoardImage& image,
                                    double& x,
                                    double& y);
 
-}  // namespace files
+}  // namespace photogrammetry

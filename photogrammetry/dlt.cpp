@@ -228,33 +228,33 @@ int CDLT::Write(const wchar_t* path) {
     text += 'L';
     text += std::to_string(i + 1);
     text += '\t';
-    text += files::ExactNumber(m_dL[i]);
+    text += platform::ExactNumber(m_dL[i]);
     text += '\n';
   }
-  text += "sigma\t" + files::ExactNumber(m_dSigma) + "\n";
+  text += "sigma\t" + platform::ExactNumber(m_dSigma) + "\n";
   text += "controls\t" + std::to_string(m_Residuals.GetSize()) + "\n";
   for (const CXYZ& v : m_Residuals) {
-    text += platform::WideToUtf8(v.Name.c_str()) + "\t" + files::ExactNumber(v.X) + "\t" +
-            files::ExactNumber(v.Y) + "\n";
+    text += platform::WideToUtf8(v.Name.c_str()) + "\t" + platform::ExactNumber(v.X) + "\t" +
+            platform::ExactNumber(v.Y) + "\n";
   }
   text += "end\n";
-  return files::WriteFileSafely(path, text) ? 1 : 0;
+  return platform::WriteFileSafely(path, text) ? 1 : 0;
 }
 
 int CDLT::Read(const wchar_t* path) {
   std::string bytes;
-  if (!files::ReadWholeFile(path, bytes)) return 0;
+  if (!platform::ReadWholeFile(path, bytes)) return 0;
   return Parse(bytes.data(), int(bytes.size()));
 }
 
 int CDLT::Parse(const char* text, int length) {
   if (!text || length < 0) return 0;
-  std::vector<std::string_view> lines = files::SplitLines(std::string_view(text, size_t(length)));
+  std::vector<std::string_view> lines = platform::SplitLines(std::string_view(text, size_t(length)));
   size_t at = 0;
   // Next line split at tabs, which must start with `key` and have `fields` fields.
   auto next = [&](const char* key, size_t fields, std::vector<std::string_view>& out) {
     if (at >= lines.size()) return false;
-    out = files::SplitTabs(lines[at++]);
+    out = platform::SplitTabs(lines[at++]);
     return out.size() == fields && (!key || out[0] == key);
   };
   std::vector<std::string_view> f;
@@ -265,14 +265,14 @@ int CDLT::Parse(const char* text, int length) {
   for (int i = 0; i < 11; ++i) {
     std::string key = std::to_string(i + 1);
     key.insert(key.begin(), 'L');
-    if (!next(key.c_str(), 2, f) || !files::ParseNumber(f[1], result.m_dL[i])) return 0;
+    if (!next(key.c_str(), 2, f) || !platform::ParseNumber(f[1], result.m_dL[i])) return 0;
   }
-  if (!next("sigma", 2, f) || !files::ParseNumber(f[1], result.m_dSigma)) return 0;
+  if (!next("sigma", 2, f) || !platform::ParseNumber(f[1], result.m_dSigma)) return 0;
   long count = 0;
-  if (!next("controls", 2, f) || !files::ParseInt(f[1], 0, long(lines.size()), count)) return 0;
+  if (!next("controls", 2, f) || !platform::ParseInt(f[1], 0, long(lines.size()), count)) return 0;
   for (long k = 0; k < count; ++k) {
     CXYZ v;
-    if (!next(nullptr, 3, f) || f[0].empty() || !files::ParseNumber(f[1], v.X) || !files::ParseNumber(f[2], v.Y))
+    if (!next(nullptr, 3, f) || f[0].empty() || !platform::ParseNumber(f[1], v.X) || !platform::ParseNumber(f[2], v.Y))
       return 0;
     v.Name = platform::Utf8ToWide(std::string(f[0])).c_str();
     result.m_Residuals.Add(v);

@@ -9,7 +9,7 @@
 #include "platform/handles.h"
 #include "platform/types.h"
 
-namespace files {
+namespace platform {
 
 inline CString JoinPath(const CString& folder, const wchar_t* name) {
   CString path = folder;
@@ -93,4 +93,4 @@ inline bool DeleteTree(const CString& folder) {
   return RemoveDirectoryW(folder) != FALSE;
 }
 
-}  // namespace files
+}  // namespace platform

@@ -8,7 +8,7 @@
 #include "platform/fs.h"
 #include "platform/text.h"
 
-namespace files {
+namespace platform {
 
 bool ReadWholeFile(const wchar_t* path, std::string& bytes) {
   CFile file;
@@ -111,4 +111,4 @@ unsigned Crc32(std::string_view bytes) {
   return ~crc;
 }
 
-}  // namespace files
+}  // namespace platform

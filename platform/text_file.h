@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace files {
+namespace platform {
 
 // Largest project text file the readers accept (bytes).
 inline constexpr unsigned kMaxTextFile = 4u * 1024 * 1024;
@@ -31,4 +31,4 @@ std::string ExactNumber(double value);
 // CRC-32 (IEEE 802.3) of the bytes.
 unsigned Crc32(std::string_view bytes);
 
-}  // namespace files
+}  // namespace platform

@@ -10,7 +10,7 @@
 #include "platform/fs.h"
 #include "platform/text.h"
 
-namespace files {
+namespace photogrammetry {
 namespace {
 
 JobPhoto SolvePhoto(CProject& project, const PROJECT_PHOTO& photo, int min_controls) {
@@ -134,4 +134,4 @@ int SolvePhotogrammetryJob(CProject& project,
   return 1;
 }
 
-}  // namespace files
+}  // namespace photogrammetry

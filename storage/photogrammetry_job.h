@@ -16,7 +16,7 @@
 #include "platform/kvo_array.h"
 #include "platform/size.h"
 
-namespace files {
+namespace photogrammetry {
 
 struct JobPhoto {
   CString name;
@@ -70,4 +70,4 @@ SURVEYCAM_API int SolvePhotogrammetryJob(CProject& project,
                                          JobReport& report,
                                          int min_controls = 6);
 
-}  // namespace files
+}  // namespace photogrammetry

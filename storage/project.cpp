@@ -46,7 +46,7 @@ std::string FormatIndex(const CString& name, bool camera, const CKvoArray<PROJEC
   text += "file\tresult\t" + Utf8(kResult) + "\n";
   for (const PROJECT_PHOTO& p : photos)
     text += "photo\t" + Utf8(p.Name) + "\t" + Utf8(p.Jpeg) + "\t" + Utf8(p.Imc) + "\t" + Utf8(p.Dlt) + "\n";
-  text += platform::FormatA("check\t%08X\n", files::Crc32(text));
+  text += platform::FormatA("check\t%08X\n", platform::Crc32(text));
   return text;
 }
 
@@ -67,7 +67,7 @@ struct SolvedPhoto {
 bool LoadSolvedPhotos(CProject& project, std::vector<SolvedPhoto>& solved) {
   for (int i = 0; i < project.GetPhotoCount(); ++i) {
     const PROJECT_PHOTO& photo = project.GetPhoto(i);
-    if (!files::PathIsFile(project.GetFilePath(photo.Dlt)) || !files::PathIsFile(project.GetFilePath(photo.Imc)))
+    if (!platform::PathIsFile(project.GetFilePath(photo.Dlt)) || !platform::PathIsFile(project.GetFilePath(photo.Imc)))
       continue;
     SolvedPhoto entry;
     CSize size;
@@ -128,18 +128,18 @@ CProject::CProject()
 
 CProject::~CProject() = default;
 
-void CProject::SetRootFolder(const wchar_t* folder) { m_strRoot = files::TrimSeparator(folder); }
+void CProject::SetRootFolder(const wchar_t* folder) { m_strRoot = platform::TrimSeparator(folder); }
 
 int CProject::Fail(int message) {
   if (m_bShowMessage) files::ShowError(message);
   return 0;
 }
 
-CString CProject::ProjectFolder(const wchar_t* name) const { return files::JoinPath(m_strRoot, name); }
+CString CProject::ProjectFolder(const wchar_t* name) const { return platform::JoinPath(m_strRoot, name); }
 
 CString CProject::GetFolder() const { return ProjectFolder(m_strName); }
 
-CString CProject::GetFilePath(const wchar_t* leaf) const { return files::JoinPath(GetFolder(), leaf); }
+CString CProject::GetFilePath(const wchar_t* leaf) const { return platform::JoinPath(GetFolder(), leaf); }
 
 void CProject::Close() {
   m_bOpen = 0;
@@ -150,13 +150,13 @@ void CProject::Close() {
 
 int CProject::WriteIndex() {
   std::string text = FormatIndex(m_strName, m_bHasCamera != 0, m_Photos);
-  if (!files::WriteFileSafely(GetFilePath(kIndex), text)) return Fail(files::kMsgFileWrite);
-  if (!files::WriteFileSafely(GetFilePath(kBackup), text)) {
+  if (!platform::WriteFileSafely(GetFilePath(kIndex), text)) return Fail(files::kMsgFileWrite);
+  if (!platform::WriteFileSafely(GetFilePath(kBackup), text)) {
     // The caller keeps its previous state on 0: the index goes back to what
     // the untouched backup holds, so the next open does not see a change
     // that was reported as failed.
     std::string previous;
-    if (files::ReadWholeFile(GetFilePath(kBackup), previous)) files::WriteFileSafely(GetFilePath(kIndex), previous);
+    if (platform::ReadWholeFile(GetFilePath(kBackup), previous)) platform::WriteFileSafely(GetFilePath(kIndex), previous);
     return Fail(files::kMsgFileWrite);
   }
   return 1;
@@ -166,7 +166,7 @@ int CProject::Create(const wchar_t* name) {
   if (!name || !IsPlainName(name)) return Fail(files::kMsgFolderError);
   // Make the root folder and its missing parents, outermost first.
   std::vector<CString> missing;
-  for (CString part = m_strRoot; part.GetLength() > 1 && !files::PathIsFolder(part); part = files::ParentPath(part))
+  for (CString part = m_strRoot; part.GetLength() > 1 && !platform::PathIsFolder(part); part = platform::ParentPath(part))
     missing.push_back(part);
   for (auto it = missing.rbegin(); it != missing.rend(); ++it) CreateDirectoryW(*it, nullptr);
   CString folder = ProjectFolder(name);
@@ -176,7 +176,7 @@ int CProject::Create(const wchar_t* name) {
   m_strName = name;
   m_bOpen = 1;
   if (!WriteIndex()) {
-    files::DeleteTree(folder);
+    platform::DeleteTree(folder);
     Close();
     return 0;
   }
@@ -189,16 +189,16 @@ int CProject::ParseIndex(const char* text, int length) {
   size_t check_at = all.rfind("check\t");
   if (check_at == std::string_view::npos || (check_at > 0 && all[check_at - 1] != '\n')) return 0;
   std::string_view check_line = all.substr(check_at);
-  if (check_line != platform::FormatA("check\t%08X\n", files::Crc32(all.substr(0, check_at)))) return 0;
-  std::vector<std::string_view> lines = files::SplitLines(all.substr(0, check_at));
+  if (check_line != platform::FormatA("check\t%08X\n", platform::Crc32(all.substr(0, check_at)))) return 0;
+  std::vector<std::string_view> lines = platform::SplitLines(all.substr(0, check_at));
   if (lines.size() < 2 || lines[0] != "IMGPRJ\t1") return 0;
-  std::vector<std::string_view> f = files::SplitTabs(lines[1]);
+  std::vector<std::string_view> f = platform::SplitTabs(lines[1]);
   if (f.size() != 2 || f[0] != "name" || !IsPlainName(Wide(f[1]).str())) return 0;
   CString name = Wide(f[1]);
   bool camera = false;
   CKvoArray<PROJECT_PHOTO, const PROJECT_PHOTO&> photos;
   for (size_t i = 2; i < lines.size(); ++i) {
-    f = files::SplitTabs(lines[i]);
+    f = platform::SplitTabs(lines[i]);
     if (f.size() == 3 && f[0] == "file") {
       if (f[1] == "camera" && Wide(f[2]) == kCamera) {
         camera = true;
@@ -226,20 +226,20 @@ int CProject::ParseIndex(const char* text, int length) {
 }
 
 int CProject::Open(const wchar_t* name) {
-  if (!name || !IsPlainName(name) || !files::PathIsFolder(ProjectFolder(name))) return Fail(files::kMsgFileOpen);
+  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name))) return Fail(files::kMsgFileOpen);
   Close();
   CString folder = ProjectFolder(name);
   std::string bytes;
-  bool index_ok = files::ReadWholeFile(files::JoinPath(folder, kIndex), bytes) &&
+  bool index_ok = platform::ReadWholeFile(platform::JoinPath(folder, kIndex), bytes) &&
                   ParseIndex(bytes.data(), int(bytes.size()));
   if (!index_ok) {
-    bool backup_ok = files::ReadWholeFile(files::JoinPath(folder, kBackup), bytes) &&
+    bool backup_ok = platform::ReadWholeFile(platform::JoinPath(folder, kBackup), bytes) &&
                      ParseIndex(bytes.data(), int(bytes.size()));
     if (!backup_ok) {
       Close();
       return Fail(files::kMsgInvalidFile);
     }
-    if (!files::WriteFileSafely(files::JoinPath(folder, kIndex), bytes)) {
+    if (!platform::WriteFileSafely(platform::JoinPath(folder, kIndex), bytes)) {
       Close();
       return Fail(files::kMsgFileWrite);
     }
@@ -255,9 +255,9 @@ int CProject::RestoreIndex() {
   std::string bytes;
   CProject probe;
   probe.m_bShowMessage = 0;
-  if (!files::ReadWholeFile(GetFilePath(kBackup), bytes) || !probe.ParseIndex(bytes.data(), int(bytes.size())))
+  if (!platform::ReadWholeFile(GetFilePath(kBackup), bytes) || !probe.ParseIndex(bytes.data(), int(bytes.size())))
     return Fail(files::kMsgInvalidFile);
-  if (!files::WriteFileSafely(GetFilePath(kIndex), bytes)) return Fail(files::kMsgFileWrite);
+  if (!platform::WriteFileSafely(GetFilePath(kIndex), bytes)) return Fail(files::kMsgFileWrite);
   m_bHasCamera = probe.m_bHasCamera;
   m_Photos.Copy(probe.m_Photos);
   return 1;
@@ -265,13 +265,13 @@ int CProject::RestoreIndex() {
 
 int CProject::List(CStringArray& names) {
   names.RemoveAll();
-  std::vector<files::FolderEntry> entries;
-  if (!files::ListFolder(m_strRoot, L"*", entries)) return 0;  // not the same as no projects
+  std::vector<platform::FolderEntry> entries;
+  if (!platform::ListFolder(m_strRoot, L"*", entries)) return 0;  // not the same as no projects
   std::vector<CString> found;
-  for (const files::FolderEntry& entry : entries) {
+  for (const platform::FolderEntry& entry : entries) {
     if (!entry.folder) continue;
-    CString folder = files::JoinPath(m_strRoot, entry.name);
-    if (files::PathIsFile(files::JoinPath(folder, kIndex)) || files::PathIsFile(files::JoinPath(folder, kBackup)))
+    CString folder = platform::JoinPath(m_strRoot, entry.name);
+    if (platform::PathIsFile(platform::JoinPath(folder, kIndex)) || platform::PathIsFile(platform::JoinPath(folder, kBackup)))
       found.push_back(entry.name);
   }
   std::sort(found.begin(), found.end());
@@ -280,7 +280,7 @@ int CProject::List(CStringArray& names) {
 }
 
 int CProject::Rename(const wchar_t* from, const wchar_t* to) {
-  if (!from || !to || !IsPlainName(from) || !IsPlainName(to) || !files::PathIsFolder(ProjectFolder(from)))
+  if (!from || !to || !IsPlainName(from) || !IsPlainName(to) || !platform::PathIsFolder(ProjectFolder(from)))
     return Fail(files::kMsgFileOpen);
   if (GetFileAttributesW(ProjectFolder(to)) != INVALID_FILE_ATTRIBUTES ||
       !MoveFileW(ProjectFolder(from), ProjectFolder(to))) {
@@ -302,9 +302,9 @@ int CProject::Rename(const wchar_t* from, const wchar_t* to) {
 }
 
 int CProject::Delete(const wchar_t* name) {
-  if (!name || !IsPlainName(name) || !files::PathIsFolder(ProjectFolder(name))) return Fail(files::kMsgFileOpen);
+  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name))) return Fail(files::kMsgFileOpen);
   if (m_bOpen && m_strName == name) Close();
-  if (!files::DeleteTree(ProjectFolder(name))) return Fail(files::kMsgFileWrite);
+  if (!platform::DeleteTree(ProjectFolder(name))) return Fail(files::kMsgFileWrite);
   return 1;
 }
 
@@ -433,13 +433,13 @@ int CProject::IntersectAll(CKvoArray<CXYZ, CXYZ&>& points) {
   // would replace result.csv with fewer points, or with control points taken
   // for new ones.
   CKvoArray<CXYZ, CXYZ&> control;
-  if (!GetControlPoints(control) && files::PathIsFile(GetFilePath(kControl))) return 0;
+  if (!GetControlPoints(control) && platform::PathIsFile(GetFilePath(kControl))) return 0;
   std::vector<CString> names;
   for (const PROJECT_PHOTO& photo : m_Photos) {
     CSize size;
     CKvoArray<CXYZ, CXYZ&> image;
     if (!GetImagePoints(photo.Name, size, image)) {
-      if (files::PathIsFile(GetFilePath(photo.Imc))) return 0;
+      if (platform::PathIsFile(GetFilePath(photo.Imc))) return 0;
       continue;
     }
     for (const CXYZ& p : image) {

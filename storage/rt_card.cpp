@@ -13,8 +13,8 @@
 
 namespace {
 
-using files::FolderEntry;
-using files::JoinPath;
+using platform::FolderEntry;
+using platform::JoinPath;
 
 constexpr UINT kCopyChunk = 32 * 1024;
 
@@ -68,8 +68,8 @@ bool CopyBytes(const wchar_t* from, const wchar_t* to) {
 // Puts the complete file `temp` in the place of `to`; an existing `to` is
 // set aside first and put back when the rename fails.
 bool Replace(const CString& temp, const CString& to) {
-  if (!files::PathIsFile(to)) return MoveFileW(temp, to) != FALSE;
-  CString old = files::JoinPath(files::ParentPath(to), L"~" + files::LeafName(to) + L".old");
+  if (!platform::PathIsFile(to)) return MoveFileW(temp, to) != FALSE;
+  CString old = platform::JoinPath(platform::ParentPath(to), L"~" + platform::LeafName(to) + L".old");
   DeleteFileW(old);
   if (!MoveFileW(to, old)) return false;
   if (!MoveFileW(temp, to)) {
@@ -82,7 +82,7 @@ bool Replace(const CString& temp, const CString& to) {
 
 // Copies one file through a temporary name in the destination folder.
 bool CopyOneFile(const wchar_t* from, const wchar_t* to) {
-  CString temp = files::JoinPath(files::ParentPath(to), L"~" + files::LeafName(to) + L".cpy");
+  CString temp = platform::JoinPath(platform::ParentPath(to), L"~" + platform::LeafName(to) + L".cpy");
   if (!CopyBytes(from, temp) || !Replace(temp, to)) {
     DeleteFileW(temp);
     return false;
@@ -99,7 +99,7 @@ struct TreeEntry {
 // sizes to `bytes`. False when a folder of the tree cannot be searched.
 bool WalkTree(const CString& folder, const CString& relative, std::vector<TreeEntry>& out, ULONGLONG& bytes) {
   std::vector<FolderEntry> entries;
-  if (!files::ListFolder(JoinPath(folder, relative), L"*", entries)) return false;
+  if (!platform::ListFolder(JoinPath(folder, relative), L"*", entries)) return false;
   for (const FolderEntry& entry : entries) {
     CString path = relative.IsEmpty() ? entry.name : JoinPath(relative, entry.name);
     out.push_back({path, entry.folder});
@@ -137,7 +137,7 @@ int CRTCard::ReadCardRoot() {
   LONG result = RegQueryValueExW(key, L"PCMCIAFolder", nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
   RegCloseKey(key);
   if (result != ERROR_SUCCESS || type != REG_SZ) return 0;
-  m_strRoot = files::TrimSeparator(buffer);
+  m_strRoot = platform::TrimSeparator(buffer);
   return 1;
 }
 
@@ -147,23 +147,23 @@ const CString& CRTCard::GetCardRoot() {
 }
 
 void CRTCard::SetCardRoot(const wchar_t* root) {
-  m_strRoot = files::TrimSeparator(root);
+  m_strRoot = platform::TrimSeparator(root);
   m_bRootRead = 1;
 }
 
 int CRTCard::IsMounted() {
   const CString& root = GetCardRoot();
-  return !root.IsEmpty() && files::PathIsFolder(root) ? 1 : 0;
+  return !root.IsEmpty() && platform::PathIsFolder(root) ? 1 : 0;
 }
 
 int CRTCard::IsCardPath(const wchar_t* path) {
   if (!path) return 0;
-  return IsUnder(files::TrimSeparator(path), GetCardRoot()) ? 1 : 0;
+  return IsUnder(platform::TrimSeparator(path), GetCardRoot()) ? 1 : 0;
 }
 
-int CRTCard::IsFolder(const wchar_t* path) { return path && files::PathIsFolder(path) ? 1 : 0; }
+int CRTCard::IsFolder(const wchar_t* path) { return path && platform::PathIsFolder(path) ? 1 : 0; }
 
-int CRTCard::IsFile(const wchar_t* path) { return path && files::PathIsFile(path) ? 1 : 0; }
+int CRTCard::IsFile(const wchar_t* path) { return path && platform::PathIsFile(path) ? 1 : 0; }
 
 int CRTCard::Fail(int message) {
   if (m_bShowMessage) files::ShowError(message);
@@ -203,12 +203,12 @@ int CRTCard::GetFileList(const wchar_t* folder,
                          CKvoArray<RTCARD_FILE_INFO, RTCARD_FILE_INFO&>& list) {
   list.RemoveAll();
   if (!folder || !*folder || !CheckCard(folder, nullptr)) return 0;
-  if (!files::PathIsFolder(folder)) return 0;
+  if (!platform::PathIsFolder(folder)) return 0;
   std::vector<RTCARD_FILE_INFO> found;
   WIN32_FIND_DATAW data{};
   const wchar_t* match = pattern && *pattern ? pattern : L"*";
-  HANDLE find = FindFirstFileW(JoinPath(files::TrimSeparator(folder), match), &data);
-  if (files::SearchFailed(find)) return 0;  // not the same as an empty folder
+  HANDLE find = FindFirstFileW(JoinPath(platform::TrimSeparator(folder), match), &data);
+  if (platform::SearchFailed(find)) return 0;  // not the same as an empty folder
   if (find != INVALID_HANDLE_VALUE && find != nullptr) {
     do {
       std::wstring name = data.cFileName;
@@ -228,10 +228,10 @@ int CRTCard::GetFileList(const wchar_t* folder,
 }
 
 int CRTCard::GetFolderSize(const wchar_t* folder, ULONGLONG& bytes) {
-  if (!folder || !files::PathIsFolder(folder)) return 0;
+  if (!folder || !platform::PathIsFolder(folder)) return 0;
   std::vector<TreeEntry> entries;
   ULONGLONG sum = 0;
-  if (!WalkTree(files::TrimSeparator(folder), CString(), entries, sum)) return 0;
+  if (!WalkTree(platform::TrimSeparator(folder), CString(), entries, sum)) return 0;
   bytes = sum;
   return 1;
 }
@@ -239,9 +239,9 @@ int CRTCard::GetFolderSize(const wchar_t* folder, ULONGLONG& bytes) {
 int CRTCard::CopyFile(const wchar_t* from, const wchar_t* to) {
   if (!from || !to || !*from || !*to) return Fail(files::kMsgCopyError);
   if (!CheckCard(from, to)) return 0;
-  CString source = files::TrimSeparator(from), target = files::TrimSeparator(to);
-  if (source == target || !files::PathIsFile(source) || !files::PathIsFolder(files::ParentPath(target)) ||
-      files::PathIsFolder(target)) {
+  CString source = platform::TrimSeparator(from), target = platform::TrimSeparator(to);
+  if (source == target || !platform::PathIsFile(source) || !platform::PathIsFolder(platform::ParentPath(target)) ||
+      platform::PathIsFolder(target)) {
     return Fail(files::kMsgCopyError);
   }
   ULONGLONG size = 0;
@@ -250,7 +250,7 @@ int CRTCard::CopyFile(const wchar_t* from, const wchar_t* to) {
     if (!file.Open(source, CFile::modeRead | CFile::shareDenyNone)) return Fail(files::kMsgCopyError);
     size = file.GetLength();
   }
-  if (!CheckSpace(files::ParentPath(target), size)) return 0;
+  if (!CheckSpace(platform::ParentPath(target), size)) return 0;
   if (!CopyOneFile(source, target)) return Fail(files::kMsgCopyError);
   return 1;
 }
@@ -267,15 +267,15 @@ int CRTCard::MoveFile(const wchar_t* from, const wchar_t* to) {
 int CRTCard::CopyFolder(const wchar_t* from, const wchar_t* to) {
   if (!from || !to || !*from || !*to) return Fail(files::kMsgCopyError);
   if (!CheckCard(from, to)) return 0;
-  CString source = files::TrimSeparator(from), target = files::TrimSeparator(to);
-  if (!files::PathIsFolder(source) || GetFileAttributesW(target) != INVALID_FILE_ATTRIBUTES ||
-      !files::PathIsFolder(files::ParentPath(target)) || IsUnder(target, source)) {
+  CString source = platform::TrimSeparator(from), target = platform::TrimSeparator(to);
+  if (!platform::PathIsFolder(source) || GetFileAttributesW(target) != INVALID_FILE_ATTRIBUTES ||
+      !platform::PathIsFolder(platform::ParentPath(target)) || IsUnder(target, source)) {
     return Fail(files::kMsgCopyError);
   }
   std::vector<TreeEntry> entries;
   ULONGLONG bytes = 0;
   if (!WalkTree(source, CString(), entries, bytes)) return Fail(files::kMsgCopyError);
-  if (!CheckSpace(files::ParentPath(target), bytes)) return 0;
+  if (!CheckSpace(platform::ParentPath(target), bytes)) return 0;
   bool ok = CreateDirectoryW(target, nullptr) != FALSE;
   for (size_t i = 0; ok && i < entries.size(); ++i) {
     CString to_path = JoinPath(target, entries[i].relative);
@@ -283,7 +283,7 @@ int CRTCard::CopyFolder(const wchar_t* from, const wchar_t* to) {
                            : CopyOneFile(JoinPath(source, entries[i].relative), to_path);
   }
   if (!ok) {
-    if (files::PathIsFolder(target)) files::DeleteTree(target);
+    if (platform::PathIsFolder(target)) platform::DeleteTree(target);
     return Fail(files::kMsgCopyError);
   }
   return 1;
@@ -291,11 +291,11 @@ int CRTCard::CopyFolder(const wchar_t* from, const wchar_t* to) {
 
 int CRTCard::MoveFolder(const wchar_t* from, const wchar_t* to) {
   if (!CopyFolder(from, to)) return 0;
-  if (!files::DeleteTree(files::TrimSeparator(from))) return Fail(files::kMsgCopyError);
+  if (!platform::DeleteTree(platform::TrimSeparator(from))) return Fail(files::kMsgCopyError);
   return 1;
 }
 
 int CRTCard::DeleteFolder(const wchar_t* path) {
-  if (!path || !files::PathIsFolder(path)) return 0;
-  return files::DeleteTree(files::TrimSeparator(path)) ? 1 : 0;
+  if (!path || !platform::PathIsFolder(path)) return 0;
+  return platform::DeleteTree(platform::TrimSeparator(path)) ? 1 : 0;
 }

@@ -112,7 +112,7 @@ struct Measured {
 // Measures every board in the picture that no other board crowds and that
 // lies inside the picture: its centre by the board's point symmetry, freed
 // of the lens distortion.
-Measured MeasureBoards(const std::vector<Board>& boards, const files::BoardImage& image,
+Measured MeasureBoards(const std::vector<Board>& boards, const photogrammetry::BoardImage& image,
                        const std::vector<std::wstring>& stations, const CCamera& camera) {
   Measured m;
   for (const Board& b : boards) {
@@ -126,7 +126,7 @@ Measured MeasureBoards(const std::vector<Board>& boards, const files::BoardImage
       if (&o != &b && gap < b.half + o.half + 3) crowded = true;
     }
     double x = 0, y = 0;
-    if (crowded || !files::FindBoardCentre(image, b.x, b.y, b.half, kReach, x, y)) continue;
+    if (crowded || !photogrammetry::FindBoardCentre(image, b.x, b.y, b.half, kReach, x, y)) continue;
     RemoveDistortion(camera, x, y);
     CXYZ p(CString(name.c_str()), x, y, 0.0);
     m.image.Add(p);
@@ -265,7 +265,7 @@ StepResult Session::ProjectPhoto() {
   if (!picture.WriteJPEG(jpeg)) return {false, "cannot write the picture " + Utf8(jpeg)};
   CSize size(width, height);
   CString photo;
-  const int added = files::AddMeasuredPhoto(*project_, jpeg, size, m.image, photo);
+  const int added = photogrammetry::AddMeasuredPhoto(*project_, jpeg, size, m.image, photo);
   DeleteFileW(jpeg);
   if (!added) return {false, "cannot add the photograph to the project"};
   return {true, FormatA("photo %s: %d of %d boards in view measured (others crowded or at the edge), "
@@ -279,15 +279,15 @@ StepResult Session::ProjectSolve(const Step& step) {
   if (!project_) return {false, "no project: run project-new first"};
   const int min_controls = step.args.empty() ? kDefaultMinControls : std::atoi(step.args[0].c_str());
   PointArray check = PointsCoded(L"TGT");
-  files::JobReport report;
-  if (!files::SolvePhotogrammetryJob(*project_, &check, report, min_controls)) {
+  photogrammetry::JobReport report;
+  if (!photogrammetry::SolvePhotogrammetryJob(*project_, &check, report, min_controls)) {
     return {false, "the project could not be solved"};
   }
   for (const std::string& line : report.Lines()) std::printf("    %s\n", line.c_str());
   std::string faults;  // check targets missing or off by more than the tolerance
   for (const CXYZ& truth : check) {
     auto it = std::find_if(report.points.begin(), report.points.end(),
-                           [&](const files::JobPoint& r) { return r.point.Name == truth.Name; });
+                           [&](const photogrammetry::JobPoint& r) { return r.point.Name == truth.Name; });
     const std::string name = Utf8(truth.Name.c_str());
     if (it == report.points.end()) {
       faults += (faults.empty() ? "" : ", ") + name + " not intersected";

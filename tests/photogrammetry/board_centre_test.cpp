@@ -67,7 +67,7 @@ TEST_F(BoardCentreTest, SubPixelCentreAtEveryPhase) {
     std::vector<float> light = Light(frame);
     const double half = 0.5 / 40.0 * 8.0 / 0.0056;
     double cx = 0, cy = 0;
-    ASSERT_TRUE(files::FindBoardCentre({light.data(), 640, 480}, truth.px + 0.9 * std::sin(k), truth.py - 0.9 * std::cos(k),
+    ASSERT_TRUE(photogrammetry::FindBoardCentre({light.data(), 640, 480}, truth.px + 0.9 * std::sin(k), truth.py - 0.9 * std::cos(k),
                                        half, 1.5, cx, cy));
     double e = std::hypot(cx - truth.px, cy - truth.py);
     sum2 += e * e / n;
@@ -87,7 +87,7 @@ TEST_F(BoardCentreTest, NothingToMeasureIsRefused) {
   instrument_.SetScene(empty_);
   std::vector<float> sky = Light(Render(instrument_));
   double x = -1, y = -1;
-  EXPECT_FALSE(files::FindBoardCentre({sky.data(), 640, 480}, 320.0, 200.0, 18.0, 1.5, x, y));
+  EXPECT_FALSE(photogrammetry::FindBoardCentre({sky.data(), 640, 480}, 320.0, 200.0, 18.0, 1.5, x, y));
   EXPECT_EQ(x, -1);
 
   Frame frame;
@@ -95,10 +95,10 @@ TEST_F(BoardCentreTest, NothingToMeasureIsRefused) {
   std::vector<float> light = Light(frame);
   // The board found from its own picture, not from a picture's edge, a board
   // too small to have an inside or an empty image.
-  EXPECT_TRUE(files::FindBoardCentre({light.data(), 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
-  EXPECT_FALSE(files::FindBoardCentre({light.data(), 640, 480}, 10.0, 240.0, 17.0, 1.5, x, y));
-  EXPECT_FALSE(files::FindBoardCentre({light.data(), 640, 480}, truth.px, truth.py, 3.0, 1.5, x, y));
-  EXPECT_FALSE(files::FindBoardCentre({nullptr, 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
+  EXPECT_TRUE(photogrammetry::FindBoardCentre({light.data(), 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
+  EXPECT_FALSE(photogrammetry::FindBoardCentre({light.data(), 640, 480}, 10.0, 240.0, 17.0, 1.5, x, y));
+  EXPECT_FALSE(photogrammetry::FindBoardCentre({light.data(), 640, 480}, truth.px, truth.py, 3.0, 1.5, x, y));
+  EXPECT_FALSE(photogrammetry::FindBoardCentre({nullptr, 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
 }
 
 }  // namespace

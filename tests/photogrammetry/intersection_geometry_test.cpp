@@ -158,16 +158,16 @@ TEST_F(JobTest, WeaklyControlledPhotographsStayOutOfTheIntersection) {
     image.Add(seen[0]);
     CSize size(640, 480);
     CString photo;
-    ASSERT_EQ(files::AddMeasuredPhoto(project, L"\\pic.jpg", size, image, photo), 1);
+    ASSERT_EQ(photogrammetry::AddMeasuredPhoto(project, L"\\pic.jpg", size, image, photo), 1);
   }
-  files::JobReport loose, strict;
-  ASSERT_EQ(files::SolvePhotogrammetryJob(project, &targets, loose), 1);
+  photogrammetry::JobReport loose, strict;
+  ASSERT_EQ(photogrammetry::SolvePhotogrammetryJob(project, &targets, loose), 1);
   EXPECT_EQ(loose.SolvedPhotos(), 3);
   ASSERT_EQ(loose.points.size(), 1u);
   EXPECT_EQ(loose.points[0].photos, 3);
   EXPECT_GT(loose.WorstError(), 0.01);  // the bad ray pulls the point off
 
-  ASSERT_EQ(files::SolvePhotogrammetryJob(project, &targets, strict, 10), 1);
+  ASSERT_EQ(photogrammetry::SolvePhotogrammetryJob(project, &targets, strict, 10), 1);
   EXPECT_EQ(strict.SolvedPhotos(), 2);
   EXPECT_EQ(strict.photos[2].solved, 0);
   EXPECT_EQ(strict.photos[2].controls, 7);

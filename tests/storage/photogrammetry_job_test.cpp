@@ -89,7 +89,7 @@ Measurement MeasurePicture(const sim::Instrument& instrument, const PointArray& 
   }
   std::vector<float> light(frame.size());
   for (size_t k = 0; k < frame.size(); ++k) light[k] = float(sim_test::LinearLight(frame[k]));
-  const files::BoardImage image{light.data(), devices::kFrameWidth, devices::kFrameHeight};
+  const photogrammetry::BoardImage image{light.data(), devices::kFrameWidth, devices::kFrameHeight};
   Measurement m;
   for (int i = 0; i < targets.GetSize(); ++i) {
     const sim_test::SensorPoint& g = guesses[size_t(i)];
@@ -103,7 +103,7 @@ Measurement MeasurePicture(const sim::Instrument& instrument, const PointArray& 
     // An operator's tap lands within a pixel or so of the centre.
     const double tap_x = g.px + 0.8 * std::sin(3.0 * i), tap_y = g.py + 0.8 * std::cos(5.0 * i);
     double x = 0, y = 0;
-    if (!files::FindBoardCentre(image, tap_x, tap_y, half[size_t(i)], 1.5, x, y)) continue;
+    if (!photogrammetry::FindBoardCentre(image, tap_x, tap_y, half[size_t(i)], 1.5, x, y)) continue;
     CXYZ p(targets[i].Name, x, y, 0.0);
     m.image.Add(p);
     m.errors.push_back(std::hypot(x - g.px, y - g.py));
@@ -166,7 +166,7 @@ TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
       errors.insert(errors.end(), m.errors.begin(), m.errors.end());
       CSize size(devices::kFrameWidth, devices::kFrameHeight);
       CString photo;
-      ASSERT_EQ(files::AddMeasuredPhoto(project, jpeg, size, m.image, photo), 1);
+      ASSERT_EQ(photogrammetry::AddMeasuredPhoto(project, jpeg, size, m.image, photo), 1);
     }
   }
   std::sort(errors.begin(), errors.end());
@@ -175,18 +175,18 @@ TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
   std::printf("%d boards measured on %d photos: centre error RMS %.3f px, median %.3f, worst %.3f px\n",
               int(errors.size()), photos, std::sqrt(rms), errors[errors.size() / 2], errors.back());
 
-  files::JobReport report;
-  ASSERT_EQ(files::SolvePhotogrammetryJob(project, &check, report, kMinControls), 1);
+  photogrammetry::JobReport report;
+  ASSERT_EQ(photogrammetry::SolvePhotogrammetryJob(project, &check, report, kMinControls), 1);
   for (const std::string& line : report.Lines()) std::printf("%s\n", line.c_str());
   EXPECT_GE(report.SolvedPhotos(), int(report.photos.size()) - 3);
-  for (const files::JobPhoto& p : report.photos) {
+  for (const photogrammetry::JobPhoto& p : report.photos) {
     if (!p.solved) continue;
     EXPECT_GE(p.controls, kMinControls) << platform::WideToUtf8(p.name.c_str());
     EXPECT_LT(p.sigma, 0.2) << platform::WideToUtf8(p.name.c_str());
   }
   for (const CXYZ& truth : check) {
     auto it = std::find_if(report.points.begin(), report.points.end(),
-                           [&](const files::JobPoint& r) { return r.point.Name == truth.Name; });
+                           [&](const photogrammetry::JobPoint& r) { return r.point.Name == truth.Name; });
     ASSERT_NE(it, report.points.end()) << platform::WideToUtf8(truth.Name.c_str()) << " not intersected";
     EXPECT_TRUE(it->known);
     EXPECT_GE(it->photos, 4);
