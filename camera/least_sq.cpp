@@ -19,16 +19,6 @@
 
 namespace {
 
-// Days from 1970-01-01 to a civil date (proleptic Gregorian).
-long DaysFromCivil(int y, unsigned m, unsigned d) {
-  y -= m <= 2;
-  const long era = (y >= 0 ? y : y - 399) / 400;
-  const unsigned yoe = unsigned(y - era * 400);
-  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + long(doe) - 719468;
-}
-
 using V4 = double __attribute__((vector_size(32)));
 
 // noeq[i][j] = Σ_k (a_ki·w_k)·a_kj for `rows` (4 or 1) rows i from i0 and the
@@ -242,9 +232,9 @@ double CLeastSq::GetComputationTime() { return m_dComputationTime; }
 unsigned long CLeastSq::time(unsigned long* t) {
   SYSTEMTIME now{};
   GetSystemTime(&now);
-  const long days = DaysFromCivil(now.wYear, now.wMonth, now.wDay);
+  const int64_t days = platform::clock::DaysFromCivil(now.wYear, now.wMonth, now.wDay);
   const unsigned long seconds =
-      static_cast<unsigned long>(days * 86400L + now.wHour * 3600L + now.wMinute * 60L + now.wSecond);
+      static_cast<unsigned long>(days * 86400 + now.wHour * 3600 + now.wMinute * 60 + now.wSecond);
   if (t) *t = seconds;
   return seconds;
 }

@@ -10,15 +10,6 @@ namespace {
 std::atomic<bool> g_fixed{false};
 std::atomic<int64_t> g_fixed_ms{0};
 
-int64_t DaysFromCivil(int y, unsigned m, unsigned d) {
-  y -= m <= 2;
-  const int64_t era = (y >= 0 ? y : y - 399) / 400;
-  const unsigned yoe = unsigned(y - era * 400);
-  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + int64_t(doe) - 719468;
-}
-
 SYSTEMTIME FromMs(int64_t ms) {
   int64_t days = ms >= 0 ? ms / 86400000 : (ms - 86399999) / 86400000;
   int64_t rest = ms - days * 86400000;
@@ -54,6 +45,15 @@ int64_t RealLocalMs() {
 }
 
 }  // namespace
+
+int64_t DaysFromCivil(int64_t y, unsigned m, unsigned d) {
+  y -= m <= 2;
+  const int64_t era = (y >= 0 ? y : y - 399) / 400;
+  const unsigned yoe = unsigned(y - era * 400);
+  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + int64_t(doe) - 719468;
+}
 
 void SetLocal(const SYSTEMTIME& t) {
   int64_t days = DaysFromCivil(t.wYear, t.wMonth, t.wDay);

@@ -17,6 +17,11 @@ SURVEYCAM_API void UseRealTime();
 SURVEYCAM_API bool IsFixed();
 // Milliseconds since 1970-01-01 00:00 local time (the device has one zone).
 SURVEYCAM_API int64_t NowMs();
+// The calendar of the clock (proleptic Gregorian, 64-bit day counts).
+// Days from 1970-01-01 to a civil date.
+SURVEYCAM_API int64_t DaysFromCivil(int64_t year, unsigned month, unsigned day);
+// The calendar time of milliseconds since 1970-01-01 00:00 (with the day of
+// the week); times before 1970 count back.
 SURVEYCAM_API SYSTEMTIME ToSystemTime(int64_t milliseconds);
 
 }  // namespace platform::clock

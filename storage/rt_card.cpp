@@ -7,6 +7,7 @@
 
 #include "platform/path_util.h"
 #include "storage/storage_messages.h"
+#include "platform/clock.h"
 #include "platform/file.h"
 #include "platform/fs.h"
 #include "platform/registry.h"
@@ -18,30 +19,11 @@ using platform::JoinPath;
 
 constexpr UINT kCopyChunk = 32 * 1024;
 
-// FILETIME (100 ns since 1601-01-01) to a calendar date, UTC.
+// FILETIME (100 ns since 1601-01-01) to a calendar date, UTC, whole seconds.
 SYSTEMTIME ToSystemTime(const FILETIME& ft) {
-  uint64_t ticks = (uint64_t(ft.dwHighDateTime) << 32) | ft.dwLowDateTime;
-  int64_t seconds = int64_t(ticks / 10000000ULL) - 11644473600LL;
-  int64_t days = seconds >= 0 ? seconds / 86400 : (seconds - 86399) / 86400;
-  int64_t rest = seconds - days * 86400;
-  // Civil date from days since 1970-01-01 (proleptic Gregorian).
-  int64_t z = days + 719468;
-  int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-  int64_t doe = z - era * 146097;
-  int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  int64_t mp = (5 * doy + 2) / 153;
-  int64_t day = doy - (153 * mp + 2) / 5 + 1;
-  int64_t month = mp < 10 ? mp + 3 : mp - 9;
-  SYSTEMTIME st{};
-  st.wYear = WORD(yoe + era * 400 + (month <= 2 ? 1 : 0));
-  st.wMonth = WORD(month);
-  st.wDay = WORD(day);
-  st.wDayOfWeek = WORD(((days % 7) + 11) % 7);  // 1970-01-01 was a Thursday (4)
-  st.wHour = WORD(rest / 3600);
-  st.wMinute = WORD(rest / 60 % 60);
-  st.wSecond = WORD(rest % 60);
-  return st;
+  const uint64_t ticks = (uint64_t(ft.dwHighDateTime) << 32) | ft.dwLowDateTime;
+  const int64_t seconds = int64_t(ticks / 10000000ULL) - 11644473600LL;
+  return platform::clock::ToSystemTime(seconds * 1000);
 }
 
 // Copies the bytes of `from` into a new file `to` chunk by chunk; false on

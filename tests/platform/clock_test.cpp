@@ -1,0 +1,45 @@
+// The clock's calendar: days from a civil date and back, over every day of
+// the years a FILETIME or SYSTEMTIME can hold.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+#include "platform/clock.h"
+
+namespace {
+
+using platform::clock::DaysFromCivil;
+using platform::clock::ToSystemTime;
+
+TEST(Calendar, HandWorkedDays) {
+  EXPECT_EQ(DaysFromCivil(1970, 1, 1), 0);
+  EXPECT_EQ(DaysFromCivil(1969, 12, 31), -1);
+  EXPECT_EQ(DaysFromCivil(2000, 3, 1), 11017);      // 10957 to 2000-01-01, then 31 + 29
+  EXPECT_EQ(DaysFromCivil(1900, 3, 1), -25508);     // 1900 is no leap year
+  EXPECT_EQ(DaysFromCivil(1601, 1, 1), -134774);    // the FILETIME epoch
+  EXPECT_EQ(DaysFromCivil(9999, 12, 31), 2932896);  // past 32-bit seconds
+}
+
+TEST(Calendar, EveryDayRoundTripsAndFollowsTheDayBefore) {
+  const int64_t first = DaysFromCivil(1601, 1, 1), last = DaysFromCivil(9999, 12, 31);
+  SYSTEMTIME before = ToSystemTime(first * 86400000 - 1);
+  EXPECT_EQ(before.wYear, 1600);
+  EXPECT_EQ(before.wMonth, 12);
+  EXPECT_EQ(before.wDay, 31);
+  EXPECT_EQ(before.wSecond, 59);
+  EXPECT_EQ(before.wMilliseconds, 999);
+  for (int64_t day = first; day <= last; ++day) {
+    const SYSTEMTIME t = ToSystemTime(day * 86400000 + 3723004);  // 01:02:03.004
+    ASSERT_EQ(DaysFromCivil(t.wYear, t.wMonth, t.wDay), day);
+    ASSERT_EQ(t.wDayOfWeek, (before.wDayOfWeek + 1) % 7) << day;
+    const bool nextDay = t.wDay == before.wDay + 1 && t.wMonth == before.wMonth && t.wYear == before.wYear;
+    const bool nextMonth =
+        t.wDay == 1 && (t.wMonth == before.wMonth + 1 || (t.wMonth == 1 && t.wYear == before.wYear + 1));
+    ASSERT_TRUE(nextDay || nextMonth) << day;
+    ASSERT_EQ(t.wHour * 10000000 + t.wMinute * 100000 + t.wSecond * 1000 + t.wMilliseconds, 10203004);
+    before = t;
+  }
+  EXPECT_EQ(ToSystemTime(DaysFromCivil(2024, 5, 3) * 86400000).wDayOfWeek, 5);  // a Friday
+}
+
+}  // namespace
