@@ -7,6 +7,7 @@
 
 #include "platform/afx_string.h"
 #include "platform/message_box.h"
+#include "platform/message_table.h"
 #include "platform/safe_file.h"
 #include "platform/text.h"
 #include "platform/wnd.h"
@@ -15,11 +16,6 @@ namespace {
 
 constexpr double kPi = 3.141592653589793;
 constexpr double kOneOver180 = 0.005555555555555556;
-
-// Message-table entries of the file errors.
-constexpr int kMsgFileRead = 6;
-constexpr int kMsgFileOpen = 8;
-constexpr int kMsgInvalidFile = 9;
 
 // Truncation toward zero as the device's conversion does it: values outside
 // the int range (and NaN) give INT_MIN instead of undefined behaviour.
@@ -104,7 +100,7 @@ int VKR3ZA_CALIB::ReadText1Line(CFile& f, char* buf) {
 int VKR3ZA_CALIB::Write(const wchar_t* path) {
   platform::SafeFile file;
   if (!file.Open(path, CFile::modeCreate | CFile::modeWrite)) {
-    Report(path, kMsgFileOpen);
+    Report(path, platform::kMsgFileOpen);
     return 0;
   }
   const double values[10] = {double(Ccd1CenterX),  double(Ccd1CenterY),
@@ -126,19 +122,19 @@ int VKR3ZA_CALIB::Write(const wchar_t* path) {
 int VKR3ZA_CALIB::Read(const wchar_t* path) {
   CFile file;
   if (!file.Open(path, CFile::modeRead)) {
-    Report(path, kMsgFileOpen);
+    Report(path, platform::kMsgFileOpen);
     return 0;
   }
   // A line can never be longer than the file, so this buffer cannot overflow.
   std::vector<char> line(size_t(file.GetLength()) + 1);
   if (ReadText1Line(file, line.data()) == 0) {
-    Report(path, kMsgInvalidFile);
+    Report(path, platform::kMsgInvalidFile);
     return 0;
   }
   CString header(platform::Utf8ToWide(line.data()).c_str());
   header.Trim();
   if (header.Compare(L"VKR3ZA_ORIENT_FILEVER1.0") != 0) {
-    Report(path, kMsgInvalidFile);
+    Report(path, platform::kMsgInvalidFile);
     return 0;
   }
   // A value line holding no number keeps the value scanned last; before the
@@ -146,7 +142,7 @@ int VKR3ZA_CALIB::Read(const wchar_t* path) {
   double value = double(Ccd1CenterX);
   for (int i = 0; i < 10; ++i) {
     if (ReadText1Line(file, line.data()) == 0 || platform::ScanA(line.data(), "%lf", &value) == EOF) {
-      Report(path, kMsgFileRead);
+      Report(path, platform::kMsgFileRead);
       return 0;
     }
     switch (i) {

@@ -6,7 +6,7 @@
 #include <new>
 #include <vector>
 
-#include "image/image_messages.h"
+#include "platform/message_table.h"
 #include "platform/faults.h"
 #include "platform/gdi.h"
 #include "platform/handles.h"
@@ -189,7 +189,7 @@ int CDib::Read(CFile* file) {
   BITMAPFILEHEADER fileHeader{};
   if (file->Read(&fileHeader, sizeof fileHeader) != sizeof fileHeader) return FALSE;
   if (fileHeader.bfType != DIB_HEADER_MARKER) {
-    image::ShowError(image::kMsgInvalidBitmap);
+    platform::ShowError(platform::kMsgInvalidBitmap);
     return FALSE;
   }
   const ULONGLONG length = file->GetLength();
@@ -246,7 +246,7 @@ void CDib::Empty() {
   if (m_headerAlloc == crtAlloc)
     delete[] reinterpret_cast<BYTE*>(m_infoHeader);
   else if (m_headerAlloc == heapAlloc)
-    image::ShowError(image::kMsgNotSupported);
+    platform::ShowError(platform::kMsgNotSupported);
   if (m_imageAlloc == crtAlloc) delete[] m_imageBits;
   if (m_palette) ::DeleteObject(m_palette);
   if (m_sectionBitmap) ::DeleteObject(m_sectionBitmap);

@@ -2,5 +2,4 @@
 // Public headers of image/.
 #include "image/dib.h"
 #include "image/dib_ex.h"
-#include "image/image_messages.h"
 #include "image/jpeg_interface.h"

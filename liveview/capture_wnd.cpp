@@ -5,12 +5,11 @@
 #include <algorithm>
 #include <new>
 
-#include "storage/storage_messages.h"
 #include "image/dib_ex.h"
-#include "image/image_messages.h"
 #include "liveview/frame_convert.h"
 #include "liveview/vcap.h"
 #include "platform/dc.h"
+#include "platform/message_table.h"
 #include "platform/device.h"
 #include "platform/faults.h"
 #include "platform/message_box.h"
@@ -45,9 +44,8 @@ CCaptureWnd::~CCaptureWnd() {
   // A window still alive is destroyed while this object is whole, so that
   // OnDestroy (timer) runs as the window's own handler.
   if (m_hWnd) DestroyWindow();
-  // Image and storage messages fall back to their English texts.
-  image::SetMessageSource(nullptr);
-  files::SetMessageSource(nullptr);
+  // Every subsystem's messages fall back to their English texts.
+  platform::SetMessageSource(nullptr);
   FreeMessageLists();
   if (m_pVCap) {
     m_pVCap->StopCapture();
@@ -101,10 +99,10 @@ LRESULT CCaptureWnd::OnInitCapture(WPARAM, LPARAM) {
   delete m_pVCap;
   m_pVCap = platform::fault::Check("alloc", "CVCap").fail ? nullptr : new (std::nothrow) CVCap;
   if (!m_pVCap) {
-    MessageBox(TableText(1), kErrorCaption, MB_OK);
+    MessageBox(TableText(platform::kMsgMemory), kErrorCaption, MB_OK);
     return -1;
   }
-  if (!m_pVCap->Open()) MessageBox(TableText(2), kErrorCaption, MB_OK);
+  if (!m_pVCap->Open()) MessageBox(TableText(platform::kMsgOpenCapture), kErrorCaption, MB_OK);
   m_pVCap->ReadCaptureEvent(&m_hCapEvent);
 
   m_StartParam = VCAP_START_PARAMETER{};
@@ -122,8 +120,8 @@ LRESULT CCaptureWnd::OnInitCapture(WPARAM, LPARAM) {
     disp.KeyColor2 = KeyColor2;
     disp.DispEnable = 1;
   }
-  if (!m_pVCap->SetCaptureDisplay(&m_DispParam[1])) MessageBox(TableText(3), kErrorCaption, MB_OK);
-  if (!m_pVCap->StartCapture(&m_StartParam)) MessageBox(TableText(4), kErrorCaption, MB_OK);
+  if (!m_pVCap->SetCaptureDisplay(&m_DispParam[1])) MessageBox(TableText(platform::kMsgSetCapture), kErrorCaption, MB_OK);
+  if (!m_pVCap->StartCapture(&m_StartParam)) MessageBox(TableText(platform::kMsgStartCapture), kErrorCaption, MB_OK);
   InitProjection();
   if (m_nMode == 5) InitOffset();
   InvalidateRect(nullptr, TRUE);
@@ -219,7 +217,7 @@ void CCaptureWnd::GetCapture(CDibEx& image) {
   if (m_pVCap->GetCaptureData(reinterpret_cast<BYTE*>(m_FrameBuf.data()), size)) {
     FrameToImage(m_FrameBuf.data(), m_nCapWidth, m_nCapHeight, image);
   } else {
-    AfxMessageBox(TableText(5));
+    AfxMessageBox(TableText(platform::kMsgRecordPicture));
   }
   m_pVCap->StartCapture(&m_StartParam);
 }
@@ -240,14 +238,14 @@ void CCaptureWnd::GetCaptureDisplay(CDibEx& image) {
   if (m_pVCap->GetCaptureData2(reinterpret_cast<BYTE*>(m_DispBuf.data()), width * height * 2, &rect, 1)) {
     FrameToImage(m_DispBuf.data(), width, height, image);
   } else {
-    AfxMessageBox(TableText(5));
+    AfxMessageBox(TableText(platform::kMsgRecordPicture));
   }
   m_pVCap->StartCapture(&m_StartParam);
 }
 
 void CCaptureWnd::FrameToImage(const WORD* pixels, int width, int height, CDibEx& image) {
   if (!image.Create(CSize(width, height), 24, 0, FALSE, -1) || !image.m_imageBits) {
-    MessageBox(TableText(1), kErrorCaption, MB_OK);
+    MessageBox(TableText(platform::kMsgMemory), kErrorCaption, MB_OK);
     return;
   }
   ConvertFrame(pixels, width, height, image.m_imageBits, int(image.GetByteWidth()));

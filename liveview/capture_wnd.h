@@ -17,7 +17,7 @@
 //    station is metres, the camera model millimetres;
 //  - public operations return 1/0 (window handlers 0/-1) and report failures
 //    that the operator must see in message boxes with texts of the message
-//    table (m_pMessage, indices 0..23).
+//    table (m_pMessage, indices 0..23 of platform/message_table.h).
 //
 // The class is implemented across several sources by concern:
 // capture_wnd.cpp (lifecycle, frame loop, grabs), capture_wnd_zoom.cpp (zoom,
@@ -39,6 +39,7 @@
 #include "platform/capture_records.h"
 #include "platform/export.h"
 #include "platform/kvo_array.h"
+#include "platform/message_table.h"
 #include "platform/point.h"
 #include "platform/rect.h"
 #include "platform/types.h"
@@ -63,7 +64,7 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
   static constexpr UINT kFrameTimerId = 2025;
   static constexpr UINT kFrameTimerPeriodMs = 200;
   static constexpr UINT kControlId = 2024;
-  static constexpr int kMessageCount = 24;
+  static constexpr int kMessageCount = platform::kMessageCount;
 
   CCaptureWnd();
   ~CCaptureWnd() override;

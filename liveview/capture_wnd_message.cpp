@@ -1,5 +1,6 @@
 // CCaptureWnd: the message table. Every text the library shows comes from it
-// by index; it is built in English and translated by the language file
+// by index; it is built from the library's English texts
+// (platform/message_table.h) and translated by the language file
 // "\windows\DispImgMsg.txt", which pairs each English text with its
 // translation.
 //
@@ -13,44 +14,15 @@
 #include <new>
 #include <vector>
 
-#include "storage/storage_messages.h"
-#include "image/image_messages.h"
 #include "liveview/capture_wnd.h"
 #include "platform/faults.h"
 #include "platform/file.h"
+#include "platform/message_table.h"
 #include "platform/text.h"
 
 namespace {
 
 constexpr wchar_t kLanguageFile[] = L"\\windows\\DispImgMsg.txt";
-
-// The built-in texts by message index; E-510 and E-518 do not exist.
-constexpr const wchar_t* kEnglish[CCaptureWnd::kMessageCount] = {
-    L"Please specify within the limit.",
-    L"Memory Error. E-500",
-    L"OpenCapture Error! E-501",
-    L"SetCapture Error! E-502",
-    L"StartCapture Error! E-503",
-    L"Record of a picture went wrong. E-504",
-    L"File Read Error. E-505",
-    L"A capture creation mistake was made. E-506",
-    L"File Open Error. E-507",
-    L"Invalid File. E-508",
-    L"The unjust value is set as one of a machine point and the back viewpoints. E-509",
-    L"Reading of a camera setting file went wrong. E-511",
-    L"File Write Error. E-512",
-    L"Invalid bitmap file. E-513",
-    L"Not Supported in WinCE. E-514",
-    L"JPEG Fatal Error. E-515",
-    L"JpegFile :Out of memory. E-516",
-    L"Font Error. E-517",
-    L"The card is not mounted. E-519",
-    L"It is a copy error. E-520",
-    L"Folder maked error. E-521",
-    L"Saved OK.",
-    L"Jpg Write Error. E-522",
-    L"The capacity of the memory doesn't suffice. E-523",
-};
 
 // One line of code units as an owned C string: cut at the first CR (and at a
 // NUL, where the C string would end), decoded, brackets stripped.
@@ -87,13 +59,11 @@ void CCaptureWnd::FreeMessageLists() {
 void CCaptureWnd::InitAppUseMessage() {
   m_EngMessage.Src.RemoveAll();
   m_pMessage->Src.RemoveAll();
-  for (const wchar_t* text : kEnglish) m_EngMessage.Src.Add(text);
+  for (int i = 0; i < kMessageCount; ++i) m_EngMessage.Src.Add(platform::EnglishMessage(i));
   m_pMessage->Src.Copy(m_EngMessage.Src);
-  // The image and storage classes show their errors from this table too, so
-  // a translated table changes every message at once.
-  auto table = [this](int index) { return TableText(index); };
-  image::SetMessageSource(table);
-  files::SetMessageSource(table);
+  // Every subsystem shows its errors from this table, so a translated table
+  // changes every message at once.
+  platform::SetMessageSource([this](int index) { return TableText(index); });
 }
 
 // Appends the file's lines to the two lists of m_StMessage. 1 when the file
@@ -138,7 +108,7 @@ void CCaptureWnd::InitMessage(StMessage& pairs) {
 
 int CCaptureWnd::GetImageLangCode() {
   if (!GetLangCode()) {
-    MessageBox(TableText(6), L"ERROR", MB_OK);
+    MessageBox(TableText(platform::kMsgFileRead), L"ERROR", MB_OK);
     return 0;
   }
   InitAppUseMessage();

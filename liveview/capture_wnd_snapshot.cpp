@@ -12,15 +12,11 @@
 #include "platform/clock.h"
 #include "platform/fs.h"
 #include "platform/message_box.h"
+#include "platform/message_table.h"
 #include "platform/registry.h"
 #include "platform/text.h"
 
 namespace {
-
-constexpr int kMsgFolderError = 20;  // "Folder maked error. E-521"
-constexpr int kMsgSavedOk = 21;      // "Saved OK."
-constexpr int kMsgJpgError = 22;     // "Jpg Write Error. E-522"
-constexpr int kMsgCardFull = 23;     // "The capacity of the memory doesn't suffice. E-523"
 
 constexpr uint64_t kFreeForJpegFolder = 104448;
 constexpr uint64_t kFreeForDayFolder = 103424;
@@ -99,11 +95,11 @@ int CCaptureWnd::WriteJpeg() {
   auto make_folder = [this](const CString& path, uint64_t needed) {
     if (IsFolder(path)) return true;
     if (!EnoughSpace(path, needed)) {
-      MessageBox(TableText(kMsgCardFull), L"ERROR", MB_OK);
+      MessageBox(TableText(platform::kMsgCardFull), L"ERROR", MB_OK);
       return false;
     }
     if (!CreateDirectoryW(path.c_str(), nullptr)) {
-      MessageBox(TableText(kMsgFolderError), L"ERROR", MB_OK);
+      MessageBox(TableText(platform::kMsgFolderError), L"ERROR", MB_OK);
       return false;
     }
     return true;
@@ -113,7 +109,7 @@ int CCaptureWnd::WriteJpeg() {
   folder += day_folder;
   if (!make_folder(folder, kFreeForDayFolder)) return 0;
   if (!EnoughSpace(folder, kFreeForFile)) {
-    MessageBox(TableText(kMsgCardFull), L"ERROR", MB_OK);
+    MessageBox(TableText(platform::kMsgCardFull), L"ERROR", MB_OK);
     return 0;
   }
   CString path = folder + L"\\" + file_name;
@@ -124,10 +120,10 @@ int CCaptureWnd::WriteJpeg() {
   if (image.WriteJPEG(path)) {
     image.Empty();
     EndWaitCursor();
-    MessageBox(TableText(kMsgSavedOk), nullptr, MB_ICONINFORMATION);
+    MessageBox(TableText(platform::kMsgSavedOk), nullptr, MB_ICONINFORMATION);
     return 1;
   }
-  MessageBox(TableText(kMsgJpgError), L"ERROR", MB_OK);
+  MessageBox(TableText(platform::kMsgJpgWrite), L"ERROR", MB_OK);
   EndWaitCursor();
   image.Empty();
   return 0;

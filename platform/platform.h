@@ -14,7 +14,7 @@
 #include "platform/kvo_string.h"
 #include "platform/kvo_utils.h"
 #include "platform/message_box.h"
-#include "platform/message_route.h"
+#include "platform/message_table.h"
 #include "platform/st_message.h"
 #include "platform/modules.h"
 #include "platform/object.h"

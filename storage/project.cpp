@@ -11,7 +11,7 @@
 #include "platform/path_util.h"
 #include "pointfiles/point_files.h"
 #include "storage/rt_card.h"
-#include "storage/storage_messages.h"
+#include "platform/message_table.h"
 #include "platform/text_file.h"
 #include "platform/fs.h"
 #include "platform/text.h"
@@ -131,7 +131,7 @@ CProject::~CProject() = default;
 void CProject::SetRootFolder(const wchar_t* folder) { m_strRoot = platform::TrimSeparator(folder); }
 
 int CProject::Fail(int message) {
-  if (m_bShowMessage) files::ShowError(message);
+  if (m_bShowMessage) platform::ShowError(message);
   return 0;
 }
 
@@ -150,20 +150,20 @@ void CProject::Close() {
 
 int CProject::WriteIndex() {
   std::string text = FormatIndex(m_strName, m_bHasCamera != 0, m_Photos);
-  if (!platform::WriteFileSafely(GetFilePath(kIndex), text)) return Fail(files::kMsgFileWrite);
+  if (!platform::WriteFileSafely(GetFilePath(kIndex), text)) return Fail(platform::kMsgFileWrite);
   if (!platform::WriteFileSafely(GetFilePath(kBackup), text)) {
     // The caller keeps its previous state on 0: the index goes back to what
     // the untouched backup holds, so the next open does not see a change
     // that was reported as failed.
     std::string previous;
     if (platform::ReadWholeFile(GetFilePath(kBackup), previous)) platform::WriteFileSafely(GetFilePath(kIndex), previous);
-    return Fail(files::kMsgFileWrite);
+    return Fail(platform::kMsgFileWrite);
   }
   return 1;
 }
 
 int CProject::Create(const wchar_t* name) {
-  if (!name || !IsPlainName(name)) return Fail(files::kMsgFolderError);
+  if (!name || !IsPlainName(name)) return Fail(platform::kMsgFolderError);
   // Make the root folder and its missing parents, outermost first.
   std::vector<CString> missing;
   for (CString part = m_strRoot; part.GetLength() > 1 && !platform::PathIsFolder(part); part = platform::ParentPath(part))
@@ -171,7 +171,7 @@ int CProject::Create(const wchar_t* name) {
   for (auto it = missing.rbegin(); it != missing.rend(); ++it) CreateDirectoryW(*it, nullptr);
   CString folder = ProjectFolder(name);
   if (GetFileAttributesW(folder) != INVALID_FILE_ATTRIBUTES || !CreateDirectoryW(folder, nullptr))
-    return Fail(files::kMsgFolderError);
+    return Fail(platform::kMsgFolderError);
   Close();
   m_strName = name;
   m_bOpen = 1;
@@ -226,7 +226,7 @@ int CProject::ParseIndex(const char* text, int length) {
 }
 
 int CProject::Open(const wchar_t* name) {
-  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name))) return Fail(files::kMsgFileOpen);
+  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name))) return Fail(platform::kMsgFileOpen);
   Close();
   CString folder = ProjectFolder(name);
   std::string bytes;
@@ -237,11 +237,11 @@ int CProject::Open(const wchar_t* name) {
                      ParseIndex(bytes.data(), int(bytes.size()));
     if (!backup_ok) {
       Close();
-      return Fail(files::kMsgInvalidFile);
+      return Fail(platform::kMsgInvalidFile);
     }
     if (!platform::WriteFileSafely(platform::JoinPath(folder, kIndex), bytes)) {
       Close();
-      return Fail(files::kMsgFileWrite);
+      return Fail(platform::kMsgFileWrite);
     }
   }
   // The folder's name is the project's name, whatever the index says.
@@ -256,8 +256,8 @@ int CProject::RestoreIndex() {
   CProject probe;
   probe.m_bShowMessage = 0;
   if (!platform::ReadWholeFile(GetFilePath(kBackup), bytes) || !probe.ParseIndex(bytes.data(), int(bytes.size())))
-    return Fail(files::kMsgInvalidFile);
-  if (!platform::WriteFileSafely(GetFilePath(kIndex), bytes)) return Fail(files::kMsgFileWrite);
+    return Fail(platform::kMsgInvalidFile);
+  if (!platform::WriteFileSafely(GetFilePath(kIndex), bytes)) return Fail(platform::kMsgFileWrite);
   m_bHasCamera = probe.m_bHasCamera;
   m_Photos.Copy(probe.m_Photos);
   return 1;
@@ -281,10 +281,10 @@ int CProject::List(CStringArray& names) {
 
 int CProject::Rename(const wchar_t* from, const wchar_t* to) {
   if (!from || !to || !IsPlainName(from) || !IsPlainName(to) || !platform::PathIsFolder(ProjectFolder(from)))
-    return Fail(files::kMsgFileOpen);
+    return Fail(platform::kMsgFileOpen);
   if (GetFileAttributesW(ProjectFolder(to)) != INVALID_FILE_ATTRIBUTES ||
       !MoveFileW(ProjectFolder(from), ProjectFolder(to))) {
-    return Fail(files::kMsgFolderError);
+    return Fail(platform::kMsgFolderError);
   }
   CProject renamed;
   renamed.m_bShowMessage = m_bShowMessage;
@@ -302,9 +302,9 @@ int CProject::Rename(const wchar_t* from, const wchar_t* to) {
 }
 
 int CProject::Delete(const wchar_t* name) {
-  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name))) return Fail(files::kMsgFileOpen);
+  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name))) return Fail(platform::kMsgFileOpen);
   if (m_bOpen && m_strName == name) Close();
-  if (!platform::DeleteTree(ProjectFolder(name))) return Fail(files::kMsgFileWrite);
+  if (!platform::DeleteTree(ProjectFolder(name))) return Fail(platform::kMsgFileWrite);
   return 1;
 }
 
@@ -322,7 +322,7 @@ int CProject::AddPhoto(const wchar_t* jpegPath, CString& name) {
     candidate.Format(L"P%03d", n);
     if (FindPhoto(candidate) < 0) photo = candidate;
   }
-  if (!IsPlainName(photo.str()) || FindPhoto(photo) >= 0) return Fail(files::kMsgCopyError);
+  if (!IsPlainName(photo.str()) || FindPhoto(photo) >= 0) return Fail(platform::kMsgCopyError);
   PROJECT_PHOTO files_of = PhotoFiles(photo);
   CRTCard card;
   card.m_bShowMessage = m_bShowMessage;
@@ -353,7 +353,7 @@ int CProject::RemovePhoto(const wchar_t* name) {
 int CProject::SetImagePoints(const wchar_t* photo, CSize& size, CKvoArray<CXYZ, CXYZ&>& points) {
   int i = FindPhoto(photo);
   if (!RequireOpen() || i < 0) return 0;
-  if (!WriteImcFile(GetFilePath(m_Photos[i].Imc), m_Photos[i].Name, size, points)) return Fail(files::kMsgFileWrite);
+  if (!WriteImcFile(GetFilePath(m_Photos[i].Imc), m_Photos[i].Name, size, points)) return Fail(platform::kMsgFileWrite);
   return 1;
 }
 
@@ -366,7 +366,7 @@ int CProject::GetImagePoints(const wchar_t* photo, CSize& size, CKvoArray<CXYZ, 
 
 int CProject::SetControlPoints(CKvoArray<CXYZ, CXYZ&>& points) {
   if (!RequireOpen()) return 0;
-  if (!WriteCSVFile(GetFilePath(kControl), points, /*append=*/0)) return Fail(files::kMsgFileWrite);
+  if (!WriteCSVFile(GetFilePath(kControl), points, /*append=*/0)) return Fail(platform::kMsgFileWrite);
   return 1;
 }
 
@@ -378,7 +378,7 @@ int CProject::GetControlPoints(CKvoArray<CXYZ, CXYZ&>& points) {
 int CProject::SetCamera(CCamera& camera) {
   if (!RequireOpen()) return 0;
   const CString path = GetFilePath(kCamera);
-  if (!camera.Write(path) || !HoldsCamera(path, camera)) return Fail(files::kMsgFileWrite);
+  if (!camera.Write(path) || !HoldsCamera(path, camera)) return Fail(platform::kMsgFileWrite);
   if (!m_bHasCamera) {
     m_bHasCamera = 1;
     if (!WriteIndex()) {
@@ -403,7 +403,7 @@ int CProject::SolveDLT(const wchar_t* photo, CDLT& dlt) {
   CDLT solved;
   if (!solved.Solve(control, image)) return 0;
   solved.Name = m_Photos[i].Name;
-  if (!solved.Write(GetFilePath(m_Photos[i].Dlt))) return Fail(files::kMsgFileWrite);
+  if (!solved.Write(GetFilePath(m_Photos[i].Dlt))) return Fail(platform::kMsgFileWrite);
   dlt = solved;
   return 1;
 }
@@ -456,7 +456,7 @@ int CProject::IntersectAll(CKvoArray<CXYZ, CXYZ&>& points) {
     CXYZ point;
     if (SolveRays(rays, name, point)) results.Add(point);
   }
-  if (!WriteCSVFile(GetFilePath(kResult), results, /*append=*/0)) return Fail(files::kMsgFileWrite);
+  if (!WriteCSVFile(GetFilePath(kResult), results, /*append=*/0)) return Fail(platform::kMsgFileWrite);
   points.Copy(results);
   return 1;
 }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/path_util.h"
-#include "storage/storage_messages.h"
+#include "platform/message_table.h"
 #include "platform/clock.h"
 #include "platform/file.h"
 #include "platform/fs.h"
@@ -148,14 +148,14 @@ int CRTCard::IsFolder(const wchar_t* path) { return path && platform::PathIsFold
 int CRTCard::IsFile(const wchar_t* path) { return path && platform::PathIsFile(path) ? 1 : 0; }
 
 int CRTCard::Fail(int message) {
-  if (m_bShowMessage) files::ShowError(message);
+  if (m_bShowMessage) platform::ShowError(message);
   return 0;
 }
 
 bool CRTCard::CheckCard(const wchar_t* a, const wchar_t* b) {
   bool on_card = (a && IsCardPath(a)) || (b && IsCardPath(b));
   if (on_card && !IsMounted()) {
-    Fail(files::kMsgNotMounted);
+    Fail(platform::kMsgNotMounted);
     return false;
   }
   return true;
@@ -164,7 +164,7 @@ bool CRTCard::CheckCard(const wchar_t* a, const wchar_t* b) {
 bool CRTCard::CheckSpace(const wchar_t* folder, ULONGLONG needed) {
   ULARGE_INTEGER available{};
   if (!GetDiskFreeSpaceExW(folder, &available, nullptr, nullptr) || available.QuadPart < needed) {
-    Fail(files::kMsgCardFull);
+    Fail(platform::kMsgCardFull);
     return false;
   }
   return true;
@@ -219,21 +219,21 @@ int CRTCard::GetFolderSize(const wchar_t* folder, ULONGLONG& bytes) {
 }
 
 int CRTCard::CopyFile(const wchar_t* from, const wchar_t* to) {
-  if (!from || !to || !*from || !*to) return Fail(files::kMsgCopyError);
+  if (!from || !to || !*from || !*to) return Fail(platform::kMsgCopyError);
   if (!CheckCard(from, to)) return 0;
   CString source = platform::TrimSeparator(from), target = platform::TrimSeparator(to);
   if (source == target || !platform::PathIsFile(source) || !platform::PathIsFolder(platform::ParentPath(target)) ||
       platform::PathIsFolder(target)) {
-    return Fail(files::kMsgCopyError);
+    return Fail(platform::kMsgCopyError);
   }
   ULONGLONG size = 0;
   {
     CFile file;
-    if (!file.Open(source, CFile::modeRead | CFile::shareDenyNone)) return Fail(files::kMsgCopyError);
+    if (!file.Open(source, CFile::modeRead | CFile::shareDenyNone)) return Fail(platform::kMsgCopyError);
     size = file.GetLength();
   }
   if (!CheckSpace(platform::ParentPath(target), size)) return 0;
-  if (!CopyOneFile(source, target)) return Fail(files::kMsgCopyError);
+  if (!CopyOneFile(source, target)) return Fail(platform::kMsgCopyError);
   return 1;
 }
 
@@ -241,22 +241,22 @@ int CRTCard::MoveFile(const wchar_t* from, const wchar_t* to) {
   if (!CopyFile(from, to)) return 0;
   if (!DeleteFileW(from)) {
     DeleteFileW(to);
-    return Fail(files::kMsgCopyError);
+    return Fail(platform::kMsgCopyError);
   }
   return 1;
 }
 
 int CRTCard::CopyFolder(const wchar_t* from, const wchar_t* to) {
-  if (!from || !to || !*from || !*to) return Fail(files::kMsgCopyError);
+  if (!from || !to || !*from || !*to) return Fail(platform::kMsgCopyError);
   if (!CheckCard(from, to)) return 0;
   CString source = platform::TrimSeparator(from), target = platform::TrimSeparator(to);
   if (!platform::PathIsFolder(source) || GetFileAttributesW(target) != INVALID_FILE_ATTRIBUTES ||
       !platform::PathIsFolder(platform::ParentPath(target)) || IsUnder(target, source)) {
-    return Fail(files::kMsgCopyError);
+    return Fail(platform::kMsgCopyError);
   }
   std::vector<TreeEntry> entries;
   ULONGLONG bytes = 0;
-  if (!WalkTree(source, CString(), entries, bytes)) return Fail(files::kMsgCopyError);
+  if (!WalkTree(source, CString(), entries, bytes)) return Fail(platform::kMsgCopyError);
   if (!CheckSpace(platform::ParentPath(target), bytes)) return 0;
   bool ok = CreateDirectoryW(target, nullptr) != FALSE;
   for (size_t i = 0; ok && i < entries.size(); ++i) {
@@ -266,14 +266,14 @@ int CRTCard::CopyFolder(const wchar_t* from, const wchar_t* to) {
   }
   if (!ok) {
     if (platform::PathIsFolder(target)) platform::DeleteTree(target);
-    return Fail(files::kMsgCopyError);
+    return Fail(platform::kMsgCopyError);
   }
   return 1;
 }
 
 int CRTCard::MoveFolder(const wchar_t* from, const wchar_t* to) {
   if (!CopyFolder(from, to)) return 0;
-  if (!platform::DeleteTree(platform::TrimSeparator(from))) return Fail(files::kMsgCopyError);
+  if (!platform::DeleteTree(platform::TrimSeparator(from))) return Fail(platform::kMsgCopyError);
   return 1;
 }
 

@@ -12,7 +12,7 @@
 // its source only after the destination is complete. Before a transfer starts,
 // the sum of the sizes to copy is compared with the free bytes at the
 // destination. Failures show a message box (caption "ERROR") with an entry of
-// the library's message table (storage/storage_messages.h) and return 0:
+// the library's message table (platform/message_table.h) and return 0:
 //   E-519 a path lies on the card and the card is not mounted,
 //   E-520 the transfer itself failed (missing source, read or write error,
 //         rename refused; nothing of the destination stays),

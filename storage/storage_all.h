@@ -3,4 +3,3 @@
 #include "storage/photogrammetry_job.h"
 #include "storage/project.h"
 #include "storage/rt_card.h"
-#include "storage/storage_messages.h"

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "devices/devices.h"
-#include "storage/storage_messages.h"
+#include "platform/message_table.h"
 #include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
 #include "platform/desktop.h"
@@ -47,40 +47,14 @@ class MessageTest : public testing_support::DeviceTest {
   std::unique_ptr<CCaptureWnd> view_;
 };
 
-TEST_F(MessageTest, EnglishTableHoldsTheTwentyFourTextsByIndex) {
+TEST_F(MessageTest, BuildsTheLibraryEnglishTableByIndex) {
   EXPECT_EQ(view_->m_pMessage->GetSize(), 0) << "empty until the host builds it";
   view_->InitAppUseMessage();
-  const wchar_t* expected[] = {
-      L"Please specify within the limit.",
-      L"Memory Error. E-500",
-      L"OpenCapture Error! E-501",
-      L"SetCapture Error! E-502",
-      L"StartCapture Error! E-503",
-      L"Record of a picture went wrong. E-504",
-      L"File Read Error. E-505",
-      L"A capture creation mistake was made. E-506",
-      L"File Open Error. E-507",
-      L"Invalid File. E-508",
-      L"The unjust value is set as one of a machine point and the back viewpoints. E-509",
-      L"Reading of a camera setting file went wrong. E-511",
-      L"File Write Error. E-512",
-      L"Invalid bitmap file. E-513",
-      L"Not Supported in WinCE. E-514",
-      L"JPEG Fatal Error. E-515",
-      L"JpegFile :Out of memory. E-516",
-      L"Font Error. E-517",
-      L"The card is not mounted. E-519",
-      L"It is a copy error. E-520",
-      L"Folder maked error. E-521",
-      L"Saved OK.",
-      L"Jpg Write Error. E-522",
-      L"The capacity of the memory doesn't suffice. E-523",
-  };
   ASSERT_EQ(view_->m_pMessage->GetSize(), 24);
   ASSERT_EQ(view_->m_EngMessage.GetSize(), 24);
   for (int i = 0; i < 24; ++i) {
-    EXPECT_EQ(Table(i), expected[i]) << i;
-    EXPECT_EQ(std::wstring(view_->m_EngMessage.Text(i)), expected[i]) << i;
+    EXPECT_EQ(Table(i), platform::EnglishMessage(i)) << i;
+    EXPECT_EQ(std::wstring(view_->m_EngMessage.Text(i)), platform::EnglishMessage(i)) << i;
   }
   view_->InitAppUseMessage();
   EXPECT_EQ(view_->m_pMessage->GetSize(), 24) << "rebuilding does not append";
@@ -217,10 +191,10 @@ TEST_F(MessageTest, ImageAndCardErrorsUseTheTranslatedTable) {
   EXPECT_EQ(dib.ReadBMP(path), 0);
   ASSERT_GE(boxes_.size(), 1u);
   EXPECT_EQ(boxes_.LastText(), L"Ungueltige Bitmap E-513");
-  EXPECT_EQ(std::wstring(files::MessageText(files::kMsgNotMounted)), L"Keine Karte E-519");
+  EXPECT_EQ(std::wstring(platform::MessageText(platform::kMsgNotMounted)), L"Keine Karte E-519");
 
   view_.reset();
-  EXPECT_EQ(std::wstring(files::MessageText(files::kMsgNotMounted)), L"The card is not mounted. E-519");
+  EXPECT_EQ(std::wstring(platform::MessageText(platform::kMsgNotMounted)), L"The card is not mounted. E-519");
 }
 
 }  // namespace

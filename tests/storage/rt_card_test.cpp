@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-#include "storage/storage_messages.h"
+#include "platform/message_table.h"
 #include "platform/faults.h"
 #include "platform/fs.h"
 #include "platform/registry.h"
@@ -304,14 +304,14 @@ TEST_F(RTCardTest, FolderCopyInterruptedPartWayLeavesNoDestination) {
 }
 
 TEST_F(RTCardTest, TranslatedMessagesComeFromTheInstalledSource) {
-  auto previous = files::SetMessageSource([](int index) -> const wchar_t* {
-    return index == files::kMsgNotMounted ? L"Karte fehlt. E-519" : nullptr;
+  auto previous = platform::SetMessageSource([](int index) -> const wchar_t* {
+    return index == platform::kMsgNotMounted ? L"Karte fehlt. E-519" : nullptr;
   });
   Put(L"\\IMG_MAIN\\p1.jpg", "abc");
   EXPECT_EQ(card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), 0);
-  files::SetMessageSource(previous);
+  platform::SetMessageSource(previous);
   ExpectBox(L"Karte fehlt. E-519");
-  EXPECT_STREQ(files::MessageText(files::kMsgCopyError), L"It is a copy error. E-520");
+  EXPECT_STREQ(platform::MessageText(platform::kMsgCopyError), L"It is a copy error. E-520");
 }
 
 }  // namespace
