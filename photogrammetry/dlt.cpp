@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "camera/least_sq.h"
+#include "platform/safe_file.h"
 #include "platform/text_file.h"
 #include "platform/text.h"
 
@@ -238,7 +239,7 @@ int CDLT::Write(const wchar_t* path) {
             platform::ExactNumber(v.Y) + "\n";
   }
   text += "end\n";
-  return platform::WriteFileSafely(path, text) ? 1 : 0;
+  return platform::SafeFile::WriteAll(path, text) ? 1 : 0;
 }
 
 int CDLT::Read(const wchar_t* path) {

@@ -13,6 +13,7 @@
 // "file.write" (which see the temporary path): "file.flush" and
 // "file.rename", both in Commit.
 #include <string>
+#include <string_view>
 
 #include "platform/export.h"
 #include "platform/file.h"
@@ -40,6 +41,9 @@ class SURVEYCAM_API SafeFile : public CFile {
   static std::wstring TempPath(const wchar_t* path);
   // Replaces the file at `path` with `bytes` in one safe save.
   static BOOL WriteAll(const wchar_t* path, const void* bytes, size_t count);
+  static BOOL WriteAll(const wchar_t* path, std::string_view bytes) {
+    return WriteAll(path, bytes.data(), bytes.size());
+  }
   // Whether Commit waits until the bytes and the rename are on the disk
   // (fsync). On by default; test suites that save thousands of times may
   // switch it off (the order of write, flush and rename stays the same);

@@ -3,9 +3,7 @@
 
 #include <cmath>
 
-#include "platform/path_util.h"
 #include "platform/file.h"
-#include "platform/fs.h"
 #include "platform/text.h"
 
 namespace platform {
@@ -19,34 +17,6 @@ bool ReadWholeFile(const wchar_t* path, std::string& bytes) {
   if (length && file.Read(data.data(), UINT(length)) != UINT(length)) return false;
   bytes = std::move(data);
   return true;
-}
-
-bool WriteFileSafely(const wchar_t* path, const std::string& bytes) {
-  if (!path || !*path) return false;
-  CString temp = CString(path) + L".tmp";
-  bool written = false;
-  {
-    CFile file;
-    if (file.Open(temp, CFile::modeCreate | CFile::modeWrite)) {
-      written = (bytes.empty() || file.Write(bytes.data(), UINT(bytes.size()))) && file.Flush() &&
-                file.GetLength() == bytes.size();
-    }
-  }
-  if (written && PathIsFile(path)) {
-    // The old file goes only once the new one is complete.
-    CString old = CString(path) + L".old";
-    DeleteFileW(old);
-    written = MoveFileW(path, old) != FALSE;
-    if (written && !MoveFileW(temp, path)) {
-      MoveFileW(old, path);
-      written = false;
-    }
-    if (written) DeleteFileW(old);
-  } else if (written) {
-    written = MoveFileW(temp, path) != FALSE;
-  }
-  if (!written) DeleteFileW(temp);
-  return written;
 }
 
 std::vector<std::string_view> SplitLines(std::string_view text) {

@@ -1,8 +1,8 @@
 #pragma once
 // Whole-file text helpers for the project files (internal to the library): read a
-// file into memory with a size cap, write a file safely (temporary name, then
-// rename over the old one), split lines and fields, read numbers with '.' as
-// the decimal point whatever the locale.
+// file into memory with a size cap, split lines and fields, read numbers with
+// '.' as the decimal point whatever the locale. Whole files are written with
+// platform::SafeFile (platform/safe_file.h).
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,9 +15,6 @@ inline constexpr unsigned kMaxTextFile = 4u * 1024 * 1024;
 // Reads the whole file; false when it cannot be opened or read, or is larger
 // than kMaxTextFile.
 bool ReadWholeFile(const wchar_t* path, std::string& bytes);
-// Writes `bytes` to "<path>.tmp", checks its length, then replaces `path`
-// with it; false (and no temporary left) on any failure, `path` unchanged.
-bool WriteFileSafely(const wchar_t* path, const std::string& bytes);
 // Lines without their LF (and a CR before it); a last line without LF counts.
 std::vector<std::string_view> SplitLines(std::string_view text);
 // Fields separated by tabs.

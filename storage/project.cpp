@@ -12,6 +12,7 @@
 #include "pointfiles/point_files.h"
 #include "storage/rt_card.h"
 #include "platform/message_table.h"
+#include "platform/safe_file.h"
 #include "platform/text_file.h"
 #include "platform/fs.h"
 #include "platform/text.h"
@@ -150,13 +151,14 @@ void CProject::Close() {
 
 int CProject::WriteIndex() {
   std::string text = FormatIndex(m_strName, m_bHasCamera != 0, m_Photos);
-  if (!platform::WriteFileSafely(GetFilePath(kIndex), text)) return Fail(platform::kMsgFileWrite);
-  if (!platform::WriteFileSafely(GetFilePath(kBackup), text)) {
+  if (!platform::SafeFile::WriteAll(GetFilePath(kIndex), text)) return Fail(platform::kMsgFileWrite);
+  if (!platform::SafeFile::WriteAll(GetFilePath(kBackup), text)) {
     // The caller keeps its previous state on 0: the index goes back to what
     // the untouched backup holds, so the next open does not see a change
     // that was reported as failed.
     std::string previous;
-    if (platform::ReadWholeFile(GetFilePath(kBackup), previous)) platform::WriteFileSafely(GetFilePath(kIndex), previous);
+    if (platform::ReadWholeFile(GetFilePath(kBackup), previous))
+      platform::SafeFile::WriteAll(GetFilePath(kIndex), previous);
     return Fail(platform::kMsgFileWrite);
   }
   return 1;
@@ -239,7 +241,7 @@ int CProject::Open(const wchar_t* name) {
       Close();
       return Fail(platform::kMsgInvalidFile);
     }
-    if (!platform::WriteFileSafely(platform::JoinPath(folder, kIndex), bytes)) {
+    if (!platform::SafeFile::WriteAll(platform::JoinPath(folder, kIndex), bytes)) {
       Close();
       return Fail(platform::kMsgFileWrite);
     }
@@ -257,7 +259,7 @@ int CProject::RestoreIndex() {
   probe.m_bShowMessage = 0;
   if (!platform::ReadWholeFile(GetFilePath(kBackup), bytes) || !probe.ParseIndex(bytes.data(), int(bytes.size())))
     return Fail(platform::kMsgInvalidFile);
-  if (!platform::WriteFileSafely(GetFilePath(kIndex), bytes)) return Fail(platform::kMsgFileWrite);
+  if (!platform::SafeFile::WriteAll(GetFilePath(kIndex), bytes)) return Fail(platform::kMsgFileWrite);
   m_bHasCamera = probe.m_bHasCamera;
   m_Photos.Copy(probe.m_Photos);
   return 1;

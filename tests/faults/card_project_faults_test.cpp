@@ -12,6 +12,7 @@
 #include "storage/project.h"
 #include "storage/rt_card.h"
 #include "platform/registry.h"
+#include "platform/safe_file.h"
 #include "tests/faults/fault_matrix.h"
 
 namespace {
@@ -320,7 +321,7 @@ class ProjectFaults : public CardProjectFaults {
   void ExpectIndexKept() const {
     EXPECT_EQ(SiteFile(L"project.hdr"), index_);
     EXPECT_EQ(SiteFile(L"project.bkh"), index_);
-    EXPECT_FALSE(SiteHas(L"project.hdr.tmp"));
+    EXPECT_FALSE(Exists(platform::SafeFile::TempPath(SitePath(L"project.hdr").c_str()).c_str()));
   }
 
   CProject project_;
@@ -359,8 +360,8 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
          }});
   Drill({"CProject::Rename", restore, [&] { return project_.Rename(L"Site", L"Site2"); },
          [&](const Faulted& f) {
-           // Unchecked clean-ups, or an index read that the backup stands in for.
-           if (f.point == "fs.delete" || (f.point == "file.open" && f.skip == 0)) {
+           // An index read that the backup stands in for.
+           if (f.point == "file.open" && f.skip == 0) {
              EXPECT_EQ(f.result, 1);
              EXPECT_TRUE(f.boxes.empty());
              EXPECT_EQ(project_.GetName(), CString(L"Site2"));
@@ -392,12 +393,6 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
          },
          [&] { return project_.RestoreIndex(); },
          [&](const Faulted& f) {
-           if (f.point == "fs.delete") {
-             EXPECT_EQ(f.result, 1);
-             EXPECT_TRUE(f.boxes.empty());
-             EXPECT_EQ(SiteFile(L"project.hdr"), index_);
-             return;
-           }
            EXPECT_EQ(f.result, 0);
            const bool backup = f.point == "file.read" || (f.point == "file.open" && f.skip == 0);
            ExpectBox(f, backup ? kE508 : kE512);
@@ -507,12 +502,6 @@ TEST_F(ProjectFaults, PointsAndCamera) {
          [&](const Faulted& f) {
            CCamera back;
            const std::wstring cmr = std::wstring(kRoot) + L"\\Bare\\camera.cmr";
-           if (f.point == "fs.delete") {  // an unchecked clean-up of the index save
-             EXPECT_EQ(f.result, 1);
-             EXPECT_TRUE(f.boxes.empty());
-             EXPECT_EQ(project_.GetCamera(back), 1);
-             return;
-           }
            // The camera file's own writes are not checked, but the file is
            // read back: a save that left no camera (or the old one) fails.
            EXPECT_EQ(f.result, 0);
@@ -571,8 +560,8 @@ TEST_F(ProjectFaults, SolveAndIntersect) {
   Drill({"CProject::SolveDLT", prepareDlt, [&] { return project_.SolveDLT(L"P001", dlt); },
          [&](const Faulted& f) {
            EXPECT_EQ(SiteFile(L"P001.DLT"), dlt_bytes);  // the same solution, or the old file
-           if (f.result == 1) {  // unchecked clean-ups, or only the end of the last file lost
-             EXPECT_TRUE(f.point == "fs.delete" || f.point == "file.read");
+           if (f.result == 1) {  // only the end of the last file lost
+             EXPECT_EQ(f.point, "file.read");
              EXPECT_EQ(dlt.GetControlCount(), 8);
              return;
            }

@@ -16,6 +16,7 @@
 #include "photogrammetry/dlt.h"
 #include "photogrammetry/space_intersection.h"
 #include "platform/faults.h"
+#include "platform/safe_file.h"
 #include "tests/support/test_support.h"
 
 namespace {
@@ -428,7 +429,8 @@ TEST_F(ProjectTest, IndexWriteTornPartWayKeepsTheOldIndex) {
   EXPECT_EQ(Index(L"Site"), before);
   EXPECT_EQ(project_.GetPhotoCount(), 1);
   EXPECT_FALSE(std::filesystem::exists(Host(L"\\IMG_MAIN\\project\\Site\\P002.jpg")));
-  EXPECT_FALSE(std::filesystem::exists(Host(L"\\IMG_MAIN\\project\\Site\\project.hdr.tmp")));
+  const std::wstring temp = platform::SafeFile::TempPath(L"\\IMG_MAIN\\project\\Site\\project.hdr");
+  EXPECT_FALSE(std::filesystem::exists(Host(temp.c_str())));
 }
 
 TEST_F(ProjectTest, SolvesAndIntersectsThroughItsFiles) {
