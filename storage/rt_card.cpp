@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "platform/path_util.h"
-#include "platform/message_table.h"
 #include "platform/clock.h"
 #include "platform/file.h"
 #include "platform/fs.h"
+#include "platform/message_table.h"
+#include "platform/path_util.h"
 #include "platform/registry.h"
+#include "platform/safe_file.h"
 
 namespace {
 
@@ -26,50 +27,24 @@ SYSTEMTIME ToSystemTime(const FILETIME& ft) {
   return platform::clock::ToSystemTime(seconds * 1000);
 }
 
-// Copies the bytes of `from` into a new file `to` chunk by chunk; false on
-// any open, read or write failure or a length mismatch (`to` may then hold a
-// part and must be deleted by the caller).
-bool CopyBytes(const wchar_t* from, const wchar_t* to) {
+// Copies one file in a safe save (platform::SafeFile): chunk by chunk into a
+// temporary name beside `to`, renamed over `to` only once every byte has
+// arrived and the length matches. False on any open, read, write, flush or
+// rename failure; nothing of the copy is left then and an existing `to` is
+// as it was.
+bool CopyOneFile(const wchar_t* from, const wchar_t* to) {
   CFile source;
   if (!source.Open(from, CFile::modeRead | CFile::shareDenyWrite)) return false;
-  CFile target;
+  platform::SafeFile target;
   if (!target.Open(to, CFile::modeCreate | CFile::modeWrite)) return false;
   const ULONGLONG length = source.GetLength();
   std::vector<BYTE> chunk(kCopyChunk);
-  ULONGLONG copied = 0;
-  while (copied < length) {
-    UINT want = UINT(std::min<ULONGLONG>(kCopyChunk, length - copied));
-    if (source.Read(chunk.data(), want) != want) return false;
-    if (!target.Write(chunk.data(), want)) return false;
+  for (ULONGLONG copied = 0; copied < length;) {
+    const UINT want = UINT(std::min<ULONGLONG>(kCopyChunk, length - copied));
+    if (source.Read(chunk.data(), want) != want || !target.Write(chunk.data(), want)) return false;
     copied += want;
   }
-  if (!target.Flush()) return false;
-  return target.GetLength() == length;
-}
-
-// Puts the complete file `temp` in the place of `to`; an existing `to` is
-// set aside first and put back when the rename fails.
-bool Replace(const CString& temp, const CString& to) {
-  if (!platform::PathIsFile(to)) return MoveFileW(temp, to) != FALSE;
-  CString old = platform::JoinPath(platform::ParentPath(to), L"~" + platform::LeafName(to) + L".old");
-  DeleteFileW(old);
-  if (!MoveFileW(to, old)) return false;
-  if (!MoveFileW(temp, to)) {
-    MoveFileW(old, to);
-    return false;
-  }
-  DeleteFileW(old);
-  return true;
-}
-
-// Copies one file through a temporary name in the destination folder.
-bool CopyOneFile(const wchar_t* from, const wchar_t* to) {
-  CString temp = platform::JoinPath(platform::ParentPath(to), L"~" + platform::LeafName(to) + L".cpy");
-  if (!CopyBytes(from, temp) || !Replace(temp, to)) {
-    DeleteFileW(temp);
-    return false;
-  }
-  return true;
+  return target.GetLength() == length && target.Commit();
 }
 
 struct TreeEntry {

@@ -6,10 +6,10 @@
 // "\SYSTEM\QZ7mInit\Memory", as snapshot saving reads it); the card is
 // mounted when that folder exists. Paths are device paths with backslashes.
 //
-// Transfers never leave a half-written file behind: a file is copied under a
-// temporary name ("~<name>.cpy") in the destination folder and renamed to its
-// name only when every byte has arrived and the length matches; a move deletes
-// its source only after the destination is complete. Before a transfer starts,
+// Transfers never leave a half-written file behind: a file is copied in a
+// safe save (platform/safe_file.h: a temporary name beside it, renamed to its
+// name only when every byte has arrived and the length matches); a move
+// deletes its source only after the destination is complete. Before a transfer starts,
 // the sum of the sizes to copy is compared with the free bytes at the
 // destination. Failures show a message box (caption "ERROR") with an entry of
 // the library's message table (platform/message_table.h) and return 0:

@@ -235,7 +235,7 @@ TEST_F(RTCardTest, RefusedRenameOrDeleteLeavesOneWholeFile) {
   const std::string photo = Pattern(40000, 11);
   Put(L"\\IMG_MAIN\\p1.jpg", photo);
   // Every byte arrives but the temporary copy cannot take its name.
-  platform::fault::Arm("fs.move", 0, 1);
+  platform::fault::Arm("file.rename", 0, 1);
   EXPECT_EQ(card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), 0);
   ExpectBox(L"It is a copy error. E-520");
   EXPECT_TRUE(Names(L"\\Storage Card").empty());
