@@ -18,6 +18,7 @@
 #include <functional>
 #include <vector>
 
+#include "camera/memory_items.h"
 #include "liveview/capture_wnd.h"
 
 namespace {
@@ -30,18 +31,6 @@ struct ItemSlot {
   void* bytes;
   std::function<void()> apply;
 };
-
-const wchar_t* ItemName(int index) {
-  static const wchar_t* const kNames[20] = {
-      L"Focal Length",        L"Xp",                  L"Yp",
-      L"Distortion Model",    L"Distortion Para(K1)", L"Distortion Para(K2)",
-      L"Distortion Para(P1)", L"Distortion Para(P2)", L"X Resolution",
-      L"Y Resolution",        L"CCD1x Center",        L"CCD1y Center",
-      L"CCD2x Center",        L"CCD2y Center",        L"CCD Offset(X)",
-      L"CCD Offset(Y)",       L"CCD Offset(Z)",       L"CCD Angle OMEGA",
-      L"CCD Angle PHI",       L"CCD Angle KAPPA"};
-  return kNames[index - 80];
-}
 
 // Staging storage of one record, in item order.
 struct CmrBuffer {
@@ -86,7 +75,7 @@ static BOOL FlashTransfer(CCaptureWnd& wnd,
       }
       if (read && defaults && defaults(slot.index)) break;
       CString text;
-      text.Format(L"%s %s", ItemName(slot.index), read ? L"Read" : L"Write");
+      text.Format(L"%s %s", memory_items::Name(slot.index), read ? L"Read" : L"Write");
       wnd.MessageBox(text, L"Error", MB_OK);
       result = FALSE;
       break;

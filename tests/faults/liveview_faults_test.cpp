@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "camera/memory_items.h"
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
 #include "devices/eeprom_module.h"
@@ -27,13 +28,6 @@ using fault_matrix::Faulted;
 using fault_matrix::FaultMatrix;
 using fault_matrix::Operation;
 namespace eep = devices::eeprom;
-
-const std::wstring kNames[20] = {
-    L"Focal Length",        L"Xp",                  L"Yp",                  L"Distortion Model",
-    L"Distortion Para(K1)", L"Distortion Para(K2)", L"Distortion Para(P1)", L"Distortion Para(P2)",
-    L"X Resolution",        L"Y Resolution",        L"CCD1x Center",        L"CCD1y Center",
-    L"CCD2x Center",        L"CCD2y Center",        L"CCD Offset(X)",       L"CCD Offset(Y)",
-    L"CCD Offset(Z)",       L"CCD Angle OMEGA",     L"CCD Angle PHI",       L"CCD Angle KAPPA"};
 
 bool EndsWith(const std::wstring& text, const std::wstring& tail) {
   return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
@@ -95,7 +89,7 @@ class LiveviewFaults : public FaultMatrix {
         return;
       }
       EXPECT_EQ(f.result, FALSE);
-      EXPECT_EQ(OnlyText(f), kNames[item - 80] + L" " + op);
+      EXPECT_EQ(OnlyText(f), std::wstring(memory_items::Name(item)) + L" " + op);
       EXPECT_EQ(OnlyCaption(f), L"Error");
       return;
     }

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "camera/memory_items.h"
 #include "devices/devices.h"
 #include "devices/eeprom_module.h"
 #include "liveview/capture_wnd.h"
@@ -14,13 +15,6 @@
 namespace {
 
 namespace eep = devices::eeprom;
-
-const wchar_t* const kNames[20] = {
-    L"Focal Length",        L"Xp",            L"Yp",            L"Distortion Model",
-    L"Distortion Para(K1)", L"Distortion Para(K2)", L"Distortion Para(P1)", L"Distortion Para(P2)",
-    L"X Resolution",        L"Y Resolution",  L"CCD1x Center",  L"CCD1y Center",
-    L"CCD2x Center",        L"CCD2y Center",  L"CCD Offset(X)", L"CCD Offset(Y)",
-    L"CCD Offset(Z)",       L"CCD Angle OMEGA", L"CCD Angle PHI", L"CCD Angle KAPPA"};
 
 // The in-memory value an item maps to.
 double Get(CCaptureWnd& w, int index) {
@@ -145,7 +139,7 @@ TEST_F(FlashTest, EachItemFailingOnReadStopsThereAndStillLocks) {
     }
     EXPECT_FALSE(result);
     ASSERT_EQ(boxes_.size(), 1u);
-    EXPECT_EQ(boxes_.LastText(), std::wstring(kNames[failing - 80]) + L" Read");
+    EXPECT_EQ(boxes_.LastText(), std::wstring(memory_items::Name(failing)) + L" Read");
     EXPECT_EQ(boxes_.LastCaption(), L"Error");
     for (int index = first; index < first + 10; ++index)
       EXPECT_EQ(Get(w, index), Get(index < failing ? a : b, index)) << index;
@@ -177,7 +171,7 @@ TEST_F(FlashTest, EachItemFailingOnWriteStopsThereAndStillLocks) {
     const bool cmr = failing < 90;
     EXPECT_FALSE(cmr ? w.FlashWriteCmr() : w.FlashWriteDat());
     ASSERT_EQ(boxes_.size(), 1u);
-    EXPECT_EQ(boxes_.LastText(), std::wstring(kNames[failing - 80]) + L" Write");
+    EXPECT_EQ(boxes_.LastText(), std::wstring(memory_items::Name(failing)) + L" Write");
     EXPECT_EQ(boxes_.LastCaption(), L"Error");
     EXPECT_EQ(eep::Calls().back(), "lock");
     const int first = cmr ? 80 : 90;
