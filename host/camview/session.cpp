@@ -18,6 +18,7 @@
 #include "platform/desktop.h"
 #include "platform/framebuffer.h"
 #include "platform/fs.h"
+#include "platform/message_table.h"
 #include "platform/registry.h"
 #include "platform/text.h"
 #include "platform/wnd.h"
@@ -505,7 +506,7 @@ StepResult Session::Save() {
   view_->WriteJpeg();
   bool saved = false;
   for (size_t i = boxes; i < messages_.size(); ++i)
-    if (messages_[i].text == view_->m_pMessage->Text(21)) saved = true;
+    if (messages_[i].text == view_->m_pMessage->Text(platform::kMsgSavedOk)) saved = true;
   // The newest JPEG on the card.
   fs::path newest;
   fs::file_time_type newest_time{};
