@@ -184,23 +184,26 @@ int CLeastSq::InitParameter(CKvoArray<double, double>& a, double v) {
 
 int CLeastSq::SetObeq(int i, double v) {
   if (i < 0 || i > m_nPara) return 0;
-  if (i == 0) IncrementColumn();
-  if (m_nCurrentRow < 0) return 0;  // a column other than 0 before any row
+  if (i == 0 && ++m_nCurrentRow >= m_nObeq) {
+    // One more observation than declared: grow by one zeroed row of weight 1.
+    ++m_nObeq;
+    m_Obeq.SetSize(m_nObeq * m_nRowWidth);
+    m_Weight.Add(1.0);
+  }
+  // A column other than 0 before any row, or on a row that IncrementColumn
+  // stepped past m, has no place to go.
+  if (!CurrentRowExists()) return 0;
   m_Obeq[m_nCurrentRow * m_nRowWidth + i] = v;
   return 1;
 }
 
-void CLeastSq::IncrementColumn() {
-  ++m_nCurrentRow;
-  if (m_nCurrentRow < m_nObeq) return;
-  // One more observation than declared: grow by one zeroed row of weight 1.
-  ++m_nObeq;
-  m_Obeq.SetSize(m_nObeq * m_nRowWidth);
-  m_Weight.Add(1.0);
-}
+// Only the row index moves: the row count m grows when column 0 is written.
+void CLeastSq::IncrementColumn() { ++m_nCurrentRow; }
+
+bool CLeastSq::CurrentRowExists() const { return m_nCurrentRow >= 0 && m_nCurrentRow < m_nObeq; }
 
 int CLeastSq::SetWeight(double w) {
-  if (m_nCurrentRow < 0) return 0;
+  if (!CurrentRowExists()) return 0;
   m_Weight[m_nCurrentRow] = w;
   return 1;
 }
@@ -218,7 +221,9 @@ void CLeastSq::SetNoeq(int i, int j, double v) {
 void CLeastSq::SetSigma(double sigma) { m_dSigma = sigma; }
 void CLeastSq::SetFormTime(double seconds) { m_dFormTime = seconds; }
 
-double CLeastSq::GetObeq(int i) { return m_Obeq[m_nCurrentRow * m_nRowWidth + i]; }
+double CLeastSq::GetObeq(int i) {
+  return CurrentRowExists() ? m_Obeq[m_nCurrentRow * m_nRowWidth + i] : 0.0;
+}
 double CLeastSq::GetNoeq(int i, int j) { return m_Noeq[i * m_nRowWidth + j]; }
 double CLeastSq::GetBcor(int i) { return m_Bcor[i]; }
 double CLeastSq::GetCovar(int i, int j) { return m_Covar[i * m_nRowWidth + j]; }

@@ -26,9 +26,11 @@ class SURVEYCAM_API CLeastSq {
   int InitParameter(CKvoArray<double, double>& a, double v);
 
   // Column i (0..n, n = observed value) of the current row; column 0 starts a
-  // new row and grows m when the rows run out. 0 for a bad column.
+  // new row and grows m when the rows run out. 0 for a bad column or when the
+  // current row is not one of the m rows.
   int SetObeq(int i, double v);
-  // Starts a new row without writing column 0.
+  // Starts a new row without writing column 0; m does not grow, so stepping
+  // past the last row leaves nothing to write until column 0 is written.
   void IncrementColumn();
   int SetWeight(double w);
   int SetWeight(int k, double w);
@@ -117,6 +119,7 @@ class SURVEYCAM_API CLeastSq {
   CKvoArray<double, double> m_Var;
 
  private:
+  bool CurrentRowExists() const;
   int SolveTimed(int (CLeastSq::*form)(int, int), int (CLeastSq::*solve)());
   double Residual(int k) const;
   int SolveBuiltIn(const double* rows, int m, int n, const double* expected);

@@ -218,6 +218,15 @@ TEST(LeastSq, RowsGrowAndColumnsAreChecked) {
   ls.SetNoeq(1, 2, 7.5);
   EXPECT_EQ(ls.GetBcor(1), 7.5);
   EXPECT_EQ(ls.GetNoeq(1, 2), 7.5);
+  // Stepping past the last row without column 0 leaves m, the weights and
+  // the degrees of freedom alone, and a row outside m takes no values.
+  ls.IncrementColumn();
+  EXPECT_EQ(ls.GetCurrentObeqNumber(), 4);
+  EXPECT_EQ(ls.GetObeqSize(), 3);
+  EXPECT_EQ(ls.GetDegreesOfFreedom(), 1);
+  EXPECT_EQ(ls.SetObeq(1, 5.0), 0);
+  EXPECT_EQ(ls.SetWeight(2.0), 0);
+  EXPECT_EQ(ls.CheckParameterNumber(), 0);
 }
 
 TEST(LeastSq, SquareSystemFallsBackToMForSigma) {
