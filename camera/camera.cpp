@@ -175,11 +175,9 @@ int CCamera::Write(const wchar_t* path) {
                     radius[i],
                     distortion[i],
                     i + 1);
-  // A short write is not reported, as on the device, but it leaves the
-  // previous file in place instead of a cut one.
-  file.Commit();
-  (void)ok;
-  return 1;
+  // A failed write, flush or rename keeps the previous file whole: the save
+  // did not happen, and the caller is told so.
+  return ok && file.Commit() ? 1 : 0;
 }
 
 int CCamera::Read(const wchar_t* path) {

@@ -27,8 +27,9 @@ class SURVEYCAM_API CCamera {
   void Trace() const {}
 
   // Writes the camera file (created or truncated) and sets Name to the file
-  // name without folder and extension. 0 for a null or empty path or when the
-  // file cannot be opened (a box tells the operator when access was refused).
+  // name without folder and extension. 0 for a null or empty path, when the
+  // file cannot be opened (a box tells the operator when access was refused)
+  // or when the new file did not replace the old one (the old one is kept).
   int Write(const wchar_t* path);
   // Reads the camera file; 1 on success, 0 when it cannot be opened or a
   // mandatory line is missing (values read so far stay stored). The radial

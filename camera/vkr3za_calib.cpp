@@ -114,9 +114,9 @@ int VKR3ZA_CALIB::Write(const wchar_t* path) {
     std::string line = platform::WideToUtf8(platform::FormatW(kValueFormats[i], values[i]));
     file.Write(line.data(), UINT(line.size()));
   }
-  // Individual writes are not checked; a failed one keeps the previous file.
-  file.Commit();
-  return 1;
+  // A failed write spoils the save: Commit then keeps the previous file and
+  // refuses, as it does for a failed flush or rename.
+  return file.Commit() ? 1 : 0;
 }
 
 int VKR3ZA_CALIB::Read(const wchar_t* path) {

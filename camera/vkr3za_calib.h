@@ -40,8 +40,9 @@ class SURVEYCAM_API VKR3ZA_CALIB {
 
   // Keeps both pointers (not owned) for later error reports.
   void SetCaptureMsg(StMessage* msg, CWnd* wnd);
-  // Creates or truncates the file and writes the eleven lines; 1, or 0 when
-  // the file cannot be created.
+  // Replaces the file with the eleven lines; 1, or 0 when the file cannot be
+  // created (reported) or the new file did not replace the old one (the old
+  // one is kept).
   int Write(const wchar_t* path);
   // Reads the file; 1 on success, 0 on any failure (reported).
   int Read(const wchar_t* path);

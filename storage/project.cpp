@@ -3,7 +3,6 @@
 #include "storage/project.h"
 
 #include <algorithm>
-#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
@@ -88,28 +87,6 @@ void GatherRays(const std::vector<SolvedPhoto>& solved, const wchar_t* name, CSp
       }
     }
   }
-}
-
-// Whether the camera file at `path` holds `camera`, to the precision the file
-// keeps (six decimals, six significant digits for the distortion
-// parameters). CCamera::Write answers 1 even when its save failed and left
-// the previous file, so the file itself is the only witness.
-bool HoldsCamera(const wchar_t* path, const CCamera& camera) {
-  CCamera stored;
-  if (!stored.Read(path)) return false;
-  auto same = [](double a, double b, double scale) { return std::fabs(a - b) <= 1e-6 * scale; };
-  auto sameFixed = [&](double a, double b) { return same(a, b, 1.0); };
-  const CDist& d = camera.Dist;
-  if (!sameFixed(stored.FocalLength, camera.FocalLength) ||
-      !sameFixed(stored.PrincipalPoint.X, camera.PrincipalPoint.X) ||
-      !sameFixed(stored.PrincipalPoint.Y, camera.PrincipalPoint.Y) ||
-      !sameFixed(stored.Resolution.X, camera.Resolution.X) || !sameFixed(stored.Resolution.Y, camera.Resolution.Y) ||
-      stored.Dist.GetDistModel() != d.GetDistModel() || stored.Dist.GetNumPara() != d.GetNumPara() ||
-      stored.FiducialMarks.GetSize() != camera.FiducialMarks.GetSize())
-    return false;
-  for (int i = 0; i < d.GetNumPara(); ++i)
-    if (!same(stored.Dist.GetPara(i), d.GetPara(i), std::fabs(d.GetPara(i)))) return false;
-  return true;
 }
 
 // The point where the rays meet, with its RMS image residual and ray count.
@@ -379,8 +356,7 @@ int CProject::GetControlPoints(CKvoArray<CXYZ, CXYZ&>& points) {
 
 int CProject::SetCamera(CCamera& camera) {
   if (!RequireOpen()) return 0;
-  const CString path = GetFilePath(kCamera);
-  if (!camera.Write(path) || !HoldsCamera(path, camera)) return Fail(platform::kMsgFileWrite);
+  if (!camera.Write(GetFilePath(kCamera))) return Fail(platform::kMsgFileWrite);
   if (!m_bHasCamera) {
     m_bHasCamera = 1;
     if (!WriteIndex()) {
