@@ -195,7 +195,9 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
   void EndSnapShot();
   int GetSnapShot();
   int WriteJpeg();
-  // buf: a zeroed buffer of 256 wide characters.
+  // The card folder from the registry, at most 127 characters (a 256-byte
+  // query, as the device counts bytes); FALSE when the key or value is
+  // missing or longer. buf: a zeroed buffer of 256 wide characters.
   BOOL GetInitFolderName(wchar_t* buf);
   BOOL IsFolder(CString path);
 

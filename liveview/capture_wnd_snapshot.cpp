@@ -50,7 +50,7 @@ BOOL CCaptureWnd::GetInitFolderName(wchar_t* buf) {
     return FALSE;
   }
   DWORD type = 0;
-  DWORD size = 256;
+  DWORD size = 256;  // bytes: 127 characters and the terminator
   if (RegQueryValueExW(key, L"PCMCIAFolder", nullptr, &type, reinterpret_cast<BYTE*>(buf), &size) !=
       ERROR_SUCCESS) {
     RegCloseKey(key);

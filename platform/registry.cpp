@@ -245,15 +245,17 @@ LONG CopyValue(const Value& value, DWORD* type, BYTE* data, DWORD* dataSize) {
   const void* bytes = nullptr;
   DWORD needed = 0;
   DWORD number = 0;
+  DWORD copied = 0;
   if (const auto* s = std::get_if<std::wstring>(&value)) {
     text = *s;
     bytes = text.c_str();
-    needed = DWORD((text.size() + 1) * sizeof(wchar_t));
+    needed = DWORD((WideToUtf16(text).size() + 1) * kCharBytes);
+    copied = DWORD((text.size() + 1) * sizeof(wchar_t));
     if (type) *type = REG_SZ;
   } else {
     number = std::get<DWORD>(value);
     bytes = &number;
-    needed = sizeof(DWORD);
+    needed = copied = sizeof(DWORD);
     if (type) *type = REG_DWORD;
   }
   if (data == nullptr) {
@@ -264,7 +266,7 @@ LONG CopyValue(const Value& value, DWORD* type, BYTE* data, DWORD* dataSize) {
   DWORD room = *dataSize;
   *dataSize = needed;
   if (room < needed) return LONG(ERROR_MORE_DATA);
-  std::memcpy(data, bytes, needed);
+  std::memcpy(data, bytes, copied);
   return ERROR_SUCCESS;
 }
 

@@ -66,10 +66,18 @@ SURVEYCAM_API bool SetDword(const std::wstring& key, const std::wstring& name, D
 // Keys opened and not yet closed (leak checks).
 SURVEYCAM_API long OpenKeys();
 
+// Bytes a string value's character counts in the sizes RegQueryValueExW
+// takes and answers: the device's 2-byte UTF-16 unit, so that a size in bytes
+// means the same number of characters as there. The text itself arrives as
+// wchar_t, so a buffer of n wchar_t is passed with a size of n * kCharBytes.
+constexpr DWORD kCharBytes = 2;
+
 }  // namespace platform::registry
 
 SURVEYCAM_API LONG RegOpenKeyExW(HKEY root, const wchar_t* subKey, DWORD options, REGSAM access, HKEY* result);
-// Strings come back as wchar_t text with its terminator; sizes are in bytes.
+// Strings come back as wchar_t text with its terminator; sizes are in bytes,
+// counted kCharBytes a UTF-16 unit for strings (a 256-byte size holds 127
+// characters and the terminator, as on the device).
 SURVEYCAM_API LONG RegQueryValueExW(HKEY key,
                                     const wchar_t* name,
                                     DWORD* reserved,

@@ -90,7 +90,7 @@ int CRTCard::ReadCardRoot() {
     return 0;
   wchar_t buffer[256] = {};
   DWORD type = 0;
-  DWORD size = sizeof(buffer) - sizeof(wchar_t);
+  DWORD size = DWORD(std::size(buffer) - 1) * platform::registry::kCharBytes;  // the last one stays 0
   LONG result = RegQueryValueExW(key, L"PCMCIAFolder", nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
   RegCloseKey(key);
   if (result != ERROR_SUCCESS || type != REG_SZ) return 0;

@@ -92,6 +92,22 @@ TEST_F(SnapshotTest, MissingRegistryValueSavesNothing) {
   EXPECT_EQ(platform::registry::OpenKeys(), 0);
 }
 
+// The registry is asked with 256 bytes, as on the device: a card folder of
+// 127 characters is used, one of 128 is refused and nothing is saved.
+TEST_F(SnapshotTest, CardFolderNamesUpTo127Characters) {
+  for (size_t length : {127u, 128u}) {
+    boxes_.clear();
+    const std::wstring card = L"\\" + std::wstring(length - 1, L'c');
+    ASSERT_TRUE(platform::registry::SetString(kMemoryKey, L"PCMCIAFolder", card));
+    ASSERT_TRUE(CreateDirectoryW(card.c_str(), nullptr));
+    const bool fits = length == 127;
+    EXPECT_EQ(view_->WriteJpeg(), fits ? 1 : 0) << length;
+    EXPECT_EQ(boxes_.LastText(), fits ? L"Saved OK." : L"Registry Access Error") << length;
+    EXPECT_EQ(Exists((card + L"\\JPEG\\20240503\\140709W100.jpg").c_str()), fits) << length;
+    EXPECT_FALSE(Exists(L"\\JPEG"));
+  }
+}
+
 TEST_F(SnapshotTest, ExactlyOneHundredKibibytesIsEnough) {
   UseCard(true);
   ASSERT_TRUE(CreateDirectoryW(L"\\Storage Card\\JPEG", nullptr));

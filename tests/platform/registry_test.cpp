@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+
 #include "platform/faults.h"
 #include "tests/support/test_support.h"
 
@@ -21,7 +23,7 @@ class RegistryTest : public DeviceTest {
     LONG rc = RegOpenKeyExW(HKEY_LOCAL_MACHINE, key, 0, KEY_READ, &h);
     if (rc != ERROR_SUCCESS) return rc;
     wchar_t buffer[64] = {};
-    DWORD size = sizeof buffer;
+    DWORD size = DWORD(std::size(buffer)) * platform::registry::kCharBytes;
     DWORD type = 0;
     rc = RegQueryValueExW(h, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
     EXPECT_EQ(RegCloseKey(h), ERROR_SUCCESS);
@@ -60,12 +62,16 @@ TEST_F(RegistryTest, SizesAndTypesFollowWin32) {
   ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &h), ERROR_SUCCESS);
   DWORD size = 0;
   EXPECT_EQ(RegQueryValueExW(h, L"PCMCIAFolder", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
-  EXPECT_EQ(size, (13 + 1) * sizeof(wchar_t));
-  wchar_t small[4];
-  size = sizeof small;
+  EXPECT_EQ(size, 28u);  // 13 characters and the terminator, 2 bytes each as on the device
+  wchar_t small[13];  // one short of the terminator
+  size = DWORD(std::size(small)) * platform::registry::kCharBytes;
   EXPECT_EQ(RegQueryValueExW(h, L"PCMCIAFolder", nullptr, nullptr, reinterpret_cast<BYTE*>(small), &size),
             LONG(ERROR_MORE_DATA));
-  EXPECT_EQ(size, (13 + 1) * sizeof(wchar_t));
+  EXPECT_EQ(size, 28u);
+  // A character beyond 16 bits counts two units there.
+  ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"Name", L"a\U0001F600"));
+  EXPECT_EQ(RegQueryValueExW(h, L"Name", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+  EXPECT_EQ(size, 8u);
   DWORD number = 0, type = 0;
   size = sizeof number;
   EXPECT_EQ(RegQueryValueExW(h, L"Retries", nullptr, &type, reinterpret_cast<BYTE*>(&number), &size),
