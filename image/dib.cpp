@@ -6,10 +6,11 @@
 #include <new>
 #include <vector>
 
-#include "platform/message_table.h"
+#include "image/bmp_read.h"
 #include "platform/faults.h"
 #include "platform/gdi.h"
 #include "platform/handles.h"
+#include "platform/message_table.h"
 
 IMPLEMENT_SERIAL(CDib, CObject, 1)
 
@@ -24,18 +25,16 @@ BYTE* AllocBlock(size_t n) {
 
 namespace {
 
-// Limits on what a BMP header may describe; beyond them a file is refused.
-constexpr int64_t kMaxSide = 65535;
-constexpr int64_t kMaxImageBytes = int64_t(1) << 30;
-
-bool IsSupportedBitCount(int bits) {
-  return bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
-}
-
 // Bytes of a bottom-up image: rows rounded to 32-bit words.
 int64_t ImageBytes(const BITMAPINFOHEADER& h) {
-  const int64_t bits = int64_t(h.biBitCount) * int64_t(h.biWidth);
-  return int64_t(h.biHeight) * 4 * ((bits >> 5) + ((bits & 31) ? 1 : 0));
+  return int64_t(h.biHeight) * image::bmp::RowBytes(h.biWidth, h.biBitCount);
+}
+
+// A file that cannot be read safely: the operator is told, nothing is kept.
+int Refuse(CDib& dib) {
+  dib.Empty();
+  platform::ShowError(platform::kMsgInvalidBitmap);
+  return FALSE;
 }
 
 }  // namespace
@@ -165,55 +164,46 @@ int CDib::Draw(CDC* dc, CPoint origin, CSize size) {
   return TRUE;
 }
 
-bool CDib::HeaderIsSane(ULONGLONG fileLength, DWORD offBits, DWORD headerBytes) const {
-  const BITMAPINFOHEADER& h = *m_infoHeader;
-  if (h.biSize != sizeof(BITMAPINFOHEADER) || !IsSupportedBitCount(h.biBitCount)) return false;
-  if (h.biWidth <= 0 || h.biWidth > kMaxSide || h.biHeight <= 0 || h.biHeight > kMaxSide) return false;
-  const bool bitfields = h.biCompression == BI_BITFIELDS && (h.biBitCount == 16 || h.biBitCount == 32);
-  if (h.biCompression != BI_RGB && !bitfields) return false;
-  const int64_t computed = ImageBytes(h);
-  if (computed > kMaxImageBytes || (h.biSizeImage != 0 && h.biSizeImage < computed)) return false;
-  if (h.biSizeImage > kMaxImageBytes) return false;
-  // The colour table that ComputePaletteSize will choose must lie in the block.
-  int64_t entries = h.biClrUsed;
-  if (entries == 0 && h.biBitCount <= 8) entries = int64_t(1) << h.biBitCount;
-  if (entries > 256 && h.biBitCount <= 8) return false;
-  if (40 + 4 * entries > int64_t(headerBytes)) return false;
-  const int64_t imageBytes = h.biSizeImage ? int64_t(h.biSizeImage) : computed;
-  return int64_t(offBits) + imageBytes <= int64_t(fileLength);
-}
-
 int CDib::Read(CFile* file) {
   Empty();
   if (!file) return FALSE;
   BITMAPFILEHEADER fileHeader{};
   if (file->Read(&fileHeader, sizeof fileHeader) != sizeof fileHeader) return FALSE;
-  if (fileHeader.bfType != DIB_HEADER_MARKER) {
-    platform::ShowError(platform::kMsgInvalidBitmap);
-    return FALSE;
-  }
   const ULONGLONG length = file->GetLength();
-  // The header block runs from the end of the file header to the pixels.
-  if (fileHeader.bfOffBits < sizeof(BITMAPFILEHEADER) + sizeof(BITMAPINFOHEADER) ||
+  if (fileHeader.bfType != DIB_HEADER_MARKER || fileHeader.bfOffBits < sizeof fileHeader ||
       fileHeader.bfOffBits > length)
-    return FALSE;
-  const DWORD headerBytes = fileHeader.bfOffBits - DWORD(sizeof(BITMAPFILEHEADER));
-  m_infoHeader = reinterpret_cast<BITMAPINFOHEADER*>(image::AllocBlock(headerBytes));
-  if (!m_infoHeader) return FALSE;
-  m_headerAlloc = crtAlloc;
-  if (file->Read(m_infoHeader, headerBytes) != headerBytes) return FALSE;
-  if (!HeaderIsSane(length, fileHeader.bfOffBits, headerBytes)) {
-    Empty();
-    return FALSE;
-  }
-  ComputeMetrics();
+    return Refuse(*this);
+  // The header block runs from the end of the file header to the pixels.
+  std::vector<BYTE> block(fileHeader.bfOffBits - sizeof fileHeader);
+  if (file->Read(block.data(), UINT(block.size())) != block.size()) return FALSE;
+  image::bmp::Layout layout;
+  if (!image::bmp::ParseHeader(block.data(), DWORD(block.size()), fileHeader.bfOffBits, length, layout))
+    return Refuse(*this);
+  if (!AdoptHeader(layout.info, layout.colors)) return FALSE;
   m_imageBits = image::AllocBlock(m_imageSize);
   if (!m_imageBits) return FALSE;
   m_imageAlloc = crtAlloc;
-  if (file->Read(m_imageBits, m_imageSize) != m_imageSize) return FALSE;
+  if (layout.Plain()) {
+    if (file->Read(m_imageBits, m_imageSize) != m_imageSize) return FALSE;
+  } else {
+    std::vector<BYTE> pixels(layout.pixelBytes);
+    if (file->Read(pixels.data(), UINT(pixels.size())) != pixels.size()) return FALSE;
+    image::bmp::ConvertPixels(layout, pixels.data(), m_imageBits);
+  }
   ComputePaletteSize(m_infoHeader->biBitCount);
   MakePalette();
   return TRUE;
+}
+
+bool CDib::AdoptHeader(const BITMAPINFOHEADER& info, const std::vector<RGBQUAD>& colors) {
+  const size_t tableBytes = colors.size() * sizeof(RGBQUAD);
+  m_infoHeader = reinterpret_cast<BITMAPINFOHEADER*>(image::AllocBlock(sizeof info + tableBytes));
+  if (!m_infoHeader) return false;
+  m_headerAlloc = crtAlloc;
+  *m_infoHeader = info;
+  ComputeMetrics();
+  if (tableBytes) std::memcpy(m_colorTable, colors.data(), tableBytes);
+  return true;
 }
 
 int CDib::Write(CFile* file) {

@@ -9,6 +9,8 @@
 // the caller keeps the memory, crtAlloc (1) owned array freed with delete[],
 // heapAlloc (2) owned global memory, which this platform does not support.
 // Operations return 1 on success and 0 on failure and throw nothing.
+#include <vector>
+
 #include "platform/dc.h"
 #include "platform/export.h"
 #include "platform/file.h"
@@ -62,7 +64,11 @@ class SURVEYCAM_API CDib : public CObject {
   // Stretches the whole image to (origin, size); the height is negated when
   // the dc has no attribute context.
   int Draw(CDC* dc, CPoint origin, CSize size);
-  // BMP file reading and writing. Read refuses malformed headers (FALSE).
+  // BMP file reading and writing. Read takes the files other programs write
+  // (image/bmp_read.h) and keeps them in this class's form: a 40-byte header
+  // with BI_RGB, bottom-up rows, 16- and 32-bit pixels as 24-bit. A file that
+  // is not a bitmap or cannot be read safely is refused with "Invalid bitmap
+  // file. E-513" (FALSE, nothing kept); a failed read answers FALSE.
   int Read(CFile* file);
   int Write(CFile* file);
   void Serialize(CArchive& ar) override;
@@ -72,10 +78,8 @@ class SURVEYCAM_API CDib : public CObject {
   void ComputePaletteSize(int nBitCount);
   void ComputeMetrics();
   void DetachMapFile();
-  // Checks a header block read from a file of fileLength bytes whose pixels
-  // start at offBits: false when anything in it would take a reader out of
-  // the blocks.
-  bool HeaderIsSane(ULONGLONG fileLength, DWORD offBits, DWORD headerBytes) const;
+  // Takes an owned header block of info and the colour table after it.
+  bool AdoptHeader(const BITMAPINFOHEADER& info, const std::vector<RGBQUAD>& colors);
 };
 
 namespace image {

@@ -154,6 +154,46 @@ struct RGBQUAD {
 };
 static_assert(sizeof(RGBQUAD) == 4);
 
+// The 12-byte header of the oldest writers (OS/2 1.x, ImageMagick's BMP2:);
+// its colour table has 3-byte RGBTRIPLE entries and its rows run bottom-up.
+struct BITMAPCOREHEADER {
+  DWORD bcSize;
+  WORD bcWidth;
+  WORD bcHeight;
+  WORD bcPlanes;
+  WORD bcBitCount;
+};
+static_assert(sizeof(BITMAPCOREHEADER) == 12);
+static_assert(offsetof(BITMAPCOREHEADER, bcBitCount) == 10);
+
+struct RGBTRIPLE {
+  BYTE rgbtBlue;
+  BYTE rgbtGreen;
+  BYTE rgbtRed;
+};
+static_assert(sizeof(RGBTRIPLE) == 3);
+
+// The 108-byte header of newer writers: BITMAPINFOHEADER's fields, the
+// channel masks, then colour-space fields. The 124-byte header adds profile
+// fields after it; the 52- and 56-byte ones stop after the masks. With a
+// 40-byte header and BI_BITFIELDS, the three masks follow it in the same place.
+struct BITMAPV4HEADER {
+  BITMAPINFOHEADER bV4Info;
+  DWORD bV4RedMask;
+  DWORD bV4GreenMask;
+  DWORD bV4BlueMask;
+  DWORD bV4AlphaMask;
+  DWORD bV4CSType;
+  LONG bV4Endpoints[9];  // CIEXYZTRIPLE
+  DWORD bV4GammaRed;
+  DWORD bV4GammaGreen;
+  DWORD bV4GammaBlue;
+};
+static_assert(sizeof(BITMAPV4HEADER) == 108);
+static_assert(offsetof(BITMAPV4HEADER, bV4RedMask) == 40);
+static_assert(offsetof(BITMAPV4HEADER, bV4BlueMask) == 48);
+static_assert(offsetof(BITMAPV4HEADER, bV4CSType) == 56);
+
 struct BITMAPINFO {
   BITMAPINFOHEADER bmiHeader;
   RGBQUAD bmiColors[1];
