@@ -145,6 +145,9 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
   void UpdateAngle(double V, double H);
   void UpdateOffsetAngle(double V, double H);
   void MakeMoveAng();
+  // The angle differences (degrees) that bring client point pt of the
+  // current camera's picture to the reticle.
+  void MoveAngTo(POINT pt, double& dv, double& dh);
 
   // ---- Measurement modes, keys and taps ----
   void BeginOffsetMode(double V, double H);
@@ -175,10 +178,16 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
   void SetTiltErr();
   void ClrTiltErr();
   // Corner mode: looks for the corner nearest to the tap point (m_ptTap,
-  // client pixels) in the picture shown on the tele camera, keeps it in
-  // m_ptCorner and aims at it (m_dDV, m_dDH). 1 when found; 0 leaves the
-  // tap and the aiming as they were and, with bTell, tells the operator.
-  int SearchCorner(int bTell);
+  // client pixels) in the picture shown on the tele camera and keeps it in
+  // m_ptCorner; the timer rests meanwhile. 1 when found; 0 leaves
+  // m_ptCorner as it was. Run by the corner display at each paint.
+  int SearchCorner();
+  // The aiming differences to the corner the corner display shows, in the
+  // units and sense of m_dDV / m_dDH (degrees: turn to V - dv, H + dh), which
+  // stay those of the tap point. 1 when the last paint in corner mode drew a
+  // corner cross; 0, with dv and dh untouched, when no corner is shown (no
+  // tap held, none found near it, another camera or mode).
+  int GetCornerMoveAng(double& dv, double& dh);
 
   // ---- Exposure ----
   void InitAE();
@@ -207,6 +216,9 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
   void DrawOffset(CDC* dc);
   void DrawTapPoint(CDC* dc);
   void DrawCorner(CDC* dc);
+  // The corner cross at `at` (or at the last one, by the hysteresis rule);
+  // keeps its aiming differences for GetCornerMoveAng.
+  void DrawCornerCross(CDC* dc, POINT at);
   void DrawDistance(CDC* dc);
   void DrawRemPoint(CDC* dc);
   void DrawCCDAttach(CDC* dc);
@@ -334,9 +346,10 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
   int m_nUserCCDOffsetY[2] = {0, 0};
   POINT m_ptCorner = {0, 0};      // last corner found
   POINT m_ptCornerDrawn = {0, 0};  // where the corner cross was last drawn
-  BYTE m_bCornerFound = 0;         // m_ptCorner holds a corner found for the current tap
+  BYTE m_bCornerFound = 0;         // the last corner display drew a cross
   BYTE m_bCornerDrawn = 0;         // m_ptCornerDrawn holds a drawn cross
-  double m_dCornerZoom = 0.0;      // tele display scale the corner was found at
+  double m_dCornerDV = 0.0;        // aiming differences to the drawn cross
+  double m_dCornerDH = 0.0;
   CPrcCorner m_PrcCorner;          // the corner finder
   CString m_strStatus;             // status text (cleared by each exposure step)
   CString m_strTitle;              // read-out title of the current mode

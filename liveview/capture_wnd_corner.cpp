@@ -1,11 +1,10 @@
-// CCaptureWnd: the corner search of corner mode and its mark.
+// CCaptureWnd: the corner display of corner mode.
 //
-// A tap accepted in corner mode (tele camera, measurement taken) is handed
-// to the corner finder together with the picture under the client area; the
-// corner nearest to the tap becomes the aiming point, so the angle
-// differences turn the telescope onto the corner rather than onto the
-// roughly tapped pixel. The tap mark stays where the operator tapped; the
-// corner gets a cross of its own. Positions are client pixels; the found
+// While a tap is held on the tele camera, each paint looks for the corner
+// nearest to the tap point in the picture under the client area and marks
+// it with a red cross; the tap mark stays where the operator tapped, and the
+// tap's aiming differences stay the tap's. A host that wants to aim at the
+// corner instead asks GetCornerMoveAng. Positions are client pixels; the
 // corner, sub-pixel in the picture, is rounded to the nearest pixel.
 #include <cmath>
 #include <cstdlib>
@@ -14,8 +13,6 @@
 #include "liveview/capture_wnd.h"
 #include "liveview/vcap.h"
 #include "platform/dc.h"
-#include "platform/message_box.h"
-#include "platform/xlate.h"
 
 namespace {
 
@@ -24,7 +21,6 @@ constexpr int kCornerMode = 2;
 constexpr COLORREF kCornerColour = 255;  // red, apart from the green tap mark
 constexpr int kCrossHalf = 10;
 constexpr int kSteadyPixels = 8;  // hysteresis: smaller moves keep the old cross
-constexpr const wchar_t* kNoCorner = L"No corner was found near the specified point.";
 
 int RoundToPixel(double v) { return int(std::floor(v + 0.5)); }
 
@@ -52,35 +48,29 @@ bool CCaptureWnd::GrabCornerPicture(CDibEx& image) {
   return image.m_imageBits != nullptr;
 }
 
-int CCaptureWnd::SearchCorner(int bTell) {
-  m_bCornerFound = 0;
+int CCaptureWnd::SearchCorner() {
   // The timer's exposure work would change the picture under the search.
   m_bTimerLock = 1;
   CDibEx picture;
   double x = 0.0, y = 0.0;
   const bool found = GrabCornerPicture(picture) && m_PrcCorner.FindCorner(picture, CPoint(m_ptTap), x, y);
   m_bTimerLock = 0;
-  if (!found) {
-    if (bTell) AfxMessageBox(Xlate(kNoCorner));
-    return 0;
-  }
+  if (!found) return 0;
   m_ptCorner.x = RoundToPixel(x);
   m_ptCorner.y = RoundToPixel(y);
-  m_bCornerFound = 1;
-  m_dCornerZoom = m_dZoom[kTeleCamera];
-  // Aim at the corner: MakeMoveAng works on the tap point.
-  const POINT tap = m_ptTap;
-  m_ptTap = m_ptCorner;
-  MakeMoveAng();
-  m_ptTap = tap;
   return 1;
 }
 
 void CCaptureWnd::DrawCorner(CDC* dc) {
-  if (m_nMode != kCornerMode || m_bTapped != 1 || !m_bCornerFound || GetCurCamera() != kTeleCamera) return;
-  // A zoom scales the tap about the centre; the corner is found again there.
-  if (m_dCornerZoom != m_dZoom[kTeleCamera] && !SearchCorner(0)) return;
-  POINT at = m_ptCorner;
+  m_bCornerFound = 0;
+  if (m_nMode != kCornerMode || m_bTapped != 1 || GetCurCamera() != kTeleCamera) return;
+  if (SearchCorner()) DrawCornerCross(dc, m_ptCorner);  // no corner near the tap: no cross
+}
+
+// With hysteresis on, a corner within 8 pixels of the last cross keeps the
+// cross where it was, so that pixel jitter of the live picture does not
+// shake it.
+void CCaptureWnd::DrawCornerCross(CDC* dc, POINT at) {
   const bool steady = m_bHysteresisMode && m_bCornerDrawn && std::abs(at.x - m_ptCornerDrawn.x) <= kSteadyPixels &&
                       std::abs(at.y - m_ptCornerDrawn.y) <= kSteadyPixels;
   if (steady) at = m_ptCornerDrawn;
@@ -94,4 +84,13 @@ void CCaptureWnd::DrawCorner(CDC* dc) {
   pen.DeleteObject();
   m_ptCornerDrawn = at;
   m_bCornerDrawn = 1;
+  MoveAngTo(at, m_dCornerDV, m_dCornerDH);
+  m_bCornerFound = 1;
+}
+
+int CCaptureWnd::GetCornerMoveAng(double& dv, double& dh) {
+  if (m_nMode != kCornerMode || !m_bCornerFound) return 0;
+  dv = m_dCornerDV;
+  dh = m_dCornerDH;
+  return 1;
 }

@@ -54,12 +54,13 @@ void CCaptureWnd::EndOffsetMode() {
   if (GetSafeHwnd()) InvalidateRect(nullptr, TRUE);
 }
 
-// ---- Corner mode (the corner search itself lives with the corner finder) ----
+// ---- Corner mode (the corner display lives with the corner finder) ----
 
 void CCaptureWnd::BeginCornerMode() {
   m_nMode = kCorner;
   m_bTapped = 0;
   m_bTapOutside = 0;
+  m_bCornerFound = 0;
   m_bCornerTele = GetCurCamera() == kTeleCamera ? 1 : 0;
   if (GetSafeHwnd()) InvalidateRect(nullptr, TRUE);
 }
@@ -224,8 +225,7 @@ void CCaptureWnd::OnLButtonDown(UINT flags, CPoint point) {
         const int cx = client.Width() / 2;
         const int cy = client.Height() / 2;
         if (cx - half <= point.x && point.x <= cx + half && cy - half <= point.y && point.y <= cy + half) {
-          m_bTapOutside = 0;
-          SearchCorner(1);  // aim at the corner nearest to the tap
+          m_bTapOutside = 0;  // the corner display looks for a corner near it at the repaint
         } else {
           m_bTapped = 0;
           m_bTapOutside = 1;

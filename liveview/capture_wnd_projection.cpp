@@ -134,12 +134,14 @@ void CCaptureWnd::UpdateOffsetAngle(double V, double H) {
   m_dOffsetY = m_nOffsetRefY - tan(m_dDV * kDegToRad) / m_Camera.Resolution.Y * kTelescopeFocalMm;
 }
 
-void CCaptureWnd::MakeMoveAng() {
+void CCaptureWnd::MakeMoveAng() { MoveAngTo(m_ptTap, m_dDV, m_dDH); }
+
+void CCaptureWnd::MoveAngTo(POINT pt, double& dv, double& dh) {
   CRect client;
   GetClientRect(&client);
-  const int dx = m_ptTap.x - client.Width() / 2;
-  const int dy = m_ptTap.y - client.Height() / 2;
+  const int dx = pt.x - client.Width() / 2;
+  const int dy = pt.y - client.Height() / 2;
   const double s = 1.0 / m_dZoom[GetCurCamera() == 0 ? 0 : 1];
-  m_dDV = atan2(-(s * dy * m_Camera.Resolution.Y), kTelescopeFocalMm) * kRadToDeg;
-  m_dDH = atan2(s * dx * m_Camera.Resolution.X, kTelescopeFocalMm) * kRadToDeg;
+  dv = atan2(-(s * dy * m_Camera.Resolution.Y), kTelescopeFocalMm) * kRadToDeg;
+  dh = atan2(s * dx * m_Camera.Resolution.X, kTelescopeFocalMm) * kRadToDeg;
 }

@@ -44,6 +44,7 @@ Session script: one step a line, '#' starts a comment.
   tap X Y              tap at client pixel X Y
   tap-target NAME      tap on the survey target NAME where the tele camera shows it
   aim                  turn the instrument by the differences of the last tap
+                       (in corner mode, of the corner marked near it)
   key NAME             LEFT RIGHT UP DOWN 1 2 3 9, as the view's keys
   exposure N           automatic exposure mode 0 (manual), 1, 2 or 3
   scene dark|bright|normal

@@ -97,7 +97,7 @@ nudge -0.01 0.02         # the offset marker follows the turn
 mode corner
 measure                  # a distance was measured: taps are taken
 tap-target T3
-aim                      # the telescope turns onto the tapped point
+aim                      # the telescope turns onto the corner marked near the tap
 exposure 1
 scene dark
 settle                   # auto exposure brings the picture back

@@ -11,6 +11,7 @@
 //   tap X Y             tap at client pixel (X, Y)
 //   tap-target NAME     tap on the survey target NAME as the current camera shows it
 //   aim                 turn the instrument by the aiming differences of the last tap
+//                       (in corner mode, of the corner marked near it)
 //   key NAME            LEFT RIGHT UP DOWN 1 2 3 9 (as KeyControl takes them)
 //   exposure N          automatic exposure mode 0..3
 //   scene dark|bright|normal

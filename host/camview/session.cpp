@@ -416,8 +416,12 @@ StepResult Session::Tap(int x, int y) {
   platform::PumpMessages();
   Wait(1);
   std::string summary = Format("tap at (%d, %d): ", x, y);
+  double dv = 0.0, dh = 0.0;
   if (view_->m_bTapped) {
     summary += Format("aim by dV %+.4f dH %+.4f degrees", view_->m_dDV, view_->m_dDH);
+    if (view_->GetCornerMoveAng(dv, dh))
+      summary += Format("; corner marked at (%d, %d): dV %+.4f dH %+.4f", view_->m_ptCornerDrawn.x,
+                        view_->m_ptCornerDrawn.y, dv, dh);
   } else {
     summary += messages_.size() > boxes ? "refused" : "not taken in this mode";
   }
@@ -444,14 +448,18 @@ StepResult Session::TapTarget(const Step& step) {
   return result;
 }
 
-// Turns the telescope onto the tapped point: the differences are an
-// elevation (up positive) and a clockwise horizontal turn.
+// Turns the telescope onto the corner marked near the tap in corner mode,
+// else onto the tapped point: the differences are an elevation (up
+// positive) and a clockwise horizontal turn.
 StepResult Session::Aim() {
-  const double v = view_->m_dCurV - view_->m_dDV;
-  const double h = view_->m_dCurH + view_->m_dDH;
+  double dv = view_->m_dDV, dh = view_->m_dDH;
+  const bool corner = view_->GetCornerMoveAng(dv, dh) == 1;
+  const double v = view_->m_dCurV - dv;
+  const double h = view_->m_dCurH + dh;
   Turn(v, h);
   Wait(1);
-  std::string summary = Format("turned to V %s H %s", Dms(v).c_str(), Dms(h).c_str());
+  std::string summary = Format("turned onto the %s: V %s H %s", corner ? "marked corner" : "tapped point",
+                               Dms(v).c_str(), Dms(h).c_str());
   if (last_tap_target_.empty()) return {true, summary};
   const CXYZ* target = FindTarget(last_tap_target_);
   auto seen = instrument_->TeleSensorPoint(target->X, target->Y, target->Z);

@@ -1,14 +1,15 @@
-// Corner mode end to end on the simulated instrument's tele camera: taps
-// near a target board's corner find that corner (judged against the board's
-// geometry projected through the tele camera, not against the finder), the
-// aiming differences bring it to the reticle, and a tap on plain sky finds
-// nothing and says so. Also the hysteresis of the corner cross and the
-// marks of the other modes. Screenshots go to <build>/screenshots.
+// Corner mode end to end on the simulated instrument's tele camera: a tap
+// only takes the tap point and its aiming; the paint after it marks the
+// corner of a target board nearest to the tap (judged against the board's
+// geometry projected through the tele camera, not against the finder), whose
+// own aiming differences bring it to the reticle; on plain sky nothing is
+// marked and nothing is said. Screenshots go to <build>/screenshots.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <memory>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "devices/eeprom_module.h"
@@ -24,7 +25,6 @@ namespace survey_view_test {
 namespace {
 
 constexpr double kDegPerPixel = 0.0056 / 248.46 * 180.0 / 3.141592653589793;  // tele, at scale 1
-constexpr const wchar_t* kNoCornerText = L"No corner was found near the specified point.";
 
 struct ClientPt {
   double x = 0.0;
@@ -53,6 +53,19 @@ void StoreCalibration(const sim::Calibration& c) {
   Store<int16_t>(93, int16_t(c.tele_center_y));
   for (int item = 94; item <= 99; ++item) Store<double>(item, 0.0);
 }
+
+// Films another source and notes whether the view's timer was at rest while
+// a frame was taken.
+struct TimerWitness : devices::FrameSource {
+  TimerWitness(std::shared_ptr<devices::FrameSource> scene, const CCaptureWnd& view) : scene(std::move(scene)), view(view) {}
+  void Render(const devices::FrameRequest& request, uint16_t* pixels) override {
+    locked = locked || view.m_bTimerLock == 1;
+    scene->Render(request, pixels);
+  }
+  std::shared_ptr<devices::FrameSource> scene;
+  const CCaptureWnd& view;
+  bool locked = false;
+};
 
 class CornerModeTest : public SurveyViewTest {
  protected:
@@ -183,7 +196,8 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
     boxes_.clear();
     Tap(tap_x, tap_y);
     ASSERT_EQ(view_->m_bTapped, 1);
-    if (!view_->m_bCornerFound) {
+    double dv = 0.0, dh = 0.0;
+    if (!view_->GetCornerMoveAng(dv, dh)) {
       ADD_FAILURE() << "no corner near " << tap_x << "," << tap_y << " zoom " << s;
       view_->EndCornerMode();
       view_->ClrGetMeas();
@@ -206,11 +220,11 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
     }
     EXPECT_EQ(view_->m_ptTap.x, tap_x);  // the tap mark stays where tapped
     if (trial == 0) Shoot("corner_mode_found");
-    // Aiming: turn by the differences; the same corner then sits at the
-    // reticle (the view's centre pixel).
+    // Aiming: turn by the corner's differences; the same corner then sits
+    // at the reticle (the view's centre pixel).
     if (trial < 12) {
       const ClientPt before = want;
-      Turn(v - view_->m_dDV, h + view_->m_dDH);
+      Turn(v - dv, h + dh);
       const std::vector<ClientPt> after = BoardCorners(board);
       const double ax = (after[size_t(expected)].x - 160.0) / s, ay = (after[size_t(expected)].y - 120.0) / s;
       EXPECT_LE(std::fabs(ax), 1.0) << before.x;
@@ -229,7 +243,7 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
 }
 
 // Zooming in corner mode freezes the picture and scales the tap about the
-// centre; the corner is found again there and its cross stays on it.
+// centre; the paint finds the corner again there.
 TEST_F(CornerModeTest, ZoomFindsTheCornerAgainAtTheNewScale) {
   Start();
   view_->SetCurCamera(0);
@@ -250,7 +264,6 @@ TEST_F(CornerModeTest, ZoomFindsTheCornerAgainAtTheNewScale) {
   view_->ZoomIn();
   platform::PumpMessages();
   EXPECT_EQ(view_->m_bSnapShot, 1);
-  EXPECT_EQ(view_->m_dCornerZoom, 2.0);
   ASSERT_EQ(view_->m_bCornerFound, 1);
   const ClientPt zoomed = BoardCorners(board)[8];
   EXPECT_LE(std::fabs(view_->m_ptCorner.x - zoomed.x), 2.0);  // one camera pixel at scale 2
@@ -260,24 +273,40 @@ TEST_F(CornerModeTest, ZoomFindsTheCornerAgainAtTheNewScale) {
   view_->EndSnapShot();
 }
 
-TEST_F(CornerModeTest, TapOnPlainSkyKeepsTheTapAndSaysSo) {
+// The tap itself asks the driver for nothing and shows nothing: it keeps the
+// tap point and its own aiming. The corner search is the paint's, with the
+// timer at rest meanwhile; on plain sky it marks nothing and says nothing.
+TEST_F(CornerModeTest, TapTakesThePointAndThePaintLooksForTheCorner) {
   Start();
   view_->SetCurCamera(0);
   Turn(80.0, 20.0);  // 10 degrees up: only sky in the tele field
   view_->BeginCornerMode();
   view_->SetGetMeas();
+  platform::PumpMessages();
+  devices::capture::ClearLog();
   boxes_.clear();
-  Tap(150, 130);
+  view_->SendMessage(WM_LBUTTONDOWN, 0, MAKELPARAM(150, 130));
   EXPECT_EQ(view_->m_bTapped, 1);
-  EXPECT_EQ(view_->m_bCornerFound, 0);
   EXPECT_EQ(view_->m_ptTap.x, 150);
   EXPECT_EQ(view_->m_ptTap.y, 130);
-  ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(boxes_.LastText(), kNoCornerText);
-  // The aiming is the raw tap's: 10 pixels left and 10 down of the centre.
+  // 10 pixels left and 10 down of the centre at scale 1.
   EXPECT_NEAR(view_->m_dDH, -10 * kDegPerPixel, 1e-6);
   EXPECT_NEAR(view_->m_dDV, -10 * kDegPerPixel, 1e-6);
+  EXPECT_TRUE(devices::capture::Log().empty());
+  EXPECT_EQ(boxes_.size(), 0u);
+
+  auto witness = std::make_shared<TimerWitness>(instrument_, *view_);
+  devices::SetFrameSource(witness);
+  platform::PumpMessages();
+  EXPECT_FALSE(devices::capture::Log().empty());  // the paint grabbed the picture
+  EXPECT_TRUE(witness->locked);
   EXPECT_EQ(view_->m_bTimerLock, 0);
+  double dv = 7.0, dh = 7.0;
+  EXPECT_EQ(view_->GetCornerMoveAng(dv, dh), 0);
+  EXPECT_EQ(dv, 7.0);
+  EXPECT_EQ(dh, 7.0);
+  EXPECT_EQ(boxes_.size(), 0u);
+  EXPECT_NEAR(view_->m_dDH, -10 * kDegPerPixel, 1e-6);  // still the tap's
   Shoot("corner_mode_none");
   view_->EndCornerMode();
 }

@@ -143,18 +143,15 @@ TEST_F(MarksTest, UserOffsetMovesTheReticleByTheOffsetAtTheDisplayScale) {
 }
 
 // The cross moves only when the corner moves more than 8 pixels in x or y
-// while hysteresis is on; without it the cross follows every move.
+// while hysteresis is on; without it the cross follows every move. The
+// corner's aiming differences are those of the cross as drawn.
 TEST_F(MarksTest, CornerCrossHysteresis) {
   view_->SetCurCamera(0);
   view_->BeginCornerMode();
-  view_->m_bTapped = 1;
-  view_->m_bCornerFound = 1;
-  view_->m_dCornerZoom = view_->m_dZoom[0];
   view_->SetHysteresisMode(true);
   auto draw_at = [&](int x, int y) {
-    view_->m_ptCorner = POINT{x, y};
     Fresh();
-    view_->DrawCorner(dc_.get());
+    view_->DrawCornerCross(dc_.get(), POINT{x, y});
   };
   auto cross_at = [&](int x, int y) { return fb_.At(x - 9, y) == kRed && fb_.At(x, y + 9) == kRed; };
   draw_at(100, 100);
@@ -162,6 +159,12 @@ TEST_F(MarksTest, CornerCrossHysteresis) {
   draw_at(108, 92);  // 8 and 8: stays
   EXPECT_TRUE(cross_at(100, 100));
   EXPECT_FALSE(cross_at(108, 92));
+  double dv = 0.0, dh = 0.0;
+  ASSERT_EQ(view_->GetCornerMoveAng(dv, dh), 1);
+  view_->m_ptTap = POINT{100, 100};  // a tap on the cross aims the same way
+  view_->MakeMoveAng();
+  EXPECT_EQ(dv, view_->m_dDV);
+  EXPECT_EQ(dh, view_->m_dDH);
   draw_at(109, 100);  // 9 in x: moves
   EXPECT_TRUE(cross_at(109, 100));
   draw_at(109, 91);  // 9 in y: moves
@@ -169,14 +172,16 @@ TEST_F(MarksTest, CornerCrossHysteresis) {
   view_->SetHysteresisMode(false);
   draw_at(111, 92);
   EXPECT_TRUE(cross_at(111, 92));
-  // Nothing without a found corner or on the wide camera.
-  view_->m_bCornerFound = 0;
-  draw_at(50, 50);
-  EXPECT_FALSE(cross_at(50, 50));
-  view_->m_bCornerFound = 1;
-  view_->SetCurCamera(1);
-  draw_at(50, 50);
-  EXPECT_FALSE(cross_at(50, 50));
+  // The corner display draws nothing without a tap or on the wide camera,
+  // and then there is no corner to aim at.
+  for (int camera : {0, 1}) {
+    view_->SetCurCamera(camera);
+    view_->m_bTapped = BYTE(camera);  // tele without a tap, wide with one
+    Fresh();
+    view_->DrawCorner(dc_.get());
+    EXPECT_EQ(CountIn(kRed, RECT{0, 0, 320, 240}), 0) << camera;
+    EXPECT_EQ(view_->GetCornerMoveAng(dv, dh), 0) << camera;
+  }
 }
 
 }  // namespace
