@@ -11,22 +11,11 @@ class CKvoArray {
   CKvoArray() = default;
 
   int GetSize() const { return int(v_.size()); }
-  int GetCount() const { return GetSize(); }
-  int GetUpperBound() const { return GetSize() - 1; }
   bool IsEmpty() const { return v_.empty(); }
   void SetSize(int newSize, int /*growBy*/ = -1) { v_.resize(size_t(std::max(newSize, 0))); }
   void RemoveAll() { v_.clear(); }
-  void FreeExtra() { v_.shrink_to_fit(); }
 
   T& ElementAt(int i) { return v_[size_t(i)]; }
-  const T& ElementAt(int i) const { return v_[size_t(i)]; }
-  const T& GetAt(int i) const { return v_[size_t(i)]; }
-  T& GetAt(int i) { return v_[size_t(i)]; }
-  void SetAt(int i, ARG value) { v_[size_t(i)] = value; }
-  void SetAtGrow(int i, ARG value) {
-    if (i >= GetSize()) SetSize(i + 1);
-    v_[size_t(i)] = value;
-  }
   T& operator[](int i) { return v_[size_t(i)]; }
   const T& operator[](int i) const { return v_[size_t(i)]; }
   T* GetData() { return v_.data(); }
@@ -35,11 +24,6 @@ class CKvoArray {
   int Add(ARG value) {
     v_.push_back(value);
     return GetSize() - 1;
-  }
-  int Append(const CKvoArray& other) {
-    int first = GetSize();
-    v_.insert(v_.end(), other.v_.begin(), other.v_.end());
-    return first;
   }
   void Copy(const CKvoArray& other) {
     if (this != &other) v_ = other.v_;

@@ -4,7 +4,6 @@
 // Windows C runtime's meaning of the format string (platform/text.h).
 #include <algorithm>
 #include <cstdarg>
-#include <cwctype>
 #include <string>
 #include <type_traits>
 
@@ -27,26 +26,12 @@ class CKvoStringT {
 
   operator const T*() const { return s_.c_str(); }
   const T* c_str() const { return s_.c_str(); }
-  const Str& str() const { return s_; }
   Str& str() { return s_; }
 
   int GetLength() const { return int(s_.size()); }
   bool IsEmpty() const { return s_.empty(); }
   void Empty() { s_.clear(); }
-  T GetAt(int i) const { return s_[size_t(i)]; }
-  void SetAt(int i, T ch) { s_[size_t(i)] = ch; }
   T operator[](int i) const { return s_[size_t(i)]; }
-
-  // Direct buffer access: GetBuffer(n) gives room for n characters plus a
-  // terminator; ReleaseBuffer(-1) takes the length up to the first zero.
-  T* GetBuffer(int minLength = 0) {
-    if (int(s_.size()) < minLength) s_.resize(size_t(minLength));
-    return s_.data();
-  }
-  void ReleaseBuffer(int newLength = -1) {
-    if (newLength < 0) newLength = int(std::char_traits<T>::length(s_.c_str()));
-    s_.resize(size_t(newLength));
-  }
 
   CKvoStringT& operator=(const T* text) {
     s_ = text ? text : Str();
@@ -60,23 +45,13 @@ class CKvoStringT {
     if (text) s_ += text;
     return *this;
   }
-  CKvoStringT& operator+=(T ch) {
-    s_ += ch;
-    return *this;
-  }
   friend CKvoStringT operator+(const CKvoStringT& a, const CKvoStringT& b) { return CKvoStringT(a.s_ + b.s_); }
   friend CKvoStringT operator+(const CKvoStringT& a, const T* b) { return CKvoStringT(a.s_ + (b ? b : Str())); }
   friend CKvoStringT operator+(const T* a, const CKvoStringT& b) { return CKvoStringT((a ? Str(a) : Str()) + b.s_); }
-  friend CKvoStringT operator+(const CKvoStringT& a, T b) { return CKvoStringT(a.s_ + b); }
 
   int Compare(const T* other) const { return s_.compare(other ? other : Str()); }
-  int CompareNoCase(const T* other) const {
-    Str a = Lowered(s_), b = Lowered(other ? Str(other) : Str());
-    return a.compare(b);
-  }
   friend bool operator==(const CKvoStringT& a, const CKvoStringT& b) { return a.s_ == b.s_; }
   friend bool operator==(const CKvoStringT& a, const T* b) { return a.Compare(b) == 0; }
-  friend bool operator==(const T* a, const CKvoStringT& b) { return b.Compare(a) == 0; }
   friend bool operator!=(const CKvoStringT& a, const CKvoStringT& b) { return a.s_ != b.s_; }
   friend bool operator!=(const CKvoStringT& a, const T* b) { return a.Compare(b) != 0; }
   friend bool operator<(const CKvoStringT& a, const CKvoStringT& b) { return a.s_ < b.s_; }
@@ -87,14 +62,6 @@ class CKvoStringT {
     va_start(args, format);
     FormatV(format, args);
     va_end(args);
-  }
-  void AppendFormat(const T* format, ...) {
-    va_list args;
-    va_start(args, format);
-    CKvoStringT piece;
-    piece.FormatV(format, args);
-    va_end(args);
-    s_ += piece.s_;
   }
   void FormatV(const T* format, va_list args) {
     if constexpr (std::is_same_v<T, wchar_t>) {
@@ -118,69 +85,19 @@ class CKvoStringT {
     return *this;
   }
   CKvoStringT& Trim() { return TrimRight().TrimLeft(); }
-  CKvoStringT& TrimLeft(T ch) {
-    size_t i = 0;
-    while (i < s_.size() && s_[i] == ch) ++i;
-    s_.erase(0, i);
-    return *this;
-  }
-  CKvoStringT& TrimRight(T ch) {
-    size_t n = s_.size();
-    while (n > 0 && s_[n - 1] == ch) --n;
-    s_.resize(n);
-    return *this;
-  }
 
   int Find(T ch, int start = 0) const { return ToIndex(s_.find(ch, size_t(std::max(start, 0)))); }
-  int Find(const T* sub, int start = 0) const {
-    return sub ? ToIndex(s_.find(sub, size_t(std::max(start, 0)))) : -1;
-  }
   int ReverseFind(T ch) const { return ToIndex(s_.rfind(ch)); }
   CKvoStringT Left(int n) const { return CKvoStringT(s_.substr(0, size_t(Clamp(n)))); }
-  CKvoStringT Right(int n) const {
-    size_t k = size_t(Clamp(n));
-    return CKvoStringT(s_.substr(s_.size() - k));
-  }
   CKvoStringT Mid(int first) const { return Mid(first, GetLength()); }
   CKvoStringT Mid(int first, int count) const {
     first = Clamp(first);
     count = std::min(std::max(count, 0), GetLength() - first);
     return CKvoStringT(s_.substr(size_t(first), size_t(count)));
   }
-  int Replace(const T* from, const T* to) {
-    if (!from || !*from) return 0;
-    Str f(from), t(to ? to : Str());
-    int n = 0;
-    for (size_t pos = s_.find(f); pos != Str::npos; pos = s_.find(f, pos + t.size())) {
-      s_.replace(pos, f.size(), t);
-      ++n;
-    }
-    return n;
-  }
-  int Replace(T from, T to) {
-    int n = 0;
-    for (T& c : s_)
-      if (c == from) {
-        c = to;
-        ++n;
-      }
-    return n;
-  }
-  CKvoStringT& MakeUpper() {
-    for (T& c : s_) c = T(std::towupper(wint_t(c)));
-    return *this;
-  }
-  CKvoStringT& MakeLower() {
-    s_ = Lowered(s_);
-    return *this;
-  }
 
  private:
   static bool IsSpace(T c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f'; }
-  static Str Lowered(Str s) {
-    for (T& c : s) c = T(std::towlower(wint_t(c)));
-    return s;
-  }
   static int ToIndex(size_t pos) { return pos == Str::npos ? -1 : int(pos); }
   int Clamp(int n) const { return std::min(std::max(n, 0), GetLength()); }
 

@@ -58,10 +58,6 @@ class SURVEYCAM_API CObject {
 
 // NOLINTBEGIN(bugprone-macro-parentheses): `name` is a class name, which
 // cannot be parenthesised after `new`.
-#define IMPLEMENT_DYNCREATE(name, base)                             \
-  CObject* name::CreateObject() { return new name; }                \
-  SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, 0xFFFF, name::CreateObject)
-
 #define IMPLEMENT_SERIAL(name, base, schema)                        \
   CObject* name::CreateObject() { return new name; }                \
   SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, schema, name::CreateObject)

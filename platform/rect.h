@@ -16,12 +16,7 @@ class CRect : public RECT {
 
   int Width() const { return right - left; }
   int Height() const { return bottom - top; }
-  CSize Size() const { return CSize(Width(), Height()); }
-  CPoint TopLeft() const { return CPoint(left, top); }
-  CPoint BottomRight() const { return CPoint(right, bottom); }
-  CPoint CenterPoint() const { return CPoint((left + right) / 2, (top + bottom) / 2); }
   bool IsRectEmpty() const { return right <= left || bottom <= top; }
-  bool IsRectNull() const { return left == 0 && top == 0 && right == 0 && bottom == 0; }
   bool PtInRect(POINT p) const { return p.x >= left && p.x < right && p.y >= top && p.y < bottom; }
   void SetRect(int l, int t, int r, int b) {
     left = l;
@@ -30,23 +25,6 @@ class CRect : public RECT {
     bottom = b;
   }
   void SetRectEmpty() { SetRect(0, 0, 0, 0); }
-  void OffsetRect(int dx, int dy) {
-    left += dx;
-    right += dx;
-    top += dy;
-    bottom += dy;
-  }
-  void InflateRect(int dx, int dy) {
-    left -= dx;
-    right += dx;
-    top -= dy;
-    bottom += dy;
-  }
-  void DeflateRect(int dx, int dy) { InflateRect(-dx, -dy); }
-  void NormalizeRect() {
-    if (left > right) std::swap(left, right);
-    if (top > bottom) std::swap(top, bottom);
-  }
   // Intersection; an empty result is set to all zeros and returns false.
   bool IntersectRect(const RECT& a, const RECT& b) {
     SetRect(std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
@@ -60,7 +38,4 @@ class CRect : public RECT {
   bool operator==(const RECT& o) const {
     return left == o.left && top == o.top && right == o.right && bottom == o.bottom;
   }
-  bool operator!=(const RECT& o) const { return !(*this == o); }
-  operator RECT*() { return this; }
-  operator const RECT*() const { return this; }
 };
