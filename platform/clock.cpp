@@ -70,7 +70,6 @@ void Advance(uint64_t milliseconds) {
   g_fixed_ms += int64_t(milliseconds);
 }
 
-void UseRealTime() { g_fixed = false; }
 bool IsFixed() { return g_fixed; }
 int64_t NowMs() { return g_fixed ? g_fixed_ms.load() : RealLocalMs(); }
 

@@ -13,7 +13,6 @@ namespace platform::clock {
 // Fixes the clock at the given local time (milliseconds are used).
 SURVEYCAM_API void SetLocal(const SYSTEMTIME& local);
 SURVEYCAM_API void Advance(uint64_t milliseconds);
-SURVEYCAM_API void UseRealTime();
 SURVEYCAM_API bool IsFixed();
 // Milliseconds since 1970-01-01 00:00 local time (the device has one zone).
 SURVEYCAM_API int64_t NowMs();

@@ -346,22 +346,6 @@ void AdvanceTime(uint64_t milliseconds) {
   PumpMessages();
 }
 
-int FireDueTimers() {
-  const int64_t now = clock::NowMs();
-  std::vector<Timer*> due;
-  for (Timer& t : D().timers)
-    if (t.due <= now) due.push_back(&t);
-  std::sort(due.begin(), due.end(), [](const Timer* a, const Timer* b) {
-    return a->due != b->due ? a->due < b->due : a->seq < b->seq;
-  });
-  for (Timer* t : due) {
-    t->due = now + std::max<int64_t>(t->period, 1);
-    PostTimer(*t);
-  }
-  PumpMessages();
-  return int(due.size());
-}
-
 int64_t NextTimerDueIn() {
   Timer* t = EarliestTimer();
   return t ? std::max<int64_t>(0, t->due - clock::NowMs()) : -1;

@@ -15,8 +15,7 @@
 //  - Timers are due on the platform clock (platform/clock.h). AdvanceTime(ms)
 //    moves a fixed clock forward timer by timer: each due timer in order of
 //    due time (ties: the earlier started) gets its WM_TIMER dispatched at its
-//    due time, followed by a pump, and is due again one period later. A
-//    clock running in real time is served by FireDueTimers.
+//    due time, followed by a pump, and is due again one period later.
 //  - Painting: WM_PAINT's CPaintDC draws on the screen clipped to the window's
 //    client area and update rectangle; erasing (WM_ERASEBKGND, with a DC on the
 //    update rectangle) happens when the paint DC is made, as with BeginPaint.
@@ -53,8 +52,6 @@ SURVEYCAM_API size_t QueuedMessages();
 // Advances the platform clock by ms, firing due timers in order (see above),
 // and pumps messages at the end.
 SURVEYCAM_API void AdvanceTime(uint64_t milliseconds);
-// Fires the timers that are due at the clock's present time, then pumps.
-SURVEYCAM_API int FireDueTimers();
 // Milliseconds until the next timer is due (-1 when no timer runs).
 SURVEYCAM_API int64_t NextTimerDueIn();
 // Number of running timers (all windows).

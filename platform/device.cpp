@@ -111,11 +111,6 @@ void UnregisterStreamDriver(const std::wstring& name) {
   Drivers().erase(Fold(name));
 }
 
-bool IsStreamDriverRegistered(const std::wstring& name) {
-  std::lock_guard lock(g_drivers_mutex);
-  return Drivers().count(Fold(name)) != 0;
-}
-
 bool SetEventWaitHook(HANDLE event, std::function<void()> hook) {
   auto object = LookupHandleAs<EventObject>(event);
   if (!object) return false;

@@ -52,7 +52,6 @@ using StreamDriverFactory = std::function<OpenResult(DWORD access, DWORD shareMo
 // Names compare case-insensitively ("CAP0:" and "cap0:" are the same device).
 SURVEYCAM_API void RegisterStreamDriver(const std::wstring& name, StreamDriverFactory factory);
 SURVEYCAM_API void UnregisterStreamDriver(const std::wstring& name);
-SURVEYCAM_API bool IsStreamDriverRegistered(const std::wstring& name);
 
 // Hook run by WaitForSingleObject on an unsignalled event (see file comment).
 // An empty function removes it. Returns false when the handle is no event.

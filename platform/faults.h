@@ -3,7 +3,7 @@
 // that point fails as the real system call would. Points used by platform/:
 //   "file.open" "file.read" "file.write" "file.seek"      CFile
 //   "file.flush" "file.rename"                            SafeFile::Commit
-//   "fs.create_directory" "fs.free_space" "fs.find" "fs.delete" "fs.move" "fs.copy"
+//   "fs.create_directory" "fs.free_space" "fs.find" "fs.delete" "fs.move"
 //   "registry.open" "registry.query" "registry.close"      registry store
 //   "module.load" "module.proc"                             LoadLibraryW / GetProcAddressW
 //   "alloc"                                                 large library allocations

@@ -142,8 +142,6 @@ ULONGLONG CFile::GetPosition() const {
   return pos < 0 ? 0 : ULONGLONG(pos);
 }
 
-BOOL CFile::SetLength(ULONGLONG length) { return fd_ >= 0 && ::ftruncate(fd_, off_t(length)) == 0; }
-
 BOOL CFile::Flush() { return fd_ >= 0 && ::fsync(fd_) == 0; }
 
 void CFile::Close() {
@@ -151,11 +149,6 @@ void CFile::Close() {
   ::close(fd_);
   fd_ = -1;
   --g_open_files;
-}
-
-CString CFile::GetFileName() const {
-  int slash = std::max(path_.ReverseFind(L'\\'), path_.ReverseFind(L'/'));
-  return path_.Mid(slash + 1);
 }
 
 long CFile::OpenFiles() { return g_open_files.load(); }

@@ -39,18 +39,14 @@ class SURVEYCAM_API CFile {
   virtual UINT Read(void* buffer, UINT count);
   virtual BOOL Write(const void* buffer, UINT count);
   virtual ULONGLONG Seek(LONGLONG offset, UINT from);
-  void SeekToBegin() { Seek(0, begin); }
   ULONGLONG SeekToEnd() { return Seek(0, end); }
   ULONGLONG GetLength() const;
   ULONGLONG GetPosition() const;
-  BOOL SetLength(ULONGLONG length);
   BOOL Flush();
   virtual void Close();
-  void Abort() { Close(); }
 
   bool IsOpen() const { return fd_ >= 0; }
   CString GetFilePath() const { return path_; }
-  CString GetFileName() const;
 
   // Number of files open through CFile in this process (leak checks).
   static long OpenFiles();

@@ -71,7 +71,6 @@ std::string DeviceRoot() {
   return root;
 }
 
-bool IsDevicePath(const wchar_t* path) { return path && path[0] == L'\\'; }
 
 std::string HostPath(const wchar_t* path) {
   if (!path) return {};
@@ -157,17 +156,6 @@ BOOL MoveFileW(const wchar_t* from, const wchar_t* to) {
   std::error_code ec;
   std::filesystem::rename(src, dst, ec);
   if (ec) return Fail(ErrnoToWin32(ec.value()));
-  return TRUE;
-}
-
-BOOL CopyFileW(const wchar_t* from, const wchar_t* to, BOOL failIfExists) {
-  std::string src = HostPath(from), dst = HostPath(to);
-  if (fault::Check("fs.copy", src).fail) return Fail(ERROR_ACCESS_DENIED);
-  std::error_code ec;
-  auto options = failIfExists ? std::filesystem::copy_options::none
-                              : std::filesystem::copy_options::overwrite_existing;
-  if (!std::filesystem::copy_file(src, dst, options, ec) || ec)
-    return Fail(ec ? ErrnoToWin32(ec.value()) : ERROR_FILE_EXISTS);
   return TRUE;
 }
 

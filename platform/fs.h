@@ -17,7 +17,6 @@ SURVEYCAM_API void SetDeviceRoot(const std::string& hostDirectory);
 SURVEYCAM_API std::string DeviceRoot();
 // The host path of a device or host path given in wide text.
 SURVEYCAM_API std::string HostPath(const wchar_t* path);
-SURVEYCAM_API bool IsDevicePath(const wchar_t* path);
 // Overrides the free space that GetDiskFreeSpaceExW reports (tests, the
 // simulated card); nullopt reports the host file system's real figures.
 SURVEYCAM_API void SetFreeSpaceOverride(std::optional<uint64_t> freeBytes);
@@ -28,7 +27,6 @@ SURVEYCAM_API BOOL CreateDirectoryW(const wchar_t* path, void* security);
 SURVEYCAM_API BOOL RemoveDirectoryW(const wchar_t* path);
 SURVEYCAM_API BOOL DeleteFileW(const wchar_t* path);
 SURVEYCAM_API BOOL MoveFileW(const wchar_t* from, const wchar_t* to);
-SURVEYCAM_API BOOL CopyFileW(const wchar_t* from, const wchar_t* to, BOOL failIfExists);
 SURVEYCAM_API DWORD GetFileAttributesW(const wchar_t* path);
 // Patterns may use * and ? in the last component. The handle is closed with
 // FindClose.

@@ -358,16 +358,6 @@ int ScanA(const char* text, const char* format, ...) {
   return n;
 }
 
-int ScanW(const wchar_t* text, const wchar_t* format, ...) {
-  if (!text || !format) return EOF;
-  CLocaleScope c_locale;
-  va_list args;
-  va_start(args, format);
-  int n = std::vswscanf(text, format, args);
-  va_end(args);
-  return n;
-}
-
 double AtoF(const char* text) {
   if (!text) return 0.0;
   CLocaleScope c_locale;
@@ -387,26 +377,3 @@ int WtoI(const wchar_t* text) {
 }
 
 }  // namespace platform
-
-int WideCharToMultiByte(UINT, DWORD, const wchar_t* wide, int wideLength, char* out, int outSize,
-                        const char*, BOOL* usedDefault) {
-  if (usedDefault) *usedDefault = FALSE;
-  if (!wide) return 0;
-  std::wstring in = wideLength < 0 ? std::wstring(wide) : std::wstring(wide, size_t(wideLength));
-  std::string bytes = platform::WideToUtf8(in);
-  if (wideLength < 0) bytes.push_back('\0');
-  if (outSize == 0) return int(bytes.size());
-  if (!out || int(bytes.size()) > outSize) return 0;
-  std::copy(bytes.begin(), bytes.end(), out);  // terminated only when the input was
-  return int(bytes.size());
-}
-
-int MultiByteToWideChar(UINT, DWORD, const char* text, int length, wchar_t* out, int outSize) {
-  if (!text) return 0;
-  std::wstring wide = length < 0 ? platform::Utf8ToWide(text) : platform::Utf8ToWide(text, size_t(length));
-  if (length < 0) wide.push_back(L'\0');
-  if (outSize == 0) return int(wide.size());
-  if (!out || int(wide.size()) > outSize) return 0;
-  std::copy(wide.begin(), wide.end(), out);  // terminated only when the input was
-  return int(wide.size());
-}

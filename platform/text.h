@@ -22,6 +22,7 @@ SURVEYCAM_API std::wstring Utf8ToWide(const char* text, size_t length);
 
 // Decodes UTF-16 code units (surrogate pairs joined) into wide characters.
 SURVEYCAM_API std::wstring Utf16ToWide(const uint16_t* units, size_t count);
+// Encodes wide characters as UTF-16 code units (surrogate pairs above U+FFFF).
 SURVEYCAM_API std::u16string WideToUtf16(const std::wstring& text);
 
 // Windows-semantics formatting (see the file comment).
@@ -30,10 +31,8 @@ SURVEYCAM_API std::wstring FormatWV(const wchar_t* format, va_list args);
 SURVEYCAM_API std::string FormatA(const char* format, ...);
 SURVEYCAM_API std::string FormatAV(const char* format, va_list args);
 
-// sscanf/swscanf in the "C" locale. Use glibc's own conversions: in ScanW,
-// %ls stores a wchar_t string and %s a narrow one.
+// sscanf in the "C" locale.
 SURVEYCAM_API int ScanA(const char* text, const char* format, ...);
-SURVEYCAM_API int ScanW(const wchar_t* text, const wchar_t* format, ...);
 // atof/_wtof/_wtoi in the "C" locale (unreadable text gives 0).
 SURVEYCAM_API double AtoF(const char* text);
 SURVEYCAM_API double WtoF(const wchar_t* text);
@@ -53,23 +52,3 @@ class SURVEYCAM_API CLocaleScope {
 };
 
 }  // namespace platform
-
-// Win32 code-page conversion; every code page is UTF-8 here. Same contract as
-// Win32: with a zero output size the needed size (including the terminator
-// when the input length is -1) is returned.
-constexpr UINT CP_ACP = 0;
-constexpr UINT CP_UTF8 = 65001;
-SURVEYCAM_API int WideCharToMultiByte(UINT codePage,
-                                      DWORD flags,
-                                      const wchar_t* wide,
-                                      int wideLength,
-                                      char* out,
-                                      int outSize,
-                                      const char* defaultChar,
-                                      BOOL* usedDefault);
-SURVEYCAM_API int MultiByteToWideChar(UINT codePage,
-                                      DWORD flags,
-                                      const char* text,
-                                      int length,
-                                      wchar_t* out,
-                                      int outSize);
