@@ -6,5 +6,4 @@
 class SURVEYCAM_API CBitmap : public CGdiObject {
  public:
   CBitmap() = default;
-  static CBitmap* FromHandle(HBITMAP bitmap) { return static_cast<CBitmap*>(CGdiObject::FromHandle(bitmap)); }
 };

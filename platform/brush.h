@@ -6,7 +6,5 @@
 class SURVEYCAM_API CBrush : public CGdiObject {
  public:
   CBrush() = default;
-  explicit CBrush(COLORREF color) { CreateSolidBrush(color); }
-  BOOL CreateSolidBrush(COLORREF color);
   static CBrush* FromHandle(HBRUSH brush) { return static_cast<CBrush*>(CGdiObject::FromHandle(brush)); }
 };

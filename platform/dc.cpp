@@ -87,14 +87,6 @@ BOOL CDC::AttachFramebuffer(platform::Framebuffer* fb, const RECT& clientOnScree
   return owned_ ? TRUE : FALSE;
 }
 
-BOOL CDC::CreateCompatibleDC(CDC* reference) {
-  if (m_hDC) return FALSE;
-  m_hDC = ::CreateCompatibleDC(reference ? reference->m_hDC : nullptr);
-  m_hAttribDC = m_hDC;
-  owned_ = true;
-  return TRUE;
-}
-
 BOOL CDC::Attach(HDC dc) {
   if (m_hDC || !dc) return FALSE;
   m_hDC = m_hAttribDC = dc;
@@ -121,17 +113,9 @@ CPen* CDC::SelectObject(CPen* pen) {
 CBrush* CDC::SelectObject(CBrush* brush) {
   return brush ? CBrush::FromHandle(::SelectObject(m_hDC, brush->m_hObject)) : nullptr;
 }
-CBitmap* CDC::SelectObject(CBitmap* bitmap) {
-  return bitmap ? CBitmap::FromHandle(::SelectObject(m_hDC, bitmap->m_hObject)) : nullptr;
-}
 CGdiObject* CDC::SelectStockObject(int index) {
   return CGdiObject::FromHandle(::SelectObject(m_hDC, ::GetStockObject(index)));
 }
-CPalette* CDC::SelectPalette(CPalette* palette, BOOL forceBackground) {
-  if (!palette) return nullptr;
-  return CPalette::FromHandle(::SelectPalette(m_hDC, palette->m_hObject, forceBackground));
-}
-UINT CDC::RealizePalette() { return ::RealizePalette(m_hDC); }
 int CDC::GetDeviceCaps(int index) const { return ::GetDeviceCaps(m_hAttribDC, index); }
 
 CPoint CDC::MoveTo(int x, int y) {
@@ -140,8 +124,6 @@ CPoint CDC::MoveTo(int x, int y) {
   m_hDC->position = POINT{x, y};
   return previous;
 }
-
-CPoint CDC::GetCurrentPosition() const { return IsLiveDC(m_hDC) ? CPoint(m_hDC->position) : CPoint(); }
 
 BOOL CDC::LineTo(int x, int y) {
   if (!IsLiveDC(m_hDC)) return FALSE;
@@ -168,29 +150,6 @@ BOOL CDC::Rectangle(int left, int top, int right, int bottom) {
   return TRUE;
 }
 
-BOOL CDC::Ellipse(int left, int top, int right, int bottom) {
-  if (!IsLiveDC(m_hDC)) return FALSE;
-  if (left > right) std::swap(left, right);
-  if (top > bottom) std::swap(top, bottom);
-  const double cx = (left + right - 1) / 2.0, cy = (top + bottom - 1) / 2.0;
-  const double rx = (right - left) / 2.0, ry = (bottom - top) / 2.0;
-  if (rx <= 0 || ry <= 0) return TRUE;
-  auto inside = [&](int x, int y) {
-    const double u = (x - cx) / rx, v = (y - cy) / ry;
-    return u * u + v * v <= 1.0;
-  };
-  for (int y = top; y < bottom; ++y)
-    for (int x = left; x < right; ++x) {
-      if (!inside(x, y)) continue;
-      const bool edge = !inside(x - 1, y) || !inside(x + 1, y) || !inside(x, y - 1) || !inside(x, y + 1);
-      if (edge && PenDraws(m_hDC))
-        PenDot(m_hDC, x, y);
-      else if (BrushPaints(m_hDC))
-        SetPixel(x, y, m_hDC->brush->color);
-    }
-  return TRUE;
-}
-
 void CDC::FillSolidRect(const RECT* rect, COLORREF color) {
   if (rect) FillSolidRect(rect->left, rect->top, rect->right - rect->left, rect->bottom - rect->top, color);
 }
@@ -199,32 +158,7 @@ void CDC::FillSolidRect(int x, int y, int cx, int cy, COLORREF color) {
   if (IsLiveDC(m_hDC)) FillLogical(m_hDC, x, y, x + cx, y + cy, Px(color));
 }
 
-void CDC::FillRect(const RECT* rect, CBrush* brush) {
-  if (!rect || !brush || !IsLiveDC(m_hDC) || !brush->m_hObject) return;
-  if (brush->m_hObject->style == PS_NULL) return;
-  FillLogical(m_hDC, rect->left, rect->top, rect->right, rect->bottom, Px(brush->m_hObject->color));
-}
-
 BOOL CDC::PatBlt(int x, int y, int width, int height, DWORD rop) { return ::PatBlt(m_hDC, x, y, width, height, rop); }
-
-BOOL CDC::BitBlt(int x, int y, int width, int height, CDC* src, int xSrc, int ySrc, DWORD rop) {
-  return src ? ::BitBlt(m_hDC, x, y, width, height, src->m_hDC, xSrc, ySrc, rop) : FALSE;
-}
-
-COLORREF CDC::SetPixel(int x, int y, COLORREF color) {
-  if (!IsLiveDC(m_hDC)) return CLR_INVALID;
-  const int sx = x + m_hDC->originX, sy = y + m_hDC->originY;
-  if (!InClip(m_hDC, sx, sy)) return CLR_INVALID;
-  PutPixel(m_hDC, sx, sy, Px(color));
-  return platform::ColorrefFromPixel(platform::gdi::GetPixel(m_hDC, sx, sy));
-}
-
-COLORREF CDC::GetPixel(int x, int y) const {
-  if (!IsLiveDC(m_hDC)) return CLR_INVALID;
-  const int sx = x + m_hDC->originX, sy = y + m_hDC->originY;
-  if (!InClip(m_hDC, sx, sy)) return CLR_INVALID;
-  return platform::ColorrefFromPixel(platform::gdi::GetPixel(m_hDC, sx, sy));
-}
 
 int CDC::GetClipBox(RECT* rect) const {
   if (!IsLiveDC(m_hDC) || !rect) return RGN_ERROR;
@@ -238,19 +172,9 @@ COLORREF CDC::SetTextColor(COLORREF color) {
   return std::exchange(m_hDC->textColor, color & 0xFFFFFF);
 }
 COLORREF CDC::GetTextColor() const { return IsLiveDC(m_hDC) ? m_hDC->textColor : CLR_INVALID; }
-COLORREF CDC::SetBkColor(COLORREF color) {
-  if (!IsLiveDC(m_hDC)) return CLR_INVALID;
-  return std::exchange(m_hDC->bkColor, color & 0xFFFFFF);
-}
-COLORREF CDC::GetBkColor() const { return IsLiveDC(m_hDC) ? m_hDC->bkColor : CLR_INVALID; }
 int CDC::SetBkMode(int mode) {
   if (!IsLiveDC(m_hDC) || (mode != TRANSPARENT && mode != OPAQUE)) return 0;
   return std::exchange(m_hDC->bkMode, mode);
-}
-int CDC::GetBkMode() const { return IsLiveDC(m_hDC) ? m_hDC->bkMode : 0; }
-int CDC::SetTextHeight(int pixels) {
-  if (!IsLiveDC(m_hDC) || pixels <= 0) return 0;
-  return std::exchange(m_hDC->textHeight, pixels);
 }
 
 BOOL CDC::TextOut(int x, int y, const wchar_t* text, int count) {
@@ -312,11 +236,4 @@ int CDC::DrawText(const wchar_t* text, int count, RECT* rect, UINT format) {
   }
   m_hDC->clip = savedClip;
   return total;
-}
-
-CSize CDC::GetTextExtent(const wchar_t* text, int count) const {
-  const int height = IsLiveDC(m_hDC) ? m_hDC->textHeight : 13;
-  count = TextLength(text, count);
-  auto& font = platform::FontRenderer::Instance();
-  return CSize(font.Measure(text, count, height), font.GetMetrics(height).lineHeight);
 }

@@ -9,13 +9,10 @@
 //     update rectangle in client coordinates). Both m_hDC and m_hAttribDC are
 //     set, as for a window DC. Windows code builds its CPaintDC / GetDC on
 //     this (see platform/paint_dc.h for the CPaintDC hook).
-//   * A memory DC: CreateCompatibleDC(pDC) (pDC may be null); select a DIB
-//     section (CreateDIBSection, wrapped by CBitmap) to draw into its rows.
 //   * Attach(hdc) wraps an existing HDC without owning it.
-//   * With or without an attribute context: SetOutputDC / SetAttribDC /
-//     ReleaseAttribDC set the two handles separately, as the framework has
-//     them. Drawing goes to m_hDC; GetDeviceCaps asks m_hAttribDC (0 when
-//     there is none).
+//   * Without an attribute context: ReleaseAttribDC drops m_hAttribDC, as the
+//     framework has it. Drawing goes to m_hDC; GetDeviceCaps asks
+//     m_hAttribDC (0 when there is none).
 //
 // Coordinates are logical pixels (no mapping modes). Every drawing call is
 // clipped to the DC's clip rectangle. Colours are COLORREF (0x00BBGGRR) and
@@ -54,68 +51,39 @@ class SURVEYCAM_API CDC {
 
   // ---- Making and releasing ----
   BOOL AttachFramebuffer(platform::Framebuffer* fb, const RECT& clientOnScreen, const RECT* clip = nullptr);
-  BOOL CreateCompatibleDC(CDC* reference);
   BOOL Attach(HDC dc);  // not owned: Detach or destruction leaves it alive
   HDC Detach();
   BOOL DeleteDC();
-  void SetOutputDC(HDC dc) { m_hDC = dc; }
-  void ReleaseOutputDC() { m_hDC = nullptr; }
-  void SetAttribDC(HDC dc) { m_hAttribDC = dc; }
   void ReleaseAttribDC() { m_hAttribDC = nullptr; }
   HDC GetSafeHdc() const { return m_hDC; }
-  operator HDC() const { return m_hDC; }
 
   // ---- Objects ----
   CPen* SelectObject(CPen* pen);
   CBrush* SelectObject(CBrush* brush);
-  CBitmap* SelectObject(CBitmap* bitmap);
   CGdiObject* SelectStockObject(int index);
-  CPalette* SelectPalette(CPalette* palette, BOOL forceBackground);
-  UINT RealizePalette();
   int GetDeviceCaps(int index) const;
 
   // ---- Lines and shapes (current pen and brush) ----
   CPoint MoveTo(int x, int y);
-  CPoint MoveTo(POINT p) { return MoveTo(p.x, p.y); }
-  CPoint GetCurrentPosition() const;
   // Draws from the current position to (x, y), the end pixel excluded.
   BOOL LineTo(int x, int y);
-  BOOL LineTo(POINT p) { return LineTo(p.x, p.y); }
   // Outline with the pen, inside filled with the brush; right/bottom exclusive.
   BOOL Rectangle(int left, int top, int right, int bottom);
-  BOOL Rectangle(const RECT* rect) { return Rectangle(rect->left, rect->top, rect->right, rect->bottom); }
-  BOOL Ellipse(int left, int top, int right, int bottom);
-  BOOL Ellipse(const RECT* rect) { return Ellipse(rect->left, rect->top, rect->right, rect->bottom); }
   void FillSolidRect(const RECT* rect, COLORREF color);
   void FillSolidRect(int x, int y, int cx, int cy, COLORREF color);
-  void FillRect(const RECT* rect, CBrush* brush);
   BOOL PatBlt(int x, int y, int width, int height, DWORD rop);
-  BOOL BitBlt(int x, int y, int width, int height, CDC* src, int xSrc, int ySrc, DWORD rop);
-  COLORREF SetPixel(int x, int y, COLORREF color);
-  COLORREF SetPixel(POINT p, COLORREF color) { return SetPixel(p.x, p.y, color); }
-  // CLR_INVALID outside the clip rectangle.
-  COLORREF GetPixel(int x, int y) const;
-  COLORREF GetPixel(POINT p) const { return GetPixel(p.x, p.y); }
   int GetClipBox(RECT* rect) const;
 
   // ---- Text (DejaVu Sans through FreeType) ----
   COLORREF SetTextColor(COLORREF color);
   COLORREF GetTextColor() const;
-  COLORREF SetBkColor(COLORREF color);
-  COLORREF GetBkColor() const;
   int SetBkMode(int mode);
-  int GetBkMode() const;
-  // Pixel height of the text cell (our own setting; the default is 13).
-  int SetTextHeight(int pixels);
   BOOL TextOut(int x, int y, const wchar_t* text, int count);
-  BOOL TextOut(int x, int y, const CString& text) { return TextOut(x, y, text, text.GetLength()); }
   // count -1: up to the terminator. Returns the height of the text drawn.
   int DrawText(const wchar_t* text, int count, RECT* rect, UINT format);
   int DrawText(const CString& text, RECT* rect, UINT format) {
     return DrawText(text, text.GetLength(), rect, format);
   }
-  CSize GetTextExtent(const wchar_t* text, int count) const;
-  CSize GetTextExtent(const CString& text) const { return GetTextExtent(text, text.GetLength()); }
 
  private:
   bool owned_ = false;

@@ -274,12 +274,6 @@ UINT GetPaletteEntries(HPALETTE palette, UINT start, UINT count, PALETTEENTRY* e
   return n;
 }
 
-HDC CreateCompatibleDC(HDC) {
-  HDC dc = NewDC();
-  dc->memory = true;
-  return dc;
-}
-
 BOOL DeleteDC(HDC dc) {
   if (!IsLiveDC(dc)) return FALSE;
   {

@@ -1,7 +1,7 @@
 #pragma once
 // GDI: the drawing calls of Win32 over our framebuffers. A device context
-// (HDC) draws either on a platform::Framebuffer (the screen, with an origin
-// offset and a clip rectangle) or on a DIB section selected into a memory DC.
+// (HDC) draws on a platform::Framebuffer (the screen, with an origin offset
+// and a clip rectangle).
 // The display is true colour: palettes are kept and selected but change no
 // pixel, and GetDeviceCaps answers as a 32-bit display without RC_PALETTE.
 #include "platform/export.h"
@@ -86,8 +86,6 @@ SURVEYCAM_API HPALETTE CreatePalette(const LOGPALETTE* palette);
 SURVEYCAM_API UINT GetPaletteEntries(HPALETTE palette, UINT start, UINT count, PALETTEENTRY* entries);
 
 // ---- Device contexts ----
-// A memory DC; it draws on the DIB section selected into it (nothing before).
-SURVEYCAM_API HDC CreateCompatibleDC(HDC reference);
 SURVEYCAM_API BOOL DeleteDC(HDC dc);
 // Selects a pen, brush or bitmap and returns the previous one of that kind.
 SURVEYCAM_API HGDIOBJ SelectObject(HDC dc, HGDIOBJ object);
@@ -126,8 +124,6 @@ SURVEYCAM_API int StretchDIBits(HDC dc,
                                 const BITMAPINFO* info,
                                 UINT usage,
                                 DWORD rop);
-// Copies (SRCCOPY) a rectangle from one DC's surface to another's.
-SURVEYCAM_API BOOL BitBlt(HDC dst, int x, int y, int w, int h, HDC src, int xSrc, int ySrc, DWORD rop);
 // Fills with the selected brush (PATCOPY), black, white or inverts.
 SURVEYCAM_API BOOL PatBlt(HDC dc, int x, int y, int w, int h, DWORD rop);
 

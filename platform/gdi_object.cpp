@@ -35,11 +35,6 @@ BOOL CGdiObject::DeleteObject() {
   return ::DeleteObject(object);
 }
 
-BOOL CGdiObject::CreateStockObject(int index) {
-  HGDIOBJ object = ::GetStockObject(index);
-  return object ? Attach(object) : FALSE;
-}
-
 CGdiObject* CGdiObject::FromHandle(HGDIOBJ object) {
   if (!platform::gdi::IsLiveObject(object)) return nullptr;
   if (object->owner) return object->owner;
@@ -58,10 +53,3 @@ CGdiObject* CGdiObject::FromHandle(HGDIOBJ object) {
 }
 
 BOOL CPen::CreatePen(int style, int width, COLORREF color) { return Attach(::CreatePen(style, width, color)); }
-
-BOOL CBrush::CreateSolidBrush(COLORREF color) { return Attach(::CreateSolidBrush(color)); }
-
-BOOL CPalette::CreatePalette(const LOGPALETTE* palette) {
-  HPALETTE object = ::CreatePalette(palette);
-  return object ? Attach(object) : FALSE;
-}

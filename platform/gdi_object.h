@@ -17,12 +17,9 @@ class SURVEYCAM_API CGdiObject {
 
   HGDIOBJ m_hObject = nullptr;
 
-  operator HGDIOBJ() const { return m_hObject; }
-  HGDIOBJ GetSafeHandle() const { return m_hObject; }
   BOOL Attach(HGDIOBJ object);
   HGDIOBJ Detach();
   BOOL DeleteObject();
-  BOOL CreateStockObject(int index);
 
   static CGdiObject* FromHandle(HGDIOBJ object);
 };

@@ -1,4 +1,4 @@
-// StretchDIBits, BitBlt and PatBlt on a DC's surface.
+// StretchDIBits and PatBlt on a DC's surface.
 #include <algorithm>
 #include <cstring>
 
@@ -132,18 +132,6 @@ int StretchDIBits(HDC dc,
     }
   }
   return std::abs(hSrc);
-}
-
-BOOL BitBlt(HDC dst, int x, int y, int w, int h, HDC src, int xSrc, int ySrc, DWORD rop) {
-  if (!IsLiveDC(dst) || !IsLiveDC(src) || rop != SRCCOPY) return FALSE;
-  RECT r{x + dst->originX, y + dst->originY, x + dst->originX + w, y + dst->originY + h};
-  if (!ClipRect(dst, r)) return TRUE;
-  const int dx = xSrc + src->originX - (x + dst->originX);
-  const int dy = ySrc + src->originY - (y + dst->originY);
-  for (int yy = r.top; yy < r.bottom; ++yy)
-    for (int xx = r.left; xx < r.right; ++xx)
-      if (InClip(src, xx + dx, yy + dy)) PutPixel(dst, xx, yy, platform::gdi::GetPixel(src, xx + dx, yy + dy));
-  return TRUE;
 }
 
 BOOL PatBlt(HDC dc, int x, int y, int w, int h, DWORD rop) {

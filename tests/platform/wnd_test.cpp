@@ -56,7 +56,7 @@ class Probe : public CWnd {
   void OnPaint() override {
     CPaintDC dc(this);  // erases first, as BeginPaint does
     log.push_back("paint");
-    dc.SetPixel(0, 0, platform::ColorrefFromPixel(kBlue));
+    dc.FillSolidRect(0, 0, 1, 1, platform::ColorrefFromPixel(kBlue));
   }
   void OnTimer(UINT_PTR id) override {
     timerIds.push_back(id);
