@@ -24,8 +24,6 @@ struct Window {
   HWND parent = nullptr;
   std::vector<HWND> children;  // bottom to top
   RECT rect{};                 // in the parent's client coordinates
-  DWORD style = 0;
-  DWORD exStyle = 0;
   UINT id = 0;
   bool visible = false;
   bool invalid = false;
@@ -73,7 +71,6 @@ struct Desktop {
   uint64_t nextTimerSeq = 1;
   UINT_PTR nextTimerId = 0x7F00;
   HWND desktop = nullptr;
-  HWND focus = nullptr;
   int waitDepth = 0;
   int waitCount = 0;
   DesktopWnd desktopWnd;
@@ -271,7 +268,6 @@ void ForgetWindow(HWND hwnd) {
   Desktop& d = D();
   std::erase_if(d.timers, [&](const Timer& t) { return t.hwnd == hwnd; });
   std::erase_if(d.queue, [&](const Posted& m) { return m.hwnd == hwnd; });
-  if (d.focus == hwnd) d.focus = nullptr;
 }
 
 }  // namespace
@@ -306,7 +302,6 @@ void ResetDesktop() {
   d.held.fill(false);
   d.toggled.fill(false);
   d.hooks.clear();
-  d.focus = nullptr;
   d.waitDepth = d.waitCount = 0;
   ScreenStorage().Resize(kDefaultScreenWidth, kDefaultScreenHeight, 0);
   Window* desk = Find(d.desktop);
@@ -358,11 +353,7 @@ void InjectKey(UINT virtualKey, bool down) {
   Desktop& d = D();
   const UINT vk = virtualKey & 0xFF;
   if (down && !d.held[vk]) d.toggled[vk] = !d.toggled[vk];
-  const bool repeat = down && d.held[vk];
   d.held[vk] = down;
-  if (!d.focus) return;
-  LPARAM flags = 1 | (repeat ? LPARAM(1) << 30 : 0) | (down ? 0 : (LPARAM(3) << 30));
-  d.queue.push_back(Posted{d.focus, down ? WM_KEYDOWN : WM_KEYUP, WPARAM(vk), flags});
 }
 
 HWND WindowFromPoint(int screenX, int screenY) {
@@ -409,7 +400,7 @@ size_t LiveWindows() { return D().windows.size() - 1; }
 // ---- What CWnd uses ----
 namespace desktop_detail {
 
-HWND NewWindow(CWnd* wnd, HWND parent, const RECT& rect, DWORD style, DWORD exStyle, UINT id) {
+HWND NewWindow(CWnd* wnd, HWND parent, const RECT& rect, UINT id) {
   Desktop& d = D();
   Window* up = Find(parent ? parent : d.desktop);
   if (!up) return nullptr;
@@ -419,8 +410,6 @@ HWND NewWindow(CWnd* wnd, HWND parent, const RECT& rect, DWORD style, DWORD exSt
   w->wnd = wnd;
   w->parent = up->hwnd;
   w->rect = rect;
-  w->style = style;
-  w->exStyle = exStyle;
   w->id = id;
   HWND hwnd = w->hwnd;
   up->children.push_back(hwnd);
@@ -468,16 +457,6 @@ POINT ClientOrigin(HWND hwnd) {
   return w ? OriginOf(*w) : POINT{0, 0};
 }
 
-bool MoveWindowTo(HWND hwnd, const RECT& rectInParent, bool repaint) {
-  Window* w = Find(hwnd);
-  if (!w || hwnd == D().desktop) return false;
-  Window* up = Find(w->parent);
-  if (repaint && w->visible && up) InvalidateScreenArea(*up, ScreenRectOf(*w));
-  w->rect = rectInParent;
-  if (repaint) AddInvalid(*w, ClientRectOf(*w), true);
-  return true;
-}
-
 bool SetVisible(HWND hwnd, bool visible) {
   Window* w = Find(hwnd);
   if (!w) return false;
@@ -489,22 +468,9 @@ bool SetVisible(HWND hwnd, bool visible) {
   return was;
 }
 
-bool IsVisible(HWND hwnd) {
-  Window* w = Find(hwnd);
-  return w && ShownOnScreen(*w);
-}
-
 HWND ParentOf(HWND hwnd) {
   Window* w = Find(hwnd);
   return w ? w->parent : nullptr;
-}
-DWORD StyleOf(HWND hwnd) {
-  Window* w = Find(hwnd);
-  return w ? (w->style & ~WS_VISIBLE) | (w->visible ? WS_VISIBLE : 0) : 0;
-}
-DWORD ExStyleOf(HWND hwnd) {
-  Window* w = Find(hwnd);
-  return w ? w->exStyle : 0;
 }
 UINT IdOf(HWND hwnd) {
   Window* w = Find(hwnd);
@@ -520,13 +486,6 @@ bool ValidateRectOf(HWND hwnd, const RECT* rect) {
   }
   return true;
 }
-
-HWND SetFocusTo(HWND hwnd) {
-  HWND previous = D().focus;
-  if (Find(hwnd)) D().focus = hwnd;
-  return previous;
-}
-HWND FocusWindow() { return D().focus; }
 
 void BeginWait() {
   ++D().waitDepth;
@@ -614,4 +573,3 @@ SHORT GetKeyState(int virtualKey) {
   return SHORT((d.held[vk] ? 0x8000 : 0) | (d.toggled[vk] ? 1 : 0));
 }
 
-HWND GetDesktopWindow() { return platform::D().desktop; }

@@ -58,8 +58,7 @@ SURVEYCAM_API int64_t NextTimerDueIn();
 SURVEYCAM_API size_t RunningTimers();
 
 // ---- Input ----
-// Presses (down) or releases a key: updates GetKeyState and posts
-// WM_KEYDOWN / WM_KEYUP to the focus window when there is one.
+// Presses (down) or releases a key: updates GetKeyState.
 SURVEYCAM_API void InjectKey(UINT virtualKey, bool down);
 // A tap at a screen position: WM_LBUTTONDOWN then WM_LBUTTONUP, in client
 // coordinates, to the topmost visible window under the point (the desktop

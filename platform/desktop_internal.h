@@ -9,7 +9,7 @@ namespace platform::desktop_detail {
 
 // Makes a window record bound to wnd under parent (the desktop when null);
 // null when the parent is not a window.
-HWND NewWindow(CWnd* wnd, HWND parent, const RECT& rect, DWORD style, DWORD exStyle, UINT id);
+HWND NewWindow(CWnd* wnd, HWND parent, const RECT& rect, UINT id);
 // Sends WM_DESTROY / WM_NCDESTROY to the window and its children and
 // forgets them; false when hwnd is not a window.
 bool DestroyWindowTree(HWND hwnd);
@@ -18,16 +18,10 @@ CWnd* WndOf(HWND hwnd);
 bool WindowRectInParent(HWND hwnd, RECT* rect);
 // Top-left of the client area on the screen.
 POINT ClientOrigin(HWND hwnd);
-bool MoveWindowTo(HWND hwnd, const RECT& rectInParent, bool repaint);
 bool SetVisible(HWND hwnd, bool visible);
-bool IsVisible(HWND hwnd);
 HWND ParentOf(HWND hwnd);
-DWORD StyleOf(HWND hwnd);
-DWORD ExStyleOf(HWND hwnd);
 UINT IdOf(HWND hwnd);
 bool ValidateRectOf(HWND hwnd, const RECT* rect);
-HWND SetFocusTo(HWND hwnd);
-HWND FocusWindow();
 void BeginWait();
 void EndWait();
 

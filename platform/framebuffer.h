@@ -25,12 +25,9 @@ struct Framebuffer {
   uint32_t At(int x, int y) const { return pixels[size_t(y) * size_t(width) + size_t(x)]; }
 };
 
-// COLORREF (0x00BBGGRR) <-> framebuffer pixel (0x00RRGGBB).
+// COLORREF (0x00BBGGRR) -> framebuffer pixel (0x00RRGGBB).
 constexpr uint32_t PixelFromColorref(COLORREF c) {
   return ((c & 0xFF) << 16) | (c & 0xFF00) | ((c >> 16) & 0xFF);
-}
-constexpr COLORREF ColorrefFromPixel(uint32_t p) {
-  return ((p >> 16) & 0xFF) | (p & 0xFF00) | ((p & 0xFF) << 16);
 }
 
 // The desktop's screen (windows part of the platform).

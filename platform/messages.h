@@ -50,11 +50,6 @@ constexpr DWORD WS_TABSTOP = 0x00010000;
 constexpr DWORD WS_EX_TOPMOST = 0x00000008;
 constexpr DWORD WS_EX_CLIENTEDGE = 0x00000200;
 
-// ---- ShowWindow commands ----
-constexpr int SW_HIDE = 0;
-constexpr int SW_SHOWNORMAL = 1;
-constexpr int SW_SHOW = 5;
-
 // ---- Virtual-key codes ----
 constexpr UINT VK_LBUTTON = 0x01;
 constexpr UINT VK_BACK = 0x08;

@@ -15,18 +15,6 @@ CWnd::~CWnd() {
   if (m_hWnd) DestroyWindow();
 }
 
-CWnd* CWnd::FromHandle(HWND hwnd) { return dd::WndOf(hwnd); }
-
-BOOL CWnd::Create(LPCWSTR className,
-                  LPCWSTR windowName,
-                  DWORD style,
-                  const RECT& rect,
-                  CWnd* parent,
-                  UINT id,
-                  LPVOID param) {
-  return CreateEx(0, className, windowName, style, rect, parent, id, param);
-}
-
 BOOL CWnd::CreateEx(DWORD exStyle,
                     LPCWSTR className,
                     LPCWSTR windowName,
@@ -38,7 +26,7 @@ BOOL CWnd::CreateEx(DWORD exStyle,
   if (m_hWnd) return FALSE;
   HWND parentHwnd = parent ? parent->m_hWnd : nullptr;
   if (parent && !parentHwnd) return FALSE;
-  HWND hwnd = dd::NewWindow(this, parentHwnd, rect, style, exStyle, id);
+  HWND hwnd = dd::NewWindow(this, parentHwnd, rect, id);
   if (!hwnd) return FALSE;
   m_hWnd = hwnd;
   CREATESTRUCTW cs{};
@@ -102,26 +90,9 @@ void CWnd::ScreenToClient(LPPOINT point) const {
   point->y -= o.y;
 }
 
-void CWnd::ScreenToClient(LPRECT rect) const {
-  POINT o = dd::ClientOrigin(m_hWnd);
-  rect->left -= o.x;
-  rect->right -= o.x;
-  rect->top -= o.y;
-  rect->bottom -= o.y;
-}
-
-void CWnd::MoveWindow(int x, int y, int width, int height, BOOL repaint) {
-  dd::MoveWindowTo(m_hWnd, RECT{x, y, x + width, y + height}, repaint != FALSE);
-}
-
-void CWnd::MoveWindow(LPCRECT rect, BOOL repaint) {
-  dd::MoveWindowTo(m_hWnd, *rect, repaint != FALSE);
-}
-
 // ---- Painting ----
 void CWnd::Invalidate(BOOL erase) { ::InvalidateRect(m_hWnd, nullptr, erase); }
 void CWnd::InvalidateRect(LPCRECT rect, BOOL erase) { ::InvalidateRect(m_hWnd, rect, erase); }
-void CWnd::ValidateRect(LPCRECT rect) { dd::ValidateRectOf(m_hWnd, rect); }
 void CWnd::UpdateWindow() { ::UpdateWindow(m_hWnd); }
 
 // ---- Timers and messages ----
@@ -140,17 +111,7 @@ int CWnd::MessageBox(LPCWSTR text, LPCWSTR caption, UINT type) {
 }
 
 // ---- Relations and state ----
-CWnd* CWnd::GetParent() const {
-  HWND parent = dd::ParentOf(m_hWnd);
-  return parent == GetDesktopWindow() ? nullptr : dd::WndOf(parent);
-}
-BOOL CWnd::ShowWindow(int command) { return dd::SetVisible(m_hWnd, command != SW_HIDE) ? TRUE : FALSE; }
-BOOL CWnd::IsWindowVisible() const { return dd::IsVisible(m_hWnd) ? TRUE : FALSE; }
-DWORD CWnd::GetStyle() const { return dd::StyleOf(m_hWnd); }
-DWORD CWnd::GetExStyle() const { return dd::ExStyleOf(m_hWnd); }
 int CWnd::GetDlgCtrlID() const { return int(dd::IdOf(m_hWnd)); }
-CWnd* CWnd::SetFocus() { return dd::WndOf(dd::SetFocusTo(m_hWnd)); }
-CWnd* CWnd::GetFocus() { return dd::WndOf(dd::FocusWindow()); }
 void CWnd::BeginWaitCursor() { dd::BeginWait(); }
 void CWnd::EndWaitCursor() { dd::EndWait(); }
 

@@ -1,7 +1,7 @@
 #pragma once
 // CWnd: the framework's window object over the platform's desktop
 // (platform/desktop.h). A CWnd is bound to one window handle between
-// Create/CreateEx and DestroyWindow. Messages reach the window through
+// CreateEx and DestroyWindow. Messages reach the window through
 // WindowProc, which calls the virtual On... handlers below (our message map);
 // a class handles a message of its own (a WM_USER message, say) by overriding
 // WindowProc and passing everything else to its base. Default() gives the
@@ -31,22 +31,11 @@ class SURVEYCAM_API CWnd : public CObject {
   HWND m_hWnd = nullptr;
 
   HWND GetSafeHwnd() const { return m_hWnd; }
-  operator HWND() const { return m_hWnd; }
-  // The CWnd bound to a handle (null when the handle names no window or a
-  // window without a CWnd).
-  static CWnd* FromHandle(HWND hwnd);
 
   // ---- Creation and destruction ----
   // Creates a window at rect (parent's client coordinates) and sends
   // WM_CREATE; FALSE when WM_CREATE answers -1 (the window is then destroyed
   // again) or the window exists already. A null parent means the desktop.
-  virtual BOOL Create(LPCWSTR className,
-                      LPCWSTR windowName,
-                      DWORD style,
-                      const RECT& rect,
-                      CWnd* parent,
-                      UINT id,
-                      LPVOID param = nullptr);
   virtual BOOL CreateEx(DWORD exStyle,
                         LPCWSTR className,
                         LPCWSTR windowName,
@@ -65,16 +54,11 @@ class SURVEYCAM_API CWnd : public CObject {
   void ClientToScreen(LPPOINT point) const;
   void ClientToScreen(LPRECT rect) const;
   void ScreenToClient(LPPOINT point) const;
-  void ScreenToClient(LPRECT rect) const;
-  // Moves the window (parent's client coordinates); repaints when asked.
-  void MoveWindow(int x, int y, int width, int height, BOOL repaint = TRUE);
-  void MoveWindow(LPCRECT rect, BOOL repaint = TRUE);
 
   // ---- Painting ----
   void Invalidate(BOOL erase = TRUE);
   // rect null: the whole client area.
   void InvalidateRect(LPCRECT rect, BOOL erase = TRUE);
-  void ValidateRect(LPCRECT rect);
   // Paints the window now when it has anything to paint.
   void UpdateWindow();
 
@@ -88,19 +72,11 @@ class SURVEYCAM_API CWnd : public CObject {
   int MessageBox(LPCWSTR text, LPCWSTR caption = nullptr, UINT type = MB_OK);
 
   // ---- Relations and state ----
-  CWnd* GetParent() const;
-  BOOL ShowWindow(int command);
-  BOOL IsWindowVisible() const;
-  DWORD GetStyle() const;
-  DWORD GetExStyle() const;
   int GetDlgCtrlID() const;
-  CWnd* SetFocus();
-  static CWnd* GetFocus();
 
   // ---- Wait cursor (a counter the host reads, see platform::WaitCursorShown) ----
   void BeginWaitCursor();
   void EndWaitCursor();
-  void RestoreWaitCursor() {}
 
   // The message procedure: calls the On... handler of the message, Default()
   // for everything else.
@@ -147,4 +123,3 @@ SURVEYCAM_API BOOL KillTimer(HWND hwnd, UINT_PTR id);
 // Held keys have the high-order bit set (the result is negative); the
 // low-order bit is the key's toggle state.
 SURVEYCAM_API SHORT GetKeyState(int virtualKey);
-SURVEYCAM_API HWND GetDesktopWindow();
