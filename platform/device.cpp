@@ -56,14 +56,6 @@ class EventObject : public KernelObject {
     else
       cv_.notify_one();
   }
-  void Reset() {
-    std::lock_guard lock(mutex_);
-    signalled_ = false;
-  }
-  bool Signalled() {
-    std::lock_guard lock(mutex_);
-    return signalled_;
-  }
   void SetHook(std::function<void()> hook) {
     std::lock_guard lock(mutex_);
     hook_ = std::move(hook);
@@ -118,11 +110,6 @@ bool SetEventWaitHook(HANDLE event, std::function<void()> hook) {
   return true;
 }
 
-bool IsEventSignalled(HANDLE event) {
-  auto object = LookupHandleAs<EventObject>(event);
-  return object && object->Signalled();
-}
-
 }  // namespace platform::devices
 
 using platform::devices::DeviceObject;
@@ -175,16 +162,6 @@ BOOL SetEvent(HANDLE event) {
     return FALSE;
   }
   object->Set();
-  return TRUE;
-}
-
-BOOL ResetEvent(HANDLE event) {
-  auto object = platform::LookupHandleAs<EventObject>(event);
-  if (!object) {
-    platform::SetLastErrorCode(ERROR_INVALID_HANDLE);
-    return FALSE;
-  }
-  object->Reset();
   return TRUE;
 }
 

@@ -56,8 +56,6 @@ SURVEYCAM_API void UnregisterStreamDriver(const std::wstring& name);
 // Hook run by WaitForSingleObject on an unsignalled event (see file comment).
 // An empty function removes it. Returns false when the handle is no event.
 SURVEYCAM_API bool SetEventWaitHook(HANDLE event, std::function<void()> hook);
-// True when the event is currently signalled (tests; does not consume it).
-SURVEYCAM_API bool IsEventSignalled(HANDLE event);
 
 }  // namespace platform::devices
 
@@ -86,11 +84,7 @@ SURVEYCAM_API BOOL DeviceIoControl(HANDLE device,
 
 // Events: auto-reset unless manualReset; names are ignored (no sharing by name).
 SURVEYCAM_API HANDLE CreateEventW(void* security, BOOL manualReset, BOOL initialState, const wchar_t* name);
-inline HANDLE CreateEvent(void* security, BOOL manualReset, BOOL initialState, const wchar_t* name) {
-  return CreateEventW(security, manualReset, initialState, name);
-}
 SURVEYCAM_API BOOL SetEvent(HANDLE event);
-SURVEYCAM_API BOOL ResetEvent(HANDLE event);
 // Waits in real milliseconds (INFINITE: no time-out); WAIT_FAILED for a handle
 // that is no event.
 SURVEYCAM_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);

@@ -55,4 +55,3 @@ BOOL CloseHandle(HANDLE handle) {
 }
 
 DWORD GetLastError() { return platform::t_last_error; }
-void SetLastError(DWORD code) { platform::t_last_error = code; }

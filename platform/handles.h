@@ -30,4 +30,3 @@ SURVEYCAM_API void SetLastErrorCode(DWORD code);
 
 SURVEYCAM_API BOOL CloseHandle(HANDLE handle);
 SURVEYCAM_API DWORD GetLastError();
-SURVEYCAM_API void SetLastError(DWORD code);

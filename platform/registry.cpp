@@ -204,10 +204,6 @@ bool SetString(const std::wstring& key, const std::wstring& name, const std::wst
   return SetValue(key, name, value);
 }
 
-bool SetDword(const std::wstring& key, const std::wstring& name, DWORD value) {
-  return SetValue(key, name, value);
-}
-
 long OpenKeys() {
   std::lock_guard lock(g_mutex);
   return long(OpenTable().size());

@@ -15,7 +15,7 @@
 // escapes: backslashes are path separators). A dword is hexadecimal. Lines
 // that fit none of these forms, and values before any section, are skipped.
 // The store is read again on every query, so a host or test may change it at
-// any time (SetString/SetDword write it back safely: temp file + rename).
+// any time (SetString writes it back safely: temp file + rename).
 //
 // Fault points: "registry.open" and "registry.query" (subject: the key path,
 // root first, in upper case: "HKLM\SYSTEM\QZ7MINIT\MEMORY") make
@@ -62,7 +62,6 @@ SURVEYCAM_API const wchar_t* StorePath();
 // e.g. L"HKLM\\SYSTEM\\QZ7mInit\\Memory". False when the file cannot be
 // written or the root is unknown.
 SURVEYCAM_API bool SetString(const std::wstring& key, const std::wstring& name, const std::wstring& value);
-SURVEYCAM_API bool SetDword(const std::wstring& key, const std::wstring& name, DWORD value);
 // Keys opened and not yet closed (leak checks).
 SURVEYCAM_API long OpenKeys();
 

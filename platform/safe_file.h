@@ -23,7 +23,6 @@ namespace platform {
 class SURVEYCAM_API SafeFile : public CFile {
  public:
   SafeFile() = default;
-  explicit SafeFile(const wchar_t* path, UINT flags = modeCreate | modeWrite) { Open(path, flags); }
   ~SafeFile() override;
 
   // Refuses, as opening the file itself would, a target that is a folder or

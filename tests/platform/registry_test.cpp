@@ -123,12 +123,12 @@ TEST_F(RegistryTest, MalformedLinesAreSkippedAndGoodOnesKept) {
 
 TEST_F(RegistryTest, SetStringWritesAStoreThatReadsBack) {
   ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\SD Card"));
-  ASSERT_TRUE(platform::registry::SetDword(L"HKEY_LOCAL_MACHINE\\SYSTEM\\QZ7mInit\\Memory", L"Level", 7));
+  ASSERT_TRUE(platform::registry::SetString(L"HKEY_LOCAL_MACHINE\\SYSTEM\\QZ7mInit\\Memory", L"Level", L"7"));
   ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"pcmciafolder", L"\\Karte ä"));
   EXPECT_FALSE(platform::registry::SetString(L"NOROOT\\X", L"a", L"b"));
   std::string text = ReadHostFile(Host(L"\\registry.txt"));
   EXPECT_NE(text.find("[HKLM\\SYSTEM\\QZ7mInit\\Memory]"), std::string::npos) << text;
-  EXPECT_NE(text.find("\"Level\"=dword:00000007"), std::string::npos) << text;
+  EXPECT_NE(text.find("\"Level\"=\"7\""), std::string::npos) << text;
   std::wstring value;
   EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
   EXPECT_EQ(value, L"\\Karte ä");

@@ -51,14 +51,15 @@ TEST_F(SafeFileTest, CreatesAFileThatDidNotExist) {
 TEST_F(SafeFileTest, WithoutCommitTheTemporaryIsRemoved) {
   WriteHostFile(Host(L"\\a.txt"), "old");
   {
-    SafeFile file(L"\\a.txt");
-    ASSERT_TRUE(file.IsOpen());
+    SafeFile file;
+    ASSERT_TRUE(file.Open(L"\\a.txt", CFile::modeCreate | CFile::modeWrite));
     file.Write("partial", 7);
   }
   EXPECT_EQ(Bytes(L"\\a.txt"), "old");
   EXPECT_EQ(Entries(), 1);
 
-  SafeFile closed(L"\\a.txt");
+  SafeFile closed;
+  ASSERT_TRUE(closed.Open(L"\\a.txt", CFile::modeCreate | CFile::modeWrite));
   closed.Write("partial", 7);
   closed.Close();
   EXPECT_FALSE(closed.Commit());
@@ -69,7 +70,8 @@ TEST_F(SafeFileTest, WithoutCommitTheTemporaryIsRemoved) {
 TEST_F(SafeFileTest, AFailedWriteSpoilsTheSaveEvenWhenLaterWritesSucceed) {
   WriteHostFile(Host(L"\\a.txt"), "old");
   platform::fault::Arm("file.write", /*skip=*/1);
-  SafeFile file(L"\\a.txt");
+  SafeFile file;
+  ASSERT_TRUE(file.Open(L"\\a.txt", CFile::modeCreate | CFile::modeWrite));
   EXPECT_TRUE(file.Write("one", 3));
   EXPECT_FALSE(file.Write("two", 3));
   EXPECT_TRUE(file.Write("three", 5));
@@ -83,7 +85,8 @@ TEST_F(SafeFileTest, FlushAndRenameFailuresKeepTheOldFile) {
   WriteHostFile(Host(L"\\a.txt"), "old");
   for (const char* point : {"file.flush", "file.rename"}) {
     platform::fault::Arm(point);
-    SafeFile file(L"\\a.txt");
+    SafeFile file;
+    ASSERT_TRUE(file.Open(L"\\a.txt", CFile::modeCreate | CFile::modeWrite));
     ASSERT_TRUE(file.Write("new", 3));
     EXPECT_FALSE(file.Commit()) << point;
     EXPECT_EQ(Bytes(L"\\a.txt"), "old") << point;
@@ -155,7 +158,8 @@ TEST_F(SafeFileTest, AppendAndUpdateOpenTheFileItself) {
 
 TEST_F(SafeFileTest, ReopeningAbandonsTheEarlierSave) {
   WriteHostFile(Host(L"\\a.txt"), "old");
-  SafeFile file(L"\\a.txt");
+  SafeFile file;
+  ASSERT_TRUE(file.Open(L"\\a.txt", CFile::modeCreate | CFile::modeWrite));
   file.Write("first", 5);
   ASSERT_TRUE(file.Open(L"\\b.txt", CFile::modeCreate | CFile::modeWrite));
   EXPECT_FALSE(Exists(L"\\a.txt.tmp~"));
