@@ -29,7 +29,8 @@ const std::vector<uint8_t>& Picture() {
     for (int j = 0; j < kH; ++j)
       for (int i = 0; i < kW; ++i) {
         int hits = 0;
-        for (int s = 0; s < 16; ++s) hits += InSquare(i - 0.375 + (s % 4) * 0.25, j - 0.375 + (s / 4) * 0.25);
+        for (int s = 0; s < 16; ++s)
+          hits += InSquare(i - 0.375 + (s % 4) * 0.25, j - 0.375 + (s / 4) * 0.25);
         g[size_t(j * kW + i)] = uint8_t(200 - hits * 150 / 16);
       }
     return g;

@@ -24,7 +24,8 @@ std::vector<WORD> Frame() {
 void BM_Convert(benchmark::State& state, liveview::FrameConvertPath path) {
   auto pixels = Frame();
   std::vector<BYTE> bits(size_t(kStride) * kHeight);
-  if (!liveview::ConvertFrame565To24Using(path, pixels.data(), kWidth, kHeight, bits.data(), kStride)) {
+  if (!liveview::ConvertFrame565To24Using(
+          path, pixels.data(), kWidth, kHeight, bits.data(), kStride)) {
     state.SkipWithError("this processor cannot run the path");
     return;
   }

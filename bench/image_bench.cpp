@@ -33,7 +33,9 @@ CDibEx& Picture() {
   return dib;
 }
 
-std::string OutPath(const char* name) { return (std::filesystem::temp_directory_path() / name).string(); }
+std::string OutPath(const char* name) {
+  return (std::filesystem::temp_directory_path() / name).string();
+}
 
 // WriteJPEG saves safely: a temporary file, fsync, rename, fsync of the
 // folder. With `durable` off the fsyncs are skipped, which is the same disk
@@ -91,7 +93,8 @@ BENCHMARK(BM_GrayScale)->Unit(benchmark::kMicrosecond);
 
 void BM_CreateThumbnail2(benchmark::State& state) {
   CDibEx thumb;
-  for (auto _ : state) benchmark::DoNotOptimize(thumb.CreateThumbnail2(&Picture(), int(state.range(0))));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(thumb.CreateThumbnail2(&Picture(), int(state.range(0))));
 }
 BENCHMARK(BM_CreateThumbnail2)->Arg(2)->Arg(4)->Unit(benchmark::kMicrosecond);
 

@@ -85,8 +85,10 @@ void BM_TimerStepIdleView(benchmark::State& state, Driver driver) {
   }
   state.SetLabel("one WM_TIMER + paint + present");
 }
-BENCHMARK_CAPTURE(BM_TimerStepIdleView, pattern_driver, Driver::kPattern)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BM_TimerStepIdleView, still_frame_driver, Driver::kStillFrame)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_TimerStepIdleView, pattern_driver, Driver::kPattern)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_TimerStepIdleView, still_frame_driver, Driver::kStillFrame)
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(BM_TimerStepIdleView, no_driver, Driver::kNone)->Unit(benchmark::kMicrosecond);
 
 std::vector<WORD> RandomFrame() {

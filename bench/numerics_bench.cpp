@@ -117,7 +117,11 @@ void BM_Solve(benchmark::State& state) {
   }
   for (auto _ : state) benchmark::DoNotOptimize(ls.Solve());
 }
-BENCHMARK(BM_Solve)->Args({1000, 4})->Args({1000, 20})->Args({200, 100})->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Solve)
+    ->Args({1000, 4})
+    ->Args({1000, 20})
+    ->Args({200, 100})
+    ->Unit(benchmark::kMicrosecond);
 
 #if SURVEYCAM_BENCH_COMPARE
 void BM_CvUndistortPoints(benchmark::State& state) {
@@ -129,7 +133,8 @@ void BM_CvUndistortPoints(benchmark::State& state) {
     in.emplace_back(pts[i] / kPixel + 319.5, pts[i + 1] / kPixel + 239.5);
   const double f = kFocal / kPixel;
   const cv::Matx33d k(f, 0, 319.5, 0, f, 239.5, 0, 0, 1);
-  const cv::Vec4d dist(-2.31e-3 * kFocal * kFocal, 4.7e-5 * std::pow(kFocal, 4), 1.9e-4 * kFocal, -2.7e-4 * kFocal);
+  const cv::Vec4d dist(
+      -2.31e-3 * kFocal * kFocal, 4.7e-5 * std::pow(kFocal, 4), 1.9e-4 * kFocal, -2.7e-4 * kFocal);
   std::vector<cv::Point2d> out;
   for (auto _ : state) {
     cv::undistortPoints(in, out, k, dist);
@@ -141,7 +146,8 @@ BENCHMARK(BM_CvUndistortPoints)->Unit(benchmark::kMicrosecond);
 
 void BM_EigenNormalLLT(benchmark::State& state) {
   const Problem p = MakeProblem(int(state.range(0)), int(state.range(1)));
-  Eigen::Map<const Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>> a(p.a.data(), p.m, p.n);
+  Eigen::Map<const Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>> a(
+      p.a.data(), p.m, p.n);
   Eigen::Map<const Eigen::VectorXd> l(p.l.data(), p.m);
   const Eigen::VectorXd w = Eigen::VectorXd::Ones(p.m);
   for (auto _ : state) {
@@ -151,7 +157,11 @@ void BM_EigenNormalLLT(benchmark::State& state) {
     benchmark::DoNotOptimize(x.data());
   }
 }
-BENCHMARK(BM_EigenNormalLLT)->Args({1000, 4})->Args({1000, 20})->Args({200, 100})->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_EigenNormalLLT)
+    ->Args({1000, 4})
+    ->Args({1000, 20})
+    ->Args({200, 100})
+    ->Unit(benchmark::kMicrosecond);
 #endif
 
 }  // namespace

@@ -27,7 +27,8 @@ constexpr int kPoints = 10000;
 class GreySource : public devices::FrameSource {
  public:
   void Render(const devices::FrameRequest&, uint16_t* pixels) override {
-    for (int i = 0; i < devices::kFrameWidth * devices::kFrameHeight; ++i) pixels[i] = uint16_t(0x8410 + (i % 7));
+    for (int i = 0; i < devices::kFrameWidth * devices::kFrameHeight; ++i)
+      pixels[i] = uint16_t(0x8410 + (i % 7));
   }
 };
 
@@ -51,7 +52,7 @@ struct Bench {
     dist.SetDistModel(DIST_RADIAL_DECENTER);
     dist.AddPara(0, -2.1e-3);  // K1 [1/mm^2]: about 4 pixels at the corner
     dist.AddPara(1, 1.4e-5);
-    dist.AddPara(2, 1.2e-4);   // P1, P2
+    dist.AddPara(2, 1.2e-4);  // P1, P2
     dist.AddPara(3, -6.0e-5);
     view->m_CcdOffset.SetXYZ(42.0, -18.0, 65.0);
     view->m_CcdAngle.SetWPK(0.0041, -0.0032, 0.0057);
@@ -132,7 +133,8 @@ BENCHMARK(BM_AutoExposureStep)->Unit(benchmark::kMicrosecond);
 
 void BM_WriteJpeg(benchmark::State& state) {
   Bench& b = TheBench();
-  platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card");
+  platform::registry::SetString(
+      L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card");
   CreateDirectoryW(L"\\Storage Card", nullptr);
   for (auto _ : state) benchmark::DoNotOptimize(b.view->WriteJpeg());
 }

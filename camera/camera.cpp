@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_messages.h"
 #include "platform/file.h"
+#include "platform/file_messages.h"
 #include "platform/kvo_utils.h"
 #include "platform/safe_file.h"
 #include "platform/text.h"
 
 namespace {
 
-constexpr int kLineBuffer = 256;       // a written line holds at most 255 bytes
+constexpr int kLineBuffer = 256;          // a written line holds at most 255 bytes
 constexpr int kMaxRadialEntries = 65536;  // larger counts are not a radial table
 
 // The lines of a text file: each up to its line feed, at most 255
@@ -151,7 +151,8 @@ int CCamera::Write(const wchar_t* path) {
   ok &= WriteLine(file, L"%d\t\t\t\t\t// distortion model\n", int(Dist.GetDistModel()));
   const int n = Dist.GetNumPara();
   ok &= WriteLine(file, L"%d\t\t\t\t\t// number of distortion parameters\n", n);
-  for (int i = 0; i < n; ++i) ok &= WriteLine(file, L"%le\t\t// distortion parameter %d\n", Dist.GetPara(i), i + 1);
+  for (int i = 0; i < n; ++i)
+    ok &= WriteLine(file, L"%le\t\t// distortion parameter %d\n", Dist.GetPara(i), i + 1);
   ok &= WriteLine(file, L"%lf\t\t\t// x resolution [mm/pixel]\n", Resolution.X);
   ok &= WriteLine(file, L"%lf\t\t\t// y resolution [mm/pixel]\n", Resolution.Y);
   const int m = FiducialMarks.GetSize();

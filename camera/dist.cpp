@@ -28,11 +28,19 @@ void CDist::Init() {
 
 void CDist::SetDistModel(DIST_MODEL m) {
   switch (m) {
-    case DIST_NONE: m_nNumPara = 0; break;
+    case DIST_NONE:
+      m_nNumPara = 0;
+      break;
     case DIST_RADIAL:
-    case DIST_RADIAL_DECENTER: m_nNumPara = 4; break;
-    case DIST_RADIAL3_DECENTER: m_nNumPara = 5; break;
-    case DIST_POLY8: m_nNumPara = 8; break;
+    case DIST_RADIAL_DECENTER:
+      m_nNumPara = 4;
+      break;
+    case DIST_RADIAL3_DECENTER:
+      m_nNumPara = 5;
+      break;
+    case DIST_POLY8:
+      m_nNumPara = 8;
+      break;
     default:
       m_DistModel = DIST_NONE;
       m_nNumPara = 0;

@@ -24,7 +24,8 @@ using V4 = double __attribute__((vector_size(32)));
 // noeq[i][j] = Σ_k (a_ki·w_k)·a_kj for `rows` (4 or 1) rows i from i0 and the
 // four columns j0..j0+3, summed over k in order in registers.
 template <int rows>
-[[gnu::always_inline]] inline void NormalBlock(const double* a, const double* weight, int m, int n, int i0, int j0, double* noeq) {
+[[gnu::always_inline]] inline void NormalBlock(
+    const double* a, const double* weight, int m, int n, int i0, int j0, double* noeq) {
   const int w = n + 1;
   V4 acc[rows] = {};
   for (int k = 0; k < m; ++k) {
@@ -46,18 +47,16 @@ inline double NormalElement(const double* a, const double* weight, int m, int n,
 
 // Forms noeq = [AᵀWA | AᵀWl] block by block. Without `full` only the blocks
 // that reach the upper triangle are formed (the caller mirrors it).
-__attribute__((target_clones("avx2", "default"))) void FormNormal(const double* a,
-                                                                  const double* weight,
-                                                                  int m,
-                                                                  int n,
-                                                                  bool full,
-                                                                  double* noeq) {
+__attribute__((target_clones("avx2", "default"))) void FormNormal(
+    const double* a, const double* weight, int m, int n, bool full, double* noeq) {
   const int w = n + 1, vector_end = w - w % 4;
   int i0 = 0;
   for (; i0 + 4 <= n; i0 += 4)
-    for (int j0 = full ? 0 : i0 - i0 % 4; j0 < vector_end; j0 += 4) NormalBlock<4>(a, weight, m, n, i0, j0, noeq);
+    for (int j0 = full ? 0 : i0 - i0 % 4; j0 < vector_end; j0 += 4)
+      NormalBlock<4>(a, weight, m, n, i0, j0, noeq);
   for (int i = i0; i < n; ++i)
-    for (int j0 = full ? 0 : i - i % 4; j0 < vector_end; j0 += 4) NormalBlock<1>(a, weight, m, n, i, j0, noeq);
+    for (int j0 = full ? 0 : i - i % 4; j0 < vector_end; j0 += 4)
+      NormalBlock<1>(a, weight, m, n, i, j0, noeq);
   for (int i = 0; i < n; ++i)
     for (int j = vector_end; j < w; ++j) noeq[i * w + j] = NormalElement(a, weight, m, n, i, j);
 }
@@ -66,7 +65,10 @@ __attribute__((target_clones("avx2", "default"))) void FormNormal(const double* 
 // accumulators stay in registers): four columns of t = a·C at a time,
 // summed over the rows of C, then dotted with a's four columns.
 template <int rows>
-[[gnu::always_inline]] inline void QuadraticForms(const double* a, const double* c, int n, double* v) {
+[[gnu::always_inline]] inline void QuadraticForms(const double* a,
+                                                  const double* c,
+                                                  int n,
+                                                  double* v) {
   const int w = n + 1;
   int j = 0;
   for (; j + 4 <= n; j += 4) {
@@ -92,11 +94,8 @@ template <int rows>
 }
 
 // var[k] = a_k·C·a_kᵀ for every observation row k.
-__attribute__((target_clones("avx2", "default"))) void ObservationVariances(const double* obeq,
-                                                                           const double* c,
-                                                                           int m,
-                                                                           int n,
-                                                                           double* var) {
+__attribute__((target_clones("avx2", "default"))) void ObservationVariances(
+    const double* obeq, const double* c, int m, int n, double* var) {
   const int w = n + 1;
   int k = 0;
   for (; k + 4 <= m; k += 4) {

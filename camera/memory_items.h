@@ -10,14 +10,26 @@ namespace memory_items {
 inline constexpr int kFirst = 80;
 inline constexpr int kLast = 99;
 
-inline constexpr const wchar_t* kNames[kLast - kFirst + 1] = {
-    L"Focal Length",        L"Xp",                  L"Yp",
-    L"Distortion Model",    L"Distortion Para(K1)", L"Distortion Para(K2)",
-    L"Distortion Para(P1)", L"Distortion Para(P2)", L"X Resolution",
-    L"Y Resolution",        L"CCD1x Center",        L"CCD1y Center",
-    L"CCD2x Center",        L"CCD2y Center",        L"CCD Offset(X)",
-    L"CCD Offset(Y)",       L"CCD Offset(Z)",       L"CCD Angle OMEGA",
-    L"CCD Angle PHI",       L"CCD Angle KAPPA"};
+inline constexpr const wchar_t* kNames[kLast - kFirst + 1] = {L"Focal Length",
+                                                              L"Xp",
+                                                              L"Yp",
+                                                              L"Distortion Model",
+                                                              L"Distortion Para(K1)",
+                                                              L"Distortion Para(K2)",
+                                                              L"Distortion Para(P1)",
+                                                              L"Distortion Para(P2)",
+                                                              L"X Resolution",
+                                                              L"Y Resolution",
+                                                              L"CCD1x Center",
+                                                              L"CCD1y Center",
+                                                              L"CCD2x Center",
+                                                              L"CCD2y Center",
+                                                              L"CCD Offset(X)",
+                                                              L"CCD Offset(Y)",
+                                                              L"CCD Offset(Z)",
+                                                              L"CCD Angle OMEGA",
+                                                              L"CCD Angle PHI",
+                                                              L"CCD Angle KAPPA"};
 
 // The name of item `index` (kFirst..kLast).
 constexpr const wchar_t* Name(int index) { return kNames[index - kFirst]; }

@@ -26,9 +26,15 @@ int TruncToInt(double value) {
 
 // The value lines: format and where each value goes.
 constexpr const wchar_t* kValueFormats[10] = {
-    L"%lf\t// CCD1 CENTER X\r\n",     L"%lf\t// CCD1 CENTER Y\r\n",    L"%lf\t// CCD2 CENTER X\r\n",
-    L"%lf\t// CCD2 CENTER Y\r\n",     L"%lf\t// CCD2 OFFSET X\r\n",    L"%lf\t// CCD2 OFFSET Y\r\n",
-    L"%lf\t// CCD2 OFFSET Z\r\n",     L"%lf\t// CCD2 OFFSET OMEGA\r\n", L"%lf\t// CCD2 OFFSET PHI\r\n",
+    L"%lf\t// CCD1 CENTER X\r\n",
+    L"%lf\t// CCD1 CENTER Y\r\n",
+    L"%lf\t// CCD2 CENTER X\r\n",
+    L"%lf\t// CCD2 CENTER Y\r\n",
+    L"%lf\t// CCD2 OFFSET X\r\n",
+    L"%lf\t// CCD2 OFFSET Y\r\n",
+    L"%lf\t// CCD2 OFFSET Z\r\n",
+    L"%lf\t// CCD2 OFFSET OMEGA\r\n",
+    L"%lf\t// CCD2 OFFSET PHI\r\n",
     L"%lf\t// CCD2 OFFSET KAPPA\r\n",
 };
 
@@ -103,11 +109,16 @@ int VKR3ZA_CALIB::Write(const wchar_t* path) {
     Report(path, platform::kMsgFileOpen);
     return 0;
   }
-  const double values[10] = {double(Ccd1CenterX),  double(Ccd1CenterY),
-                             double(Ccd2CenterX),  double(Ccd2CenterY),
-                             Ccd2Offset.X,         Ccd2Offset.Y,
-                             Ccd2Offset.Z,         Ccd2Angle.omega / kPi * 180.0,
-                             Ccd2Angle.phi / kPi * 180.0, Ccd2Angle.kappa / kPi * 180.0};
+  const double values[10] = {double(Ccd1CenterX),
+                             double(Ccd1CenterY),
+                             double(Ccd2CenterX),
+                             double(Ccd2CenterY),
+                             Ccd2Offset.X,
+                             Ccd2Offset.Y,
+                             Ccd2Offset.Z,
+                             Ccd2Angle.omega / kPi * 180.0,
+                             Ccd2Angle.phi / kPi * 180.0,
+                             Ccd2Angle.kappa / kPi * 180.0};
   std::string header = std::string(kHeader) + "\r\n";
   file.Write(header.data(), UINT(header.size()));
   for (int i = 0; i < 10; ++i) {
@@ -141,21 +152,42 @@ int VKR3ZA_CALIB::Read(const wchar_t* path) {
   // first value line that is the field's own value.
   double value = double(Ccd1CenterX);
   for (int i = 0; i < 10; ++i) {
-    if (ReadText1Line(file, line.data()) == 0 || platform::ScanA(line.data(), "%lf", &value) == EOF) {
+    if (ReadText1Line(file, line.data()) == 0 ||
+        platform::ScanA(line.data(), "%lf", &value) == EOF) {
       Report(path, platform::kMsgFileRead);
       return 0;
     }
     switch (i) {
-      case 0: Ccd1CenterX = TruncToInt(value); break;
-      case 1: Ccd1CenterY = TruncToInt(value); break;
-      case 2: Ccd2CenterX = TruncToInt(value); break;
-      case 3: Ccd2CenterY = TruncToInt(value); break;
-      case 4: Ccd2Offset.X = value; break;
-      case 5: Ccd2Offset.Y = value; break;
-      case 6: Ccd2Offset.Z = value; break;
-      case 7: Ccd2Angle.omega = value * kPi * kOneOver180; break;
-      case 8: Ccd2Angle.phi = value * kPi * kOneOver180; break;
-      case 9: Ccd2Angle.kappa = value * kPi * kOneOver180; break;
+      case 0:
+        Ccd1CenterX = TruncToInt(value);
+        break;
+      case 1:
+        Ccd1CenterY = TruncToInt(value);
+        break;
+      case 2:
+        Ccd2CenterX = TruncToInt(value);
+        break;
+      case 3:
+        Ccd2CenterY = TruncToInt(value);
+        break;
+      case 4:
+        Ccd2Offset.X = value;
+        break;
+      case 5:
+        Ccd2Offset.Y = value;
+        break;
+      case 6:
+        Ccd2Offset.Z = value;
+        break;
+      case 7:
+        Ccd2Angle.omega = value * kPi * kOneOver180;
+        break;
+      case 8:
+        Ccd2Angle.phi = value * kPi * kOneOver180;
+        break;
+      case 9:
+        Ccd2Angle.kappa = value * kPi * kOneOver180;
+        break;
     }
   }
   return 1;

@@ -23,9 +23,9 @@
 #include "camera/dist.h"
 #include "geometry/wpk.h"
 #include "geometry/xyz.h"
-#include "platform/st_message.h"
 #include "platform/export.h"
 #include "platform/file.h"
+#include "platform/st_message.h"
 
 class CWnd;
 

@@ -90,7 +90,8 @@ int CHough::Transform(const unsigned char* img, CSize size, int margin) {
 }
 
 int CHough::GetVotes(int thetaIndex, int rhoIndex) const {
-  if (thetaIndex < 0 || thetaIndex >= m_nThetaSteps || rhoIndex < 0 || rhoIndex >= m_nRhoCells) return 0;
+  if (thetaIndex < 0 || thetaIndex >= m_nThetaSteps || rhoIndex < 0 || rhoIndex >= m_nRhoCells)
+    return 0;
   if (m_Acc.empty()) return 0;
   return m_Acc[size_t(thetaIndex) * size_t(m_nRhoCells) + size_t(rhoIndex)];
 }
@@ -100,7 +101,8 @@ bool CHough::Suppressed(const Peak& p) const {
     const int dt = std::abs(p.t - q.t);
     if (dt <= m_nSuppressTheta && std::abs(p.r - q.r) <= m_nSuppressRho) return true;
     const int mirrored = m_nRhoCells - 1 - q.r;
-    if (m_nThetaSteps - dt <= m_nSuppressTheta && std::abs(p.r - mirrored) <= m_nSuppressRho) return true;
+    if (m_nThetaSteps - dt <= m_nSuppressTheta && std::abs(p.r - mirrored) <= m_nSuppressRho)
+      return true;
   }
   return false;
 }
@@ -177,7 +179,10 @@ void CHough::Runs(double rho,
   }
 }
 
-int CHough::Extract(const unsigned char* img, CSize size, int margin, CKvoArray<CLineSeg, CLineSeg&>& segs) {
+int CHough::Extract(const unsigned char* img,
+                    CSize size,
+                    int margin,
+                    CKvoArray<CLineSeg, CLineSeg&>& segs) {
   if (!img) return 0;
   m_EdgeX.clear();
   m_EdgeY.clear();

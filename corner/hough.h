@@ -56,7 +56,10 @@ class SURVEYCAM_API CHough {
   // the edge pixels of img (the image of the last Transform). Each segment
   // carries the number of its edge pixels in m_nVotes. Returns how many were
   // appended.
-  int Extract(const unsigned char* img, CSize size, int margin, CKvoArray<CLineSeg, CLineSeg&>& segs);
+  int Extract(const unsigned char* img,
+              CSize size,
+              int margin,
+              CKvoArray<CLineSeg, CLineSeg&>& segs);
   // Transform, FindPeaks and Extract in one; returns the number of segments.
   int Detect(const unsigned char* img,
              CSize size,

@@ -20,9 +20,12 @@ void Fold(double& rho, double& theta) {
 
 }  // namespace
 
-CLineSeg::CLineSeg() : m_dX1(0), m_dY1(0), m_dX2(0), m_dY2(0), m_dRho(0), m_dTheta(0), m_nVotes(0) {}
+CLineSeg::CLineSeg()
+    : m_dX1(0), m_dY1(0), m_dX2(0), m_dY2(0), m_dRho(0), m_dTheta(0), m_nVotes(0) {}
 
-CLineSeg::CLineSeg(double x1, double y1, double x2, double y2) : CLineSeg() { SetPoints(x1, y1, x2, y2); }
+CLineSeg::CLineSeg(double x1, double y1, double x2, double y2) : CLineSeg() {
+  SetPoints(x1, y1, x2, y2);
+}
 
 CLineSeg::CLineSeg(const CLineSeg& o) = default;
 CLineSeg& CLineSeg::operator=(const CLineSeg& o) = default;

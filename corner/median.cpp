@@ -69,7 +69,8 @@ template <class VecBody, class ByteBody>
 // median of the window is then med3(max of the lows, med3 of the mids, min of
 // the highs).
 template <class T>
-[[gnu::always_inline]] inline void SortColumn3(const uint8_t* const* rows, int i, uint8_t* lo, uint8_t* mid, uint8_t* hi) {
+[[gnu::always_inline]] inline void SortColumn3(
+    const uint8_t* const* rows, int i, uint8_t* lo, uint8_t* mid, uint8_t* hi) {
   T a = Load<T>(rows[0] + i), b = Load<T>(rows[1] + i), c = Load<T>(rows[2] + i);
   Cx(a, b);
   Cx(b, c);
@@ -80,7 +81,10 @@ template <class T>
 }
 
 template <class T>
-[[gnu::always_inline]] inline T Median3FromColumns(const uint8_t* lo, const uint8_t* mid, const uint8_t* hi, int i) {
+[[gnu::always_inline]] inline T Median3FromColumns(const uint8_t* lo,
+                                                   const uint8_t* mid,
+                                                   const uint8_t* hi,
+                                                   int i) {
   const T l = Max(Max(Load<T>(lo + i), Load<T>(lo + i + 1)), Load<T>(lo + i + 2));
   const T h = Min(Min(Load<T>(hi + i), Load<T>(hi + i + 1)), Load<T>(hi + i + 2));
   const T m = Med3(Load<T>(mid + i), Load<T>(mid + i + 1), Load<T>(mid + i + 2));
@@ -89,9 +93,9 @@ template <class T>
 
 // One output row segment of the 3 x 3 filter: columns x0..x0+n-1.
 __attribute__((target_clones("avx2", "default"))) void Median3Segment(const uint8_t* const* rows,
-                                                                     uint8_t* out,
-                                                                     int x0,
-                                                                     int n) {
+                                                                      uint8_t* out,
+                                                                      int x0,
+                                                                      int n) {
   alignas(32) uint8_t lo[kBlock + 2], mid[kBlock + 2], hi[kBlock + 2];
   const uint8_t* const cols[3] = {rows[0] + x0 - 1, rows[1] + x0 - 1, rows[2] + x0 - 1};
   ForColumns(
@@ -113,7 +117,9 @@ __attribute__((target_clones("avx2", "default"))) void Median3Segment(const uint
 // input). Slot s (3..27) starts with rank (s - 3) % 5 of column (s - 3) / 5;
 // the median ends in slot 15.
 template <class T>
-[[gnu::always_inline]] inline void SortColumn5(const uint8_t* const* rows, int i, uint8_t* const* sorted) {
+[[gnu::always_inline]] inline void SortColumn5(const uint8_t* const* rows,
+                                               int i,
+                                               uint8_t* const* sorted) {
   T c[5];
   for (int r = 0; r < 5; ++r) c[r] = Load<T>(rows[r] + i);
   Cx(c[0], c[1]);
@@ -131,26 +137,97 @@ template <class T>
 template <class T>
 [[gnu::always_inline]] inline T Median5FromColumns(uint8_t* const* sorted, int i) {
   T s[28];
-  for (int slot = 3; slot < 28; ++slot) s[slot] = Load<T>(sorted[(slot - 3) % 5] + i + (slot - 3) / 5);
+  for (int slot = 3; slot < 28; ++slot)
+    s[slot] = Load<T>(sorted[(slot - 3) % 5] + i + (slot - 3) / 5);
 #define CX(a, b) Cx(s[a], s[b])
-  CX(12, 13); CX(13, 15); CX(13, 14); CX(8, 12); CX(10, 14); CX(10, 12); CX(9, 13); CX(11, 13);
-  CX(9, 10); CX(11, 12); CX(13, 14); CX(4, 12); CX(4, 8); CX(6, 14); CX(6, 10); CX(6, 8);
-  CX(10, 12); CX(5, 13); CX(5, 9); CX(3, 11); CX(7, 15); CX(7, 11); CX(3, 5); CX(7, 9);
-  CX(11, 13); CX(5, 6); CX(7, 8); CX(9, 10); CX(11, 12); CX(13, 14); CX(16, 18); CX(17, 19);
-  CX(17, 18); CX(22, 23); CX(20, 22); CX(21, 22); CX(16, 20); CX(18, 22); CX(18, 20); CX(19, 23);
-  CX(19, 21); CX(17, 18); CX(19, 20); CX(21, 22); CX(20, 24); CX(18, 26); CX(22, 26); CX(18, 20);
-  CX(22, 24); CX(17, 25); CX(21, 25); CX(19, 27); CX(23, 27); CX(19, 21); CX(23, 25); CX(17, 18);
-  CX(19, 20); CX(21, 22); CX(23, 24); CX(8, 24); CX(8, 16); CX(12, 20); CX(12, 16); CX(10, 26);
-  CX(10, 18); CX(6, 22); CX(14, 22); CX(14, 18); CX(14, 16); CX(9, 25); CX(9, 17); CX(5, 21);
-  CX(13, 21); CX(13, 17); CX(11, 19); CX(7, 23); CX(15, 23); CX(15, 19); CX(15, 17); CX(15, 16);
+  CX(12, 13);
+  CX(13, 15);
+  CX(13, 14);
+  CX(8, 12);
+  CX(10, 14);
+  CX(10, 12);
+  CX(9, 13);
+  CX(11, 13);
+  CX(9, 10);
+  CX(11, 12);
+  CX(13, 14);
+  CX(4, 12);
+  CX(4, 8);
+  CX(6, 14);
+  CX(6, 10);
+  CX(6, 8);
+  CX(10, 12);
+  CX(5, 13);
+  CX(5, 9);
+  CX(3, 11);
+  CX(7, 15);
+  CX(7, 11);
+  CX(3, 5);
+  CX(7, 9);
+  CX(11, 13);
+  CX(5, 6);
+  CX(7, 8);
+  CX(9, 10);
+  CX(11, 12);
+  CX(13, 14);
+  CX(16, 18);
+  CX(17, 19);
+  CX(17, 18);
+  CX(22, 23);
+  CX(20, 22);
+  CX(21, 22);
+  CX(16, 20);
+  CX(18, 22);
+  CX(18, 20);
+  CX(19, 23);
+  CX(19, 21);
+  CX(17, 18);
+  CX(19, 20);
+  CX(21, 22);
+  CX(20, 24);
+  CX(18, 26);
+  CX(22, 26);
+  CX(18, 20);
+  CX(22, 24);
+  CX(17, 25);
+  CX(21, 25);
+  CX(19, 27);
+  CX(23, 27);
+  CX(19, 21);
+  CX(23, 25);
+  CX(17, 18);
+  CX(19, 20);
+  CX(21, 22);
+  CX(23, 24);
+  CX(8, 24);
+  CX(8, 16);
+  CX(12, 20);
+  CX(12, 16);
+  CX(10, 26);
+  CX(10, 18);
+  CX(6, 22);
+  CX(14, 22);
+  CX(14, 18);
+  CX(14, 16);
+  CX(9, 25);
+  CX(9, 17);
+  CX(5, 21);
+  CX(13, 21);
+  CX(13, 17);
+  CX(11, 19);
+  CX(7, 23);
+  CX(15, 23);
+  CX(15, 19);
+  CX(15, 17);
+  CX(15, 16);
 #undef CX
   return s[15];
 }
 
 __attribute__((target_clones("avx2", "default"))) void Median5Segment(const uint8_t* const* rows,
-                                                                     uint8_t* out,
-                                                                     int x0,
-                                                                     int n) {
+                                                                      uint8_t* out,
+                                                                      int x0,
+                                                                      int n) {
   alignas(32) uint8_t buffer[5][kBlock + 4];
   uint8_t* const sorted[5] = {buffer[0], buffer[1], buffer[2], buffer[3], buffer[4]};
   const uint8_t* cols[5];

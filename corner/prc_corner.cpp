@@ -14,7 +14,7 @@ constexpr double kSecondBand = 3.0;    // ... around the line fitted once
 constexpr double kOtherLineGap = 2.5;  // points this near the other line of a pair are left out
 constexpr double kSquareCos = 0.94;    // gradient within 20 degrees of the line's normal
 constexpr int kMinEdgePoints = 6;
-constexpr int kGradientFloor = 8;      // Sobel units: two grey levels of contrast
+constexpr int kGradientFloor = 8;           // Sobel units: two grey levels of contrast
 constexpr unsigned int kRelativeEdge = 16;  // edges above max strength / 16 are kept
 
 unsigned char Luminance(int r, int g, int b) {
@@ -71,7 +71,8 @@ void CPrcCorner::CutWindow(CSize size, CPoint tap, PixelFn pixel) {
 int CPrcCorner::FindCorner(CDibEx& image, CPoint tap, double& x, double& y) {
   m_Lines.RemoveAll();
   const BITMAPINFOHEADER* header = image.m_infoHeader;
-  if (!header || !image.m_imageBits || (header->biBitCount != 24 && header->biBitCount != 8)) return 0;
+  if (!header || !image.m_imageBits || (header->biBitCount != 24 && header->biBitCount != 8))
+    return 0;
   const CSize size = image.GetDimensions();
   const int rows = std::abs(int(size.cy));
   if (tap.x < 0 || tap.y < 0 || tap.x >= size.cx || tap.y >= rows) return 0;
@@ -100,10 +101,12 @@ int CPrcCorner::FindCorner(CDibEx& image, CPoint tap, double& x, double& y) {
   return 1;
 }
 
-int CPrcCorner::FindCorner(const unsigned char* grey, CSize size, CPoint tap, double& x, double& y) {
+int CPrcCorner::FindCorner(
+    const unsigned char* grey, CSize size, CPoint tap, double& x, double& y) {
   m_Lines.RemoveAll();
   if (!grey || tap.x < 0 || tap.y < 0 || tap.x >= size.cx || tap.y >= size.cy) return 0;
-  CutWindow(size, tap, [&](int xx, int yy) { return grey[size_t(yy) * size_t(size.cx) + size_t(xx)]; });
+  CutWindow(
+      size, tap, [&](int xx, int yy) { return grey[size_t(yy) * size_t(size.cx) + size_t(xx)]; });
   double cx = 0.0, cy = 0.0;
   if (!PickCorner(cx, cy)) return 0;
   x = cx;
@@ -138,7 +141,8 @@ void CPrcCorner::Gradients() {
     const unsigned char* down = mid + n;
     for (int x = 1; x < n - 1; ++x) {
       const size_t k = size_t(y) * size_t(n) + size_t(x);
-      m_Gx[k] = (up[x + 1] - up[x - 1]) + 2 * (mid[x + 1] - mid[x - 1]) + (down[x + 1] - down[x - 1]);
+      m_Gx[k] =
+          (up[x + 1] - up[x - 1]) + 2 * (mid[x + 1] - mid[x - 1]) + (down[x + 1] - down[x - 1]);
       m_Gy[k] = (down[x - 1] - up[x - 1]) + 2 * (down[x] - up[x]) + (down[x + 1] - up[x + 1]);
     }
   }

@@ -40,13 +40,20 @@ struct Tally {
     out = __builtin_convertvector(__builtin_shufflevector(v, v, 0, 1, 2, 3, 4, 5, 6, 7), I8);
 }
 
-[[gnu::always_inline]] inline uint32_t Magnitude(const uint8_t* up, const uint8_t* mid, const uint8_t* down, int x) {
-  const int gx = -up[x - 1] + up[x + 1] - 2 * mid[x - 1] + 2 * mid[x + 1] - down[x - 1] + down[x + 1];
+[[gnu::always_inline]] inline uint32_t Magnitude(const uint8_t* up,
+                                                 const uint8_t* mid,
+                                                 const uint8_t* down,
+                                                 int x) {
+  const int gx =
+      -up[x - 1] + up[x + 1] - 2 * mid[x - 1] + 2 * mid[x + 1] - down[x - 1] + down[x + 1];
   const int gy = -up[x - 1] - 2 * up[x] - up[x + 1] + down[x - 1] + 2 * down[x] + down[x + 1];
   return uint32_t(gx * gx) + uint32_t(gy * gy);
 }
 
-[[gnu::always_inline]] inline void Keep(uint32_t s, uint32_t threshold, uint32_t* out, Tally& tally) {
+[[gnu::always_inline]] inline void Keep(uint32_t s,
+                                        uint32_t threshold,
+                                        uint32_t* out,
+                                        Tally& tally) {
   if (s < threshold) return;
   *out = s;
   ++tally.count;
@@ -63,13 +70,13 @@ using F8 = float __attribute__((vector_size(32)));
 }
 
 __attribute__((target_clones("avx2", "default"))) void SobelRow(const uint8_t* up,
-                                                               const uint8_t* mid,
-                                                               const uint8_t* down,
-                                                               uint32_t* out,
-                                                               int x0,
-                                                               int x1,
-                                                               uint32_t threshold,
-                                                               Tally& tally) {
+                                                                const uint8_t* mid,
+                                                                const uint8_t* down,
+                                                                uint32_t* out,
+                                                                int x0,
+                                                                int x1,
+                                                                uint32_t threshold,
+                                                                Tally& tally) {
   // S never exceeds 2·1020², so a threshold above INT32_MAX keeps nothing.
   const I8 t = I8{} + int32_t(std::min<uint32_t>(threshold, 0x7fffffffu));
   I8 count{}, sum{};
@@ -112,7 +119,8 @@ __attribute__((target_clones("avx2", "default"))) void SobelRow(const uint8_t* u
 }  // namespace
 
 CSobel::CSobel() : m_nThreshold(2000), m_nMeanStrength(0) {}
-CSobel::CSobel(const CSobel& o) : m_nThreshold(o.m_nThreshold), m_nMeanStrength(o.m_nMeanStrength) {}
+CSobel::CSobel(const CSobel& o)
+    : m_nThreshold(o.m_nThreshold), m_nMeanStrength(o.m_nMeanStrength) {}
 CSobel& CSobel::operator=(const CSobel& o) {
   m_nThreshold = o.m_nThreshold;
   m_nMeanStrength = o.m_nMeanStrength;
@@ -132,7 +140,8 @@ int CSobel::Sobel(unsigned char* src, unsigned int* dst, CSize size, int margin)
   for (int y = edge; y < H - edge; ++y) {
     const uint8_t* mid = src + size_t(y) * size_t(W);
     if (edge < W - edge)
-      SobelRow(mid - W, mid, mid + W, dst + size_t(y) * size_t(W), edge, W - edge, m_nThreshold, tally);
+      SobelRow(
+          mid - W, mid, mid + W, dst + size_t(y) * size_t(W), edge, W - edge, m_nThreshold, tally);
   }
   if (tally.count == 0) return 0;
   m_nMeanStrength = unsigned(tally.sum / tally.count) * 1000u;

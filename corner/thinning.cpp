@@ -99,7 +99,8 @@ CThinning::CThinning(const CThinning&) = default;
 CThinning& CThinning::operator=(const CThinning&) = default;
 CThinning::~CThinning() = default;
 
-void CThinning::Thinning(unsigned int* strength, unsigned char* img, CSize size, int margin, unsigned int t) {
+void CThinning::Thinning(
+    unsigned int* strength, unsigned char* img, CSize size, int margin, unsigned int t) {
   const size_t count = size_t(std::max(size.cx, 0)) * size_t(std::max(size.cy, 0));
   for (size_t k = 0; k < count; ++k)
     if (strength[k] > t) img[k] = 255;

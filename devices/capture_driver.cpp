@@ -38,16 +38,15 @@ class TestPattern : public FrameSource {
       for (int x0 = 0; x0 < kFrameWidth; x0 += 40) {
         const int r = (x0 * 8 / kFrameWidth) * 32 + (request.camera == 0 ? 16 : 0);
         const int b = ((x0 / 40 + y / 40) % 2) * 128 + 64;
-        std::fill(row + x0, row + std::min(x0 + 40, kFrameWidth), Pack(r + lift, g + lift, b + lift));
+        std::fill(
+            row + x0, row + std::min(x0 + 40, kFrameWidth), Pack(r + lift, g + lift, b + lift));
       }
       std::fill(row + band, row + std::min(band + 16, kFrameWidth), bandPixel);
     }
   }
 
  private:
-  static uint16_t Pack(int r, int g, int b) {
-    return devices::Pack565(r, g, b);
-  }
+  static uint16_t Pack(int r, int g, int b) { return devices::Pack565(r, g, b); }
 };
 
 std::mutex g_source_mutex;
@@ -122,7 +121,9 @@ void OnFrameWait() {
       due = s.last_frame_ms + kFramePeriodMs;
     }
     int64_t wait = due - platform::clock::NowMs();
-    if (wait > 0) std::this_thread::sleep_for(std::chrono::milliseconds(std::min<int64_t>(wait, kFramePeriodMs)));
+    if (wait > 0)
+      std::this_thread::sleep_for(
+          std::chrono::milliseconds(std::min<int64_t>(wait, kFramePeriodMs)));
   }
   std::lock_guard lock(s.mutex);
   if (s.running) ProduceFrame(s);
@@ -194,7 +195,8 @@ BOOL DoRead(State& s, DWORD inSize, void* out, DWORD outSize, DWORD* written) {
     std::memcpy(dst, s.frame.data(), needed);
   } else {
     for (int y = 0; y < h; ++y)
-      for (int x = 0; x < w; ++x) dst[size_t(y) * w + x] = s.frame[size_t(2 * y) * kFrameWidth + 2 * x];
+      for (int x = 0; x < w; ++x)
+        dst[size_t(y) * w + x] = s.frame[size_t(2 * y) * kFrameWidth + 2 * x];
   }
   if (written) *written = needed;
   return TRUE;
@@ -234,14 +236,17 @@ class CaptureDevice : public platform::devices::StreamDevice {
     S().events.insert(event_);
   }
 
-  BOOL IoControl(DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytesReturned) override {
+  BOOL IoControl(
+      DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytesReturned) override {
     State& s = S();
     std::lock_guard lock(s.mutex);
     BOOL result = Dispatch(s, code, in, inSize, out, outSize, bytesReturned);
-    Request request{code, inSize, outSize, in != nullptr, out != nullptr, bytesReturned != nullptr, result, {}};
-    size_t record = code == IOCTL_VCAP_START_CAPTURE ? sizeof(VCAP_START_PARAMETER)
-                    : code == IOCTL_VCAP_SET_DISPLAY ? sizeof(VCAP_DISP_PARAMETER)
-                    : code == IOCTL_VCAP_GET_CAPTURE_RECT ? sizeof(RECT) : 0;
+    Request request{
+        code, inSize, outSize, in != nullptr, out != nullptr, bytesReturned != nullptr, result, {}};
+    size_t record = code == IOCTL_VCAP_START_CAPTURE      ? sizeof(VCAP_START_PARAMETER)
+                    : code == IOCTL_VCAP_SET_DISPLAY      ? sizeof(VCAP_DISP_PARAMETER)
+                    : code == IOCTL_VCAP_GET_CAPTURE_RECT ? sizeof(RECT)
+                                                          : 0;
     if (in != nullptr && record != 0) {
       auto* bytes = static_cast<const uint8_t*>(in);
       request.input.assign(bytes, bytes + record);
@@ -265,22 +270,33 @@ class CaptureDevice : public platform::devices::StreamDevice {
   }
 
  private:
-  BOOL Dispatch(State& s, DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytesReturned) {
+  BOOL Dispatch(State& s,
+                DWORD code,
+                void* in,
+                DWORD inSize,
+                void* out,
+                DWORD outSize,
+                DWORD* bytesReturned) {
     switch (code) {
-      case IOCTL_VCAP_START_CAPTURE: return DoStart(s, in);
+      case IOCTL_VCAP_START_CAPTURE:
+        return DoStart(s, in);
       case IOCTL_VCAP_STOP_CAPTURE:
         if (Faulted("cap.stop")) return Fail(ERROR_GEN_FAILURE);
         s.running = false;
         return TRUE;
-      case IOCTL_VCAP_GET_CAPTURE_DATA: return DoRead(s, inSize, out, outSize, bytesReturned);
+      case IOCTL_VCAP_GET_CAPTURE_DATA:
+        return DoRead(s, inSize, out, outSize, bytesReturned);
       case IOCTL_VCAP_READ_EVENT:
         if (bytesReturned == nullptr) return Fail(ERROR_INVALID_PARAMETER);
         if (Faulted("cap.event")) return Fail(ERROR_GEN_FAILURE);
         std::memcpy(bytesReturned, &event_, sizeof event_);
         return TRUE;
-      case IOCTL_VCAP_SET_DISPLAY: return DoDisplay(s, in);
-      case IOCTL_VCAP_GET_CAPTURE_RECT: return DoReadRect(s, in, out, outSize, bytesReturned);
-      default: return Fail(ERROR_INVALID_PARAMETER);
+      case IOCTL_VCAP_SET_DISPLAY:
+        return DoDisplay(s, in);
+      case IOCTL_VCAP_GET_CAPTURE_RECT:
+        return DoReadRect(s, in, out, outSize, bytesReturned);
+      default:
+        return Fail(ERROR_INVALID_PARAMETER);
     }
   }
 
@@ -373,22 +389,27 @@ void Paint(platform::Framebuffer& screen) {
   std::lock_guard lock(s.mutex);
   if (s.running) {
     int64_t now = platform::clock::NowMs();
-    bool due = platform::clock::IsFixed() ? now != s.last_frame_ms : now - s.last_frame_ms >= kFramePeriodMs;
+    bool due = platform::clock::IsFixed() ? now != s.last_frame_ms
+                                          : now - s.last_frame_ms >= kFramePeriodMs;
     if (s.frame.empty() || due) ProduceFrame(s);
   }
   if (!s.display || s.display->DispEnable == 0 || s.frame.empty()) return;
   const VCAP_DISP_PARAMETER& d = *s.display;
   const uint32_t key1 = platform::PixelFromColorref(d.KeyColor1);
   const uint32_t key2 = platform::PixelFromColorref(d.KeyColor2);
-  const int top = std::max(0, int(d.DstRect.top)), bottom = std::min(screen.height - 1, int(d.DstRect.bottom));
-  const int left = std::max(0, int(d.DstRect.left)), right = std::min(screen.width - 1, int(d.DstRect.right));
+  const int top = std::max(0, int(d.DstRect.top)),
+            bottom = std::min(screen.height - 1, int(d.DstRect.bottom));
+  const int left = std::max(0, int(d.DstRect.left)),
+            right = std::min(screen.width - 1, int(d.DstRect.right));
   if (left > right || top > bottom || !HasSource(d)) return;
   // The scaling is worked out once a column and once a row, not per pixel.
   std::vector<int> columns(size_t(right - left + 1));
   for (int x = left; x <= right; ++x)
-    columns[size_t(x - left)] = SourceIndex(d.SrcRect.left, d.SrcRect.right, d.DstRect.left, d.DstRect.right, x, kFrameWidth);
+    columns[size_t(x - left)] = SourceIndex(
+        d.SrcRect.left, d.SrcRect.right, d.DstRect.left, d.DstRect.right, x, kFrameWidth);
   for (int y = top; y <= bottom; ++y) {
-    const int sy = SourceIndex(d.SrcRect.top, d.SrcRect.bottom, d.DstRect.top, d.DstRect.bottom, y, kFrameHeight);
+    const int sy = SourceIndex(
+        d.SrcRect.top, d.SrcRect.bottom, d.DstRect.top, d.DstRect.bottom, y, kFrameHeight);
     const uint16_t* sourceRow = s.frame.data() + size_t(sy) * kFrameWidth;
     uint32_t* row = &screen.At(left, y);
     for (size_t i = 0; i < columns.size(); ++i)

@@ -88,8 +88,10 @@ BOOL Record(const std::string& call, bool ok) {
 BOOL SysEepRead(void* buffer, int index, int length) {
   std::lock_guard lock(g_mutex);
   const std::string name = "read " + std::to_string(index);
-  if (g_locked || buffer == nullptr || length <= 0 || !ValidIndex(index)) return Record(name, false);
-  if (platform::fault::Check(("eep.read." + std::to_string(index)).c_str()).fail) return Record(name, false);
+  if (g_locked || buffer == nullptr || length <= 0 || !ValidIndex(index))
+    return Record(name, false);
+  if (platform::fault::Check(("eep.read." + std::to_string(index)).c_str()).fail)
+    return Record(name, false);
   Items items = Load();
   auto it = items.find(index);
   if (it == items.end() || it->second.size() != size_t(length)) return Record(name, false);
@@ -100,8 +102,10 @@ BOOL SysEepRead(void* buffer, int index, int length) {
 BOOL SysEepWrite(const void* buffer, int index, int length) {
   std::lock_guard lock(g_mutex);
   const std::string name = "write " + std::to_string(index);
-  if (g_locked || buffer == nullptr || length <= 0 || !ValidIndex(index)) return Record(name, false);
-  if (platform::fault::Check(("eep.write." + std::to_string(index)).c_str()).fail) return Record(name, false);
+  if (g_locked || buffer == nullptr || length <= 0 || !ValidIndex(index))
+    return Record(name, false);
+  if (platform::fault::Check(("eep.write." + std::to_string(index)).c_str()).fail)
+    return Record(name, false);
   Items items = Load();
   auto* bytes = static_cast<const uint8_t*>(buffer);
   items[index].assign(bytes, bytes + length);
@@ -112,7 +116,8 @@ BOOL UnLockDisk(int lock) {
   std::lock_guard guard(g_mutex);
   if (lock != 0 && lock != 1) return Record("lock " + std::to_string(lock), false);
   const char* name = lock == 0 ? "unlock" : "lock";
-  if (platform::fault::Check(lock == 0 ? "eep.unlock" : "eep.lock").fail) return Record(name, false);
+  if (platform::fault::Check(lock == 0 ? "eep.unlock" : "eep.lock").fail)
+    return Record(name, false);
   g_locked = lock == 1;
   return Record(name, true);
 }

@@ -11,9 +11,9 @@ constexpr int kFrameWidth = 640;
 constexpr int kFrameHeight = 480;
 
 struct FrameRequest {
-  int camera = 1;          // 0 tele, 1 wide
-  int brightness = 0;      // exposure value of the start record, -112..143
-  int64_t time_ms = 0;     // platform clock at the frame
+  int camera = 1;       // 0 tele, 1 wide
+  int brightness = 0;   // exposure value of the start record, -112..143
+  int64_t time_ms = 0;  // platform clock at the frame
   uint64_t frame_index = 0;
 };
 

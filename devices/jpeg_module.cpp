@@ -16,8 +16,8 @@
 #include "platform/safe_file.h"
 
 // After our types: libjpeg defines TRUE and FALSE only when they are not yet macros.
-#include <jpeglib.h>
 #include <jerror.h>
+#include <jpeglib.h>
 
 namespace devices {
 namespace {
@@ -29,7 +29,9 @@ struct ErrorManager {
   std::jmp_buf jump;
 };
 
-void OnError(j_common_ptr info) { std::longjmp(reinterpret_cast<ErrorManager*>(info->err)->jump, 1); }
+void OnError(j_common_ptr info) {
+  std::longjmp(reinterpret_cast<ErrorManager*>(info->err)->jump, 1);
+}
 void OnMessage(j_common_ptr) {}
 
 void InitErrors(ErrorManager& errors) {
@@ -49,7 +51,9 @@ struct FileDestination {
   JOCTET* buffer;
 };
 
-FileDestination* DestinationOf(j_compress_ptr info) { return reinterpret_cast<FileDestination*>(info->dest); }
+FileDestination* DestinationOf(j_compress_ptr info) {
+  return reinterpret_cast<FileDestination*>(info->dest);
+}
 
 void FailWrite(j_compress_ptr info) {
   info->err->msg_code = JERR_FILE_WRITE;
@@ -64,7 +68,8 @@ void InitDestination(j_compress_ptr info) {
 
 boolean EmptyOutputBuffer(j_compress_ptr info) {
   // libjpeg asks for the whole block to be written, whatever free_in_buffer says.
-  if (!DestinationOf(info)->file->Write(DestinationOf(info)->buffer, UINT(kWriteBlock))) FailWrite(info);
+  if (!DestinationOf(info)->file->Write(DestinationOf(info)->buffer, UINT(kWriteBlock)))
+    FailWrite(info);
   InitDestination(info);
   return TRUE;
 }
@@ -77,7 +82,13 @@ void TermDestination(j_compress_ptr info) {
 
 // Compresses rows bottom-up into `file`; false on a libjpeg error or a
 // failed write (the file is then left uncommitted).
-bool Compress(platform::SafeFile& file, JOCTET* block, const BYTE* bits, unsigned width, unsigned height, unsigned stride, bool color,
+bool Compress(platform::SafeFile& file,
+              JOCTET* block,
+              const BYTE* bits,
+              unsigned width,
+              unsigned height,
+              unsigned stride,
+              bool color,
               int quality) {
   jpeg_compress_struct info{};
   ErrorManager errors;
@@ -126,7 +137,8 @@ int DibImageToJpegFile(const wchar_t* path,
   if (!block) return FALSE;
   platform::SafeFile file;
   if (!file.Open(path, CFile::modeCreate | CFile::modeWrite)) return FALSE;
-  const bool ok = Compress(file, block.get(), bits, width, height, byteWidth, bFullColor != 0, nQuality);
+  const bool ok =
+      Compress(file, block.get(), bits, width, height, byteWidth, bFullColor != 0, nQuality);
   return ok && file.Commit() ? TRUE : FALSE;
 }
 
@@ -159,8 +171,9 @@ class Decoder final : public image::JpegDecoder {
   UINT GetSourceWidth() override { return open_ ? info_.image_width : 0; }
   UINT GetSourceHeight() override { return open_ ? info_.image_height : 0; }
   BOOL Decode(int scaleDenominator, int) override {
-    if (!open_ || bits_ || (scaleDenominator != 1 && scaleDenominator != 2 && scaleDenominator != 4 &&
-                            scaleDenominator != 8))
+    if (!open_ || bits_ ||
+        (scaleDenominator != 1 && scaleDenominator != 2 && scaleDenominator != 4 &&
+         scaleDenominator != 8))
       return FALSE;
     if (platform::fault::Check("jpeg.decode").fail) return FALSE;
     if (setjmp(errors_.jump)) {
@@ -218,11 +231,11 @@ static_assert(std::is_same_v<decltype(&DestroyJpegInterface), image::DestroyJpeg
 }  // namespace
 
 void RegisterJpegModule() {
-  platform::modules::Register(L"JPEG_LIB.dll",
-                              {{"DibImageToJpegFile_ExplicitLoading", reinterpret_cast<void*>(&DibImageToJpegFile)},
-                               {"Create_JpegInterface_ExplicitLoading", reinterpret_cast<void*>(&CreateJpegInterface)},
-                               {"Destroy_JpegInterface_ExplicitLoading",
-                                reinterpret_cast<void*>(&DestroyJpegInterface)}});
+  platform::modules::Register(
+      L"JPEG_LIB.dll",
+      {{"DibImageToJpegFile_ExplicitLoading", reinterpret_cast<void*>(&DibImageToJpegFile)},
+       {"Create_JpegInterface_ExplicitLoading", reinterpret_cast<void*>(&CreateJpegInterface)},
+       {"Destroy_JpegInterface_ExplicitLoading", reinterpret_cast<void*>(&DestroyJpegInterface)}});
 }
 
 void UnregisterJpegModule() { platform::modules::Unregister(L"JPEG_LIB.dll"); }

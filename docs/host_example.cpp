@@ -6,11 +6,11 @@
 // Build: c++ -std=c++20 host_example.cpp $(pkg-config --cflags --libs surveycam)
 //    or: find_package(surveycam) and link surveycam::surveycam.
 // Run:   host_example MODULE_DIR [SCREENSHOT.png]
-#include "surveycam.h"
-
 #include <cstdio>
 #include <filesystem>
 #include <string>
+
+#include "surveycam.h"
 
 namespace {
 
@@ -48,7 +48,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   // The device's file system lives in a folder of the host.
-  const std::filesystem::path root = std::filesystem::temp_directory_path() / "surveycam_host_example";
+  const std::filesystem::path root =
+      std::filesystem::temp_directory_path() / "surveycam_host_example";
   std::filesystem::create_directories(root);
   platform::fs::SetDeviceRoot(root.string());
 

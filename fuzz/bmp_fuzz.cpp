@@ -14,8 +14,9 @@ namespace {
 constexpr size_t kMaxInput = 1 << 20;
 
 std::string InputPath() {
-  static const std::string path =
-      (std::filesystem::temp_directory_path() / ("surveycam_bmp_fuzz_" + std::to_string(getpid()) + ".bmp")).string();
+  static const std::string path = (std::filesystem::temp_directory_path() /
+                                   ("surveycam_bmp_fuzz_" + std::to_string(getpid()) + ".bmp"))
+                                      .string();
   return path;
 }
 }  // namespace

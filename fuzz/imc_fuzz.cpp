@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "pointfiles/point_files.h"
 #include "fuzz/file_input.h"
 #include "platform/file.h"
+#include "pointfiles/point_files.h"
 
 namespace {
 

@@ -20,8 +20,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return true;
   }();
   (void)registered;
-  static const std::string path =
-      (std::filesystem::temp_directory_path() / ("surveycam_jpeg_fuzz_" + std::to_string(getpid()) + ".jpg")).string();
+  static const std::string path = (std::filesystem::temp_directory_path() /
+                                   ("surveycam_jpeg_fuzz_" + std::to_string(getpid()) + ".jpg"))
+                                      .string();
   FILE* f = std::fopen(path.c_str(), "wb");
   if (!f) return 0;
   if (size) std::fwrite(data, 1, size, f);

@@ -1,11 +1,12 @@
 // Fuzzes the orientation-file reader (VKR3ZA_CALIB::Read) with arbitrary file
 // contents; message boxes are swallowed.
+#include <unistd.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 
 #include "camera/vkr3za_calib.h"
 #include "platform/fs.h"
@@ -13,7 +14,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool ready = [] {
-    auto root = std::filesystem::temp_directory_path() / ("orient_fuzz_" + std::to_string(::getpid()));
+    auto root =
+        std::filesystem::temp_directory_path() / ("orient_fuzz_" + std::to_string(::getpid()));
     std::filesystem::create_directories(root);
     platform::fs::SetDeviceRoot(root.string());
     platform::SetMessageBoxHandler([](const platform::MessageBoxCall&) { return IDOK; });

@@ -177,7 +177,8 @@ int CDib::Read(CFile* file) {
   std::vector<BYTE> block(fileHeader.bfOffBits - sizeof fileHeader);
   if (file->Read(block.data(), UINT(block.size())) != block.size()) return FALSE;
   image::bmp::Layout layout;
-  if (!image::bmp::ParseHeader(block.data(), DWORD(block.size()), fileHeader.bfOffBits, length, layout))
+  if (!image::bmp::ParseHeader(
+          block.data(), DWORD(block.size()), fileHeader.bfOffBits, length, layout))
     return Refuse(*this);
   if (!AdoptHeader(layout.info, layout.colors)) return FALSE;
   m_imageBits = image::AllocBlock(m_imageSize);
@@ -261,13 +262,22 @@ void CDib::ComputePaletteSize(int nBitCount) {
     return;
   }
   switch (nBitCount) {
-    case 1: m_colorEntries = 2; break;
-    case 4: m_colorEntries = 16; break;
-    case 8: m_colorEntries = 256; break;
+    case 1:
+      m_colorEntries = 2;
+      break;
+    case 4:
+      m_colorEntries = 16;
+      break;
+    case 8:
+      m_colorEntries = 256;
+      break;
     case 16:
     case 24:
-    case 32: m_colorEntries = 0; break;
-    default: break;  // other depths keep the current count
+    case 32:
+      m_colorEntries = 0;
+      break;
+    default:
+      break;  // other depths keep the current count
   }
 }
 

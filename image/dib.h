@@ -11,11 +11,11 @@
 // Operations return 1 on success and 0 on failure and throw nothing.
 #include <vector>
 
+#include "platform/archive.h"
 #include "platform/dc.h"
 #include "platform/export.h"
 #include "platform/file.h"
 #include "platform/object.h"
-#include "platform/archive.h"
 #include "platform/point.h"
 #include "platform/size.h"
 #include "platform/types.h"

@@ -50,10 +50,17 @@ int CDibEx::Create(CSize size, int nBitCount, int nNumColors, int bGrayPalette, 
   Empty();
   int entries = 0;
   switch (nBitCount) {
-    case 1: entries = 2; break;
-    case 4: entries = 16; break;
-    case 8: entries = bGrayPalette ? 256 : std::clamp(nNumColors, 0, 256); break;
-    default: break;
+    case 1:
+      entries = 2;
+      break;
+    case 4:
+      entries = 16;
+      break;
+    case 8:
+      entries = bGrayPalette ? 256 : std::clamp(nNumColors, 0, 256);
+      break;
+    default:
+      break;
   }
   m_infoHeader = reinterpret_cast<BITMAPINFOHEADER*>(image::AllocBlock(40 + 4 * size_t(entries)));
   if (!m_infoHeader) return FALSE;

@@ -79,7 +79,9 @@ class SURVEYCAM_API CDibEx : public CDib {
  private:
   BYTE* PixelAddress(CPoint pt) const;
   bool HasPixels() const { return m_infoHeader && m_imageBits; }
-  bool IsPixelDepth() const { return m_infoHeader && (m_infoHeader->biBitCount == 8 || m_infoHeader->biBitCount == 24); }
+  bool IsPixelDepth() const {
+    return m_infoHeader && (m_infoHeader->biBitCount == 8 || m_infoHeader->biBitCount == 24);
+  }
   // Rebuilds this image as an owned copy of src's header with a new size.
   void RebuildHeader(const CDibEx* src, int width, int height);
   int DrawRows(CDC* dc, CPoint dst, CSize dstSize, CPoint src, CSize srcSize);

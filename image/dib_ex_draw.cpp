@@ -8,7 +8,8 @@ bool CDibEx::ResolveSource(CPoint& src, CSize& srcSize) const {
   const CSize size = GetDimensions();
   if (srcSize.cx == 0 || srcSize.cy == 0) srcSize = size;
   if (!CRect(CPoint(0, 0), size).PtInRect(src)) return false;
-  return src.x + srcSize.cx <= size.cx && src.y + srcSize.cy <= size.cy && srcSize.cx > 0 && srcSize.cy > 0;
+  return src.x + srcSize.cx <= size.cx && src.y + srcSize.cy <= size.cy && srcSize.cx > 0 &&
+         srcSize.cy > 0;
 }
 
 int CDibEx::DrawEx(CDC* dc, CPoint dst, CSize dstSize, CPoint src, CSize srcSize) {

@@ -37,9 +37,13 @@ struct ModuleEntry {
 };
 
 // Decodes with a created decoder; null when any step fails.
-BYTE* Decode(image::JpegDecoder* decoder, const CString& path, unsigned* pWidth, unsigned* pHeight) {
+BYTE* Decode(image::JpegDecoder* decoder,
+             const CString& path,
+             unsigned* pWidth,
+             unsigned* pHeight) {
   if (!decoder->Open(0, path)) return nullptr;
-  const int denominator = ScaleDenominator(std::max(decoder->GetSourceWidth(), decoder->GetSourceHeight()));
+  const int denominator =
+      ScaleDenominator(std::max(decoder->GetSourceWidth(), decoder->GetSourceHeight()));
   if (denominator == 0 || !decoder->Decode(denominator, 0)) return nullptr;
   *pWidth = decoder->GetWidth();
   *pHeight = decoder->GetHeight();

@@ -84,7 +84,8 @@ int CDibEx::IsGrayScale() {
 }
 
 int CDibEx::GrayScale(CDibEx* dst) {
-  if (!dst || dst == this || !m_infoHeader || m_infoHeader->biBitCount < 8 || IsGrayScale()) return FALSE;
+  if (!dst || dst == this || !m_infoHeader || m_infoHeader->biBitCount < 8 || IsGrayScale())
+    return FALSE;
   const CSize size = GetDimensions();
   if (!dst->Create(size, 8, 256, TRUE, -1)) return FALSE;
   if (!m_imageBits) return TRUE;
@@ -93,7 +94,8 @@ int CDibEx::GrayScale(CDibEx* dst) {
     for (int y = 0; y < size.cy; ++y) {
       const BYTE* in = m_imageBits + size_t(y) * srcStride;
       BYTE* out = dst->m_imageBits + size_t(y) * dstStride;
-      for (int x = 0; x < size.cx; ++x, in += 3) out[x] = BYTE(0.11 * in[0] + 0.3 * in[2] + 0.59 * in[1]);
+      for (int x = 0; x < size.cx; ++x, in += 3)
+        out[x] = BYTE(0.11 * in[0] + 0.3 * in[2] + 0.59 * in[1]);
     }
   } else if (m_infoHeader->biBitCount == 8) {
     // Same geometry: every byte, padding included, maps through the palette.
@@ -107,7 +109,8 @@ int CDibEx::GrayScale(CDibEx* dst) {
 }
 
 int CDibEx::FullColor(CDibEx* dst) {
-  if (!dst || dst == this || !m_infoHeader || m_infoHeader->biBitCount != 8 || IsGrayScale()) return FALSE;
+  if (!dst || dst == this || !m_infoHeader || m_infoHeader->biBitCount != 8 || IsGrayScale())
+    return FALSE;
   const CSize size = GetDimensions();
   if (!dst->Create(size, 24, 256, TRUE, -1)) return FALSE;
   if (!m_imageBits) return TRUE;
@@ -182,12 +185,23 @@ int CDibEx::GetPixel(BYTE* p, CPoint pt, int nMode) {
     return TRUE;
   }
   switch (nMode) {
-    case 0: *p = px[2]; return TRUE;
-    case 1: *p = px[1]; return TRUE;
-    case 2: *p = px[0]; return TRUE;
-    case 3: *p = Luminance(px[0], px[1], px[2]); return TRUE;
-    case 4: std::memcpy(p, px, 3); return TRUE;
-    default: return FALSE;
+    case 0:
+      *p = px[2];
+      return TRUE;
+    case 1:
+      *p = px[1];
+      return TRUE;
+    case 2:
+      *p = px[0];
+      return TRUE;
+    case 3:
+      *p = Luminance(px[0], px[1], px[2]);
+      return TRUE;
+    case 4:
+      std::memcpy(p, px, 3);
+      return TRUE;
+    default:
+      return FALSE;
   }
 }
 
@@ -200,11 +214,20 @@ int CDibEx::SetPixel(BYTE* p, CPoint pt, int nMode) {
     return TRUE;
   }
   switch (nMode) {
-    case 0: px[2] = *p; return TRUE;
-    case 1: px[1] = *p; return TRUE;
-    case 2: px[0] = *p; return TRUE;
-    case 4: std::memcpy(px, p, 3); return TRUE;
-    default: return FALSE;  // 3 (luminance) is read-only
+    case 0:
+      px[2] = *p;
+      return TRUE;
+    case 1:
+      px[1] = *p;
+      return TRUE;
+    case 2:
+      px[0] = *p;
+      return TRUE;
+    case 4:
+      std::memcpy(px, p, 3);
+      return TRUE;
+    default:
+      return FALSE;  // 3 (luminance) is read-only
   }
 }
 
@@ -220,7 +243,8 @@ int CDibEx::PicupImage(BYTE* p, CRect rc, int nMode) {
 }
 
 int CDibEx::ReplaceImage(BYTE* p, CRect rc, int nMode) {
-  if (!p || !HasPixels() || rc.IsRectEmpty() || !IsPixelDepth() || nMode > 4 || nMode == 3) return FALSE;
+  if (!p || !HasPixels() || rc.IsRectEmpty() || !IsPixelDepth() || nMode > 4 || nMode == 3)
+    return FALSE;
   if (m_infoHeader->biBitCount == 24 && nMode < 0) return FALSE;
   const CSize size = GetDimensions();
   if (rc.left < 0 || rc.top < 0 || rc.right > size.cx || rc.bottom > size.cy) return FALSE;

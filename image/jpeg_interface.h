@@ -14,17 +14,17 @@ namespace image {
 
 class JpegDecoder {
  public:
-  virtual int Reserved0() = 0;                                   // 0: not used
+  virtual int Reserved0() = 0;                                  // 0: not used
   virtual BOOL Open(int mode, const wchar_t* path) = 0;         // 1: mode 0 = read a file
-  virtual UINT GetSourceWidth() = 0;                             // 2
-  virtual UINT GetSourceHeight() = 0;                            // 3
+  virtual UINT GetSourceWidth() = 0;                            // 2
+  virtual UINT GetSourceHeight() = 0;                           // 3
   virtual BOOL Decode(int scaleDenominator, int reserved) = 0;  // 4: 1, 2, 4 or 8; reserved 0
-  virtual UINT GetWidth() = 0;                                   // 5: after Decode
-  virtual UINT GetHeight() = 0;                                  // 6: after Decode
-  virtual int Reserved7() = 0;                                   // 7: not used
-  virtual int Reserved8() = 0;                                   // 8: not used
-  virtual BYTE* DetachImage() = 0;                               // 9: the decoded rows
-  virtual void PrepareDetach() = 0;                              // 10: called once before slot 9
+  virtual UINT GetWidth() = 0;                                  // 5: after Decode
+  virtual UINT GetHeight() = 0;                                 // 6: after Decode
+  virtual int Reserved7() = 0;                                  // 7: not used
+  virtual int Reserved8() = 0;                                  // 8: not used
+  virtual BYTE* DetachImage() = 0;                              // 9: the decoded rows
+  virtual void PrepareDetach() = 0;                             // 10: called once before slot 9
 
  protected:
   ~JpegDecoder() = default;  // released through the destroy entry point only

@@ -9,10 +9,10 @@
 #include "liveview/frame_convert.h"
 #include "liveview/vcap.h"
 #include "platform/dc.h"
-#include "platform/message_table.h"
 #include "platform/device.h"
 #include "platform/faults.h"
 #include "platform/message_box.h"
+#include "platform/message_table.h"
 #include "platform/modules.h"
 #include "platform/paint_dc.h"
 
@@ -120,8 +120,10 @@ LRESULT CCaptureWnd::OnInitCapture(WPARAM, LPARAM) {
     disp.KeyColor2 = KeyColor2;
     disp.DispEnable = 1;
   }
-  if (!m_pVCap->SetCaptureDisplay(&m_DispParam[1])) MessageBox(TableText(platform::kMsgSetCapture), kErrorCaption, MB_OK);
-  if (!m_pVCap->StartCapture(&m_StartParam)) MessageBox(TableText(platform::kMsgStartCapture), kErrorCaption, MB_OK);
+  if (!m_pVCap->SetCaptureDisplay(&m_DispParam[1]))
+    MessageBox(TableText(platform::kMsgSetCapture), kErrorCaption, MB_OK);
+  if (!m_pVCap->StartCapture(&m_StartParam))
+    MessageBox(TableText(platform::kMsgStartCapture), kErrorCaption, MB_OK);
   InitProjection();
   if (m_nMode == 5) InitOffset();
   InvalidateRect(nullptr, TRUE);
@@ -235,7 +237,8 @@ void CCaptureWnd::GetCaptureDisplay(CDibEx& image) {
   const size_t pixels = size_t(std::max(width, 0)) * size_t(std::max(height, 0));
   if (m_DispBuf.size() < pixels) m_DispBuf.resize(pixels);
   std::fill(m_DispBuf.begin(), m_DispBuf.end(), WORD{0});
-  if (m_pVCap->GetCaptureData2(reinterpret_cast<BYTE*>(m_DispBuf.data()), width * height * 2, &rect, 1)) {
+  if (m_pVCap->GetCaptureData2(
+          reinterpret_cast<BYTE*>(m_DispBuf.data()), width * height * 2, &rect, 1)) {
     FrameToImage(m_DispBuf.data(), width, height, image);
   } else {
     AfxMessageBox(TableText(platform::kMsgRecordPicture));

@@ -29,11 +29,10 @@
 #include <vector>
 
 #include "camera/camera.h"
+#include "camera/vkr3za_calib.h"
 #include "corner/prc_corner.h"
 #include "geometry/wpk.h"
 #include "geometry/xyz.h"
-#include "platform/st_message.h"
-#include "camera/vkr3za_calib.h"
 #include "platform/afx_string.h"
 #include "platform/brush.h"
 #include "platform/capture_records.h"
@@ -42,6 +41,7 @@
 #include "platform/message_table.h"
 #include "platform/point.h"
 #include "platform/rect.h"
+#include "platform/st_message.h"
 #include "platform/types.h"
 #include "platform/wnd.h"
 #include "projection/projection_cap.h"
@@ -141,7 +141,8 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
               CWPK& ccdAngle,
               CXYZ& position,
               CWPK& angle);
-  int XYZtoScr(const double& X, const double& Y, const double& Z, double& sx, double& sy, int& visible);
+  int XYZtoScr(
+      const double& X, const double& Y, const double& Z, double& sx, double& sy, int& visible);
   void UpdateAngle(double V, double H);
   void UpdateOffsetAngle(double V, double H);
   void MakeMoveAng();
@@ -344,13 +345,13 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
   CKvoArray<CXYZ, CXYZ&> m_MeasPoints;  // distance and REM modes
   int m_nUserCCDOffsetX[2] = {0, 0};
   int m_nUserCCDOffsetY[2] = {0, 0};
-  POINT m_ptCorner = {0, 0};      // last corner found
+  POINT m_ptCorner = {0, 0};       // last corner found
   POINT m_ptCornerDrawn = {0, 0};  // where the corner cross was last drawn
   BYTE m_bCornerFound = 0;         // the last corner display drew a cross
   BYTE m_bCornerDrawn = 0;         // m_ptCornerDrawn holds a drawn cross
   double m_dCornerDV = 0.0;        // aiming differences to the drawn cross
   double m_dCornerDH = 0.0;
-  CPrcCorner m_PrcCorner;          // the corner finder
-  CString m_strStatus;             // status text (cleared by each exposure step)
-  CString m_strTitle;              // read-out title of the current mode
+  CPrcCorner m_PrcCorner;  // the corner finder
+  CString m_strStatus;     // status text (cleared by each exposure step)
+  CString m_strTitle;      // read-out title of the current mode
 };

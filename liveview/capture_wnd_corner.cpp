@@ -41,7 +41,8 @@ bool CCaptureWnd::GrabCornerPicture(CDibEx& image) {
   if (width <= 0 || height <= 0) return false;
   const size_t pixels = size_t(width) * size_t(height);
   if (m_DispBuf.size() < pixels) m_DispBuf.resize(pixels);
-  if (!m_pVCap->GetCaptureData2(reinterpret_cast<BYTE*>(m_DispBuf.data()), width * height * 2, &rect, 1)) {
+  if (!m_pVCap->GetCaptureData2(
+          reinterpret_cast<BYTE*>(m_DispBuf.data()), width * height * 2, &rect, 1)) {
     return false;
   }
   FrameToImage(m_DispBuf.data(), width, height, image);
@@ -53,7 +54,8 @@ int CCaptureWnd::SearchCorner() {
   m_bTimerLock = 1;
   CDibEx picture;
   double x = 0.0, y = 0.0;
-  const bool found = GrabCornerPicture(picture) && m_PrcCorner.FindCorner(picture, CPoint(m_ptTap), x, y);
+  const bool found =
+      GrabCornerPicture(picture) && m_PrcCorner.FindCorner(picture, CPoint(m_ptTap), x, y);
   m_bTimerLock = 0;
   if (!found) return 0;
   m_ptCorner.x = RoundToPixel(x);
@@ -71,7 +73,8 @@ void CCaptureWnd::DrawCorner(CDC* dc) {
 // cross where it was, so that pixel jitter of the live picture does not
 // shake it.
 void CCaptureWnd::DrawCornerCross(CDC* dc, POINT at) {
-  const bool steady = m_bHysteresisMode && m_bCornerDrawn && std::abs(at.x - m_ptCornerDrawn.x) <= kSteadyPixels &&
+  const bool steady = m_bHysteresisMode && m_bCornerDrawn &&
+                      std::abs(at.x - m_ptCornerDrawn.x) <= kSteadyPixels &&
                       std::abs(at.y - m_ptCornerDrawn.y) <= kSteadyPixels;
   if (steady) at = m_ptCornerDrawn;
   CPen pen(PS_SOLID, 0, kCornerColour);

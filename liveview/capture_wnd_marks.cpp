@@ -102,7 +102,8 @@ void CCaptureWnd::DrawRemPoint(CDC* dc) {
     const double hd = std::hypot(base.X - m_Mp.Y, base.Y - m_Mp.X);
     const double sin_v = std::sin(m_dCurV * kDegToRad);
     const bool sighted = std::fabs(sin_v) > 1e-9;
-    const double height = sighted ? m_Mp.Z + hd * std::cos(m_dCurV * kDegToRad) / sin_v - base.Z : 0.0;
+    const double height =
+        sighted ? m_Mp.Z + hd * std::cos(m_dCurV * kDegToRad) / sin_v - base.Z : 0.0;
     if (GetCurCamera() == kWideCamera) {
       m_Proj.BeginTrans(0);
       POINT at_base = {}, at_remote = {};
@@ -165,7 +166,10 @@ void CCaptureWnd::DrawCCDAttach(CDC* dc) {
     dc->Rectangle(cx - half_w, cy - half_h, cx + half_w + 1, cy + half_h + 1);
   }
   CString readout;
-  readout.Format(L"CCD ATTACH : %s X:%d Y:%d", camera == 0 ? L"TELE" : L"WIDE", m_nCenterX[camera], m_nCenterY[camera]);
+  readout.Format(L"CCD ATTACH : %s X:%d Y:%d",
+                 camera == 0 ? L"TELE" : L"WIDE",
+                 m_nCenterX[camera],
+                 m_nCenterY[camera]);
   Readout(dc, readout);
   if (old_brush) dc->SelectObject(static_cast<CBrush*>(old_brush));
   dc->SelectObject(old_pen);
@@ -190,7 +194,8 @@ void CCaptureWnd::DrawCursorUserCCDOffset(CDC* dc) {
     const COLORREF old_text = dc->GetTextColor();
     dc->SetBkMode(TRANSPARENT);
     CString readout;
-    readout.Format(L"USER OFFSET : X:%d Y:%d", m_nUserCCDOffsetX[camera], m_nUserCCDOffsetY[camera]);
+    readout.Format(
+        L"USER OFFSET : X:%d Y:%d", m_nUserCCDOffsetX[camera], m_nUserCCDOffsetY[camera]);
     Readout(dc, readout);
     dc->SetTextColor(old_text);
     dc->SetBkMode(OPAQUE);

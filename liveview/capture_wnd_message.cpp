@@ -34,7 +34,8 @@ const wchar_t* CopyLine(const uint16_t* units, size_t count) {
     }
   }
   std::wstring text = platform::Utf16ToWide(units, count);
-  if (text.size() >= 2 && text.front() == L'[' && text.back() == L']') text = text.substr(1, text.size() - 2);
+  if (text.size() >= 2 && text.front() == L'[' && text.back() == L']')
+    text = text.substr(1, text.size() - 2);
   auto* copy = new wchar_t[text.size() + 1];
   std::wmemcpy(copy, text.c_str(), text.size() + 1);
   return copy;

@@ -12,16 +12,24 @@
 
 namespace {
 
-enum Mode { kNone = 0, kOffset = 1, kCorner = 2, kDistance = 3, kRem = 4, kCcdAttach = 5, kUserCcd = 6 };
+enum Mode {
+  kNone = 0,
+  kOffset = 1,
+  kCorner = 2,
+  kDistance = 3,
+  kRem = 4,
+  kCcdAttach = 5,
+  kUserCcd = 6
+};
 
 constexpr UINT kKeyLeft = 37;
 constexpr UINT kKeyUp = 38;
 constexpr UINT kKeyRight = 39;
 constexpr UINT kKeyDown = 40;
-constexpr UINT kKeyTele = 49;        // "1"
-constexpr UINT kKeyWide = 50;        // "2"
-constexpr UINT kKeyExposure = 51;    // "3"
-constexpr UINT kKeyCursor = 57;      // "9"
+constexpr UINT kKeyTele = 49;      // "1"
+constexpr UINT kKeyWide = 50;      // "2"
+constexpr UINT kKeyExposure = 51;  // "3"
+constexpr UINT kKeyCursor = 57;    // "9"
 constexpr int kTeleCamera = 0;
 
 bool ShiftHeld() { return GetKeyState(VK_SHIFT) < 0; }
@@ -131,7 +139,8 @@ void CCaptureWnd::EndCCDAttachMode() {
 void CCaptureWnd::SetUserCCDMode() {
   m_nMode = kUserCcd;
   m_bUserCCDActive = 1;
-  for (int camera = 0; camera < 2; ++camera) m_nUserCCDOffsetX[camera] = m_nUserCCDOffsetY[camera] = 0;
+  for (int camera = 0; camera < 2; ++camera)
+    m_nUserCCDOffsetX[camera] = m_nUserCCDOffsetY[camera] = 0;
   if (GetSafeHwnd()) InvalidateRect(nullptr, TRUE);
 }
 
@@ -224,7 +233,8 @@ void CCaptureWnd::OnLButtonDown(UINT flags, CPoint point) {
         GetClientRect(&client);
         const int cx = client.Width() / 2;
         const int cy = client.Height() / 2;
-        if (cx - half <= point.x && point.x <= cx + half && cy - half <= point.y && point.y <= cy + half) {
+        if (cx - half <= point.x && point.x <= cx + half && cy - half <= point.y &&
+            point.y <= cy + half) {
           m_bTapOutside = 0;  // the corner display looks for a corner near it at the repaint
         } else {
           m_bTapped = 0;

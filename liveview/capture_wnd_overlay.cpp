@@ -8,14 +8,15 @@
 
 namespace {
 
-constexpr COLORREF kPointColour = 255;     // red
-constexpr COLORREF kNameColour = 65535;    // yellow
-constexpr COLORREF kMarkColour = 65280;    // green
-constexpr COLORREF kReadoutColour = 255;   // red
+constexpr COLORREF kPointColour = 255;    // red
+constexpr COLORREF kNameColour = 65535;   // yellow
+constexpr COLORREF kMarkColour = 65280;   // green
+constexpr COLORREF kReadoutColour = 255;  // red
 constexpr int kTeleCamera = 0;
 constexpr int kWideCamera = 1;
 // Asks the operator to switch to the telephoto camera.
-constexpr const wchar_t* kSwitchToTele = L"\u671B\u9060\u30AB\u30E1\u30E9\u306B\u5207\u308A\u66FF\u3048\u3066\u304F\u3060\u3055\u3044";
+constexpr const wchar_t* kSwitchToTele =
+    L"\u671B\u9060\u30AB\u30E1\u30E9\u306B\u5207\u308A\u66FF\u3048\u3066\u304F\u3060\u3055\u3044";
 
 void DrawCross(CDC* dc, int x, int y, int half) {
   dc->MoveTo(x - half, y);

@@ -70,7 +70,15 @@ void CCaptureWnd::CalExt(double X,
 void CCaptureWnd::SetMdlMatrix(double X, double Y, double Z, double V, double H) {
   CXYZ position;
   CWPK angle;
-  CalExt(X * kMmPerMetre, Y * kMmPerMetre, Z * kMmPerMetre, V, H, m_CcdOffset, m_CcdAngle, position, angle);
+  CalExt(X * kMmPerMetre,
+         Y * kMmPerMetre,
+         Z * kMmPerMetre,
+         V,
+         H,
+         m_CcdOffset,
+         m_CcdAngle,
+         position,
+         angle);
   m_Proj.InitMatrix(MATRIX_MODEL);
   m_Proj.Translate(-position.X, -position.Y, -position.Z);
   m_Proj.RotateZ(angle.kappa);
@@ -78,7 +86,8 @@ void CCaptureWnd::SetMdlMatrix(double X, double Y, double Z, double V, double H)
   m_Proj.RotateX(angle.omega);
 }
 
-int CCaptureWnd::XYZtoScr(const double& X, const double& Y, const double& Z, double& sx, double& sy, int& visible) {
+int CCaptureWnd::XYZtoScr(
+    const double& X, const double& Y, const double& Z, double& sx, double& sy, int& visible) {
   const double x_mm = X * kMmPerMetre;
   const double y_mm = Y * kMmPerMetre;
   const double z_mm = Z * kMmPerMetre;

@@ -46,7 +46,8 @@ int CCaptureWnd::GetSnapShot() { return m_bSnapShot; }
 
 BOOL CCaptureWnd::GetInitFolderName(wchar_t* buf) {
   HKEY key = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"\\SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &key) != ERROR_SUCCESS) {
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"\\SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &key) !=
+      ERROR_SUCCESS) {
     return FALSE;
   }
   DWORD type = 0;

@@ -6,9 +6,8 @@
 // in screen coordinates, both right/bottom inclusive. All double-to-int
 // conversions truncate toward zero.
 #include "liveview/capture_wnd.h"
-
-#include "liveview/vcap.h"
 #include "liveview/reticle.h"
+#include "liveview/vcap.h"
 #include "platform/dc.h"
 
 // The sensor rectangle shown and the screen rectangle it fills, so that the

@@ -72,14 +72,16 @@ __attribute__((target("ssse3"))) void ConvertRowSsse3(const WORD* src, int count
   for (; i + 16 <= count; i += 16) {
     __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
     __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i + 8));
-    __m128i first = _mm_packus_epi16(Expand5(_mm_srli_epi16(lo, 11)), Expand5(_mm_srli_epi16(hi, 11)));
+    __m128i first =
+        _mm_packus_epi16(Expand5(_mm_srli_epi16(lo, 11)), Expand5(_mm_srli_epi16(hi, 11)));
     __m128i second = _mm_packus_epi16(Expand6(_mm_and_si128(_mm_srli_epi16(lo, 5), mask6)),
                                       Expand6(_mm_and_si128(_mm_srli_epi16(hi, 5), mask6)));
-    __m128i third = _mm_packus_epi16(Expand5(_mm_and_si128(lo, mask5)), Expand5(_mm_and_si128(hi, mask5)));
+    __m128i third =
+        _mm_packus_epi16(Expand5(_mm_and_si128(lo, mask5)), Expand5(_mm_and_si128(hi, mask5)));
     for (int block = 0; block < 3; ++block) {
-      __m128i out = _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(first, m[block][0]),
-                                              _mm_shuffle_epi8(second, m[block][1])),
-                                 _mm_shuffle_epi8(third, m[block][2]));
+      __m128i out = _mm_or_si128(
+          _mm_or_si128(_mm_shuffle_epi8(first, m[block][0]), _mm_shuffle_epi8(second, m[block][1])),
+          _mm_shuffle_epi8(third, m[block][2]));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 3 * i + 16 * block), out);
     }
   }
@@ -102,18 +104,52 @@ __attribute__((target("avx2"))) void ConvertRowAvx2(const WORD* src, int count, 
   const __m256i scale5 = _mm256_set1_epi16(1053);
   const __m256i scale6 = _mm256_set1_epi16(8290);
   // Bytes 0-2, 4-6, 8-10, 12-14 of each lane to bytes 0-11.
-  const __m256i pack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1,  //
-                                        0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+  const __m256i pack = _mm256_setr_epi8(0,
+                                        1,
+                                        2,
+                                        4,
+                                        5,
+                                        6,
+                                        8,
+                                        9,
+                                        10,
+                                        12,
+                                        13,
+                                        14,
+                                        -1,
+                                        -1,
+                                        -1,
+                                        -1,  //
+                                        0,
+                                        1,
+                                        2,
+                                        4,
+                                        5,
+                                        6,
+                                        8,
+                                        9,
+                                        10,
+                                        12,
+                                        13,
+                                        14,
+                                        -1,
+                                        -1,
+                                        -1,
+                                        -1);
   int i = 0;
   for (; i + 18 <= count; i += 16) {
     const __m256i p = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(src + i));
-    const __m256i first = _mm256_srli_epi16(_mm256_mulhi_epu16(_mm256_and_si256(p, highMask), scale5), 2);
+    const __m256i first =
+        _mm256_srli_epi16(_mm256_mulhi_epu16(_mm256_and_si256(p, highMask), scale5), 2);
     const __m256i second = _mm256_mulhi_epu16(_mm256_and_si256(p, middleMask), scale6);
-    const __m256i third = _mm256_srli_epi16(_mm256_mullo_epi16(_mm256_and_si256(p, lowMask), scale5), 7);
+    const __m256i third =
+        _mm256_srli_epi16(_mm256_mullo_epi16(_mm256_and_si256(p, lowMask), scale5), 7);
     const __m256i firstTwo = _mm256_or_si256(first, _mm256_slli_epi16(second, 8));
     // Lane 0 holds pixels 0-7, lane 1 pixels 8-15.
-    const __m256i quadsA = _mm256_shuffle_epi8(_mm256_unpacklo_epi16(firstTwo, third), pack);  // 0-3 | 8-11
-    const __m256i quadsB = _mm256_shuffle_epi8(_mm256_unpackhi_epi16(firstTwo, third), pack);  // 4-7 | 12-15
+    const __m256i quadsA =
+        _mm256_shuffle_epi8(_mm256_unpacklo_epi16(firstTwo, third), pack);  // 0-3 | 8-11
+    const __m256i quadsB =
+        _mm256_shuffle_epi8(_mm256_unpackhi_epi16(firstTwo, third), pack);  // 4-7 | 12-15
     BYTE* out = dst + 3 * i;
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(quadsA));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 12), _mm256_castsi256_si128(quadsB));
@@ -167,7 +203,8 @@ RowFn BestRow() {
 
 }  // namespace
 
-void ConvertFrame565To24Portable(const WORD* pixels, int width, int height, BYTE* bits, int stride) {
+void ConvertFrame565To24Portable(
+    const WORD* pixels, int width, int height, BYTE* bits, int stride) {
   ConvertWith(ConvertRowScalar, pixels, width, height, bits, stride);
 }
 
@@ -176,7 +213,8 @@ void ConvertFrame565To24(const WORD* pixels, int width, int height, BYTE* bits, 
   ConvertWith(best, pixels, width, height, bits, stride);
 }
 
-bool ConvertFrame565To24Using(FrameConvertPath path, const WORD* pixels, int width, int height, BYTE* bits, int stride) {
+bool ConvertFrame565To24Using(
+    FrameConvertPath path, const WORD* pixels, int width, int height, BYTE* bits, int stride) {
   const RowFn row = RowFor(path);
   if (row == nullptr) return false;
   ConvertWith(row, pixels, width, height, bits, stride);

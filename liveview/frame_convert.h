@@ -19,14 +19,16 @@
 
 namespace liveview {
 
-SURVEYCAM_API void ConvertFrame565To24(const WORD* pixels, int width, int height, BYTE* bits, int stride);
+SURVEYCAM_API void ConvertFrame565To24(
+    const WORD* pixels, int width, int height, BYTE* bits, int stride);
 // The portable version alone (tests compare both; benchmarks time both).
-SURVEYCAM_API void ConvertFrame565To24Portable(const WORD* pixels, int width, int height, BYTE* bits, int stride);
+SURVEYCAM_API void ConvertFrame565To24Portable(
+    const WORD* pixels, int width, int height, BYTE* bits, int stride);
 
 // One code path by name, for tests and benchmarks; false (nothing written)
 // when this processor cannot run it.
 enum class FrameConvertPath { kPortable, kSsse3, kAvx2 };
-SURVEYCAM_API bool ConvertFrame565To24Using(FrameConvertPath path, const WORD* pixels, int width, int height, BYTE* bits,
-                                            int stride);
+SURVEYCAM_API bool ConvertFrame565To24Using(
+    FrameConvertPath path, const WORD* pixels, int width, int height, BYTE* bits, int stride);
 
 }  // namespace liveview

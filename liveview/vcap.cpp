@@ -18,7 +18,8 @@ CVCap::~CVCap() {
 }
 
 int CVCap::Open() {
-  m_hDevice = CreateFileW(L"CAP0:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  m_hDevice =
+      CreateFileW(L"CAP0:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   if (reinterpret_cast<uintptr_t>(m_hDevice) != 0) return 1;
   m_hDevice = nullptr;
   return 0;
@@ -32,25 +33,35 @@ int CVCap::Close() {
 }
 
 int CVCap::StartCapture(VCAP_START_PARAMETER* param) {
-  return DeviceIoControl(m_hDevice, IOCTL_VCAP_START_CAPTURE, param, 0, nullptr, 0, nullptr, nullptr);
+  return DeviceIoControl(
+      m_hDevice, IOCTL_VCAP_START_CAPTURE, param, 0, nullptr, 0, nullptr, nullptr);
 }
 
 int CVCap::StopCapture() {
-  return DeviceIoControl(m_hDevice, IOCTL_VCAP_STOP_CAPTURE, nullptr, 0, nullptr, 0, nullptr, nullptr);
+  return DeviceIoControl(
+      m_hDevice, IOCTL_VCAP_STOP_CAPTURE, nullptr, 0, nullptr, 0, nullptr, nullptr);
 }
 
 int CVCap::GetCaptureData(BYTE* buf, int size) {
-  return DeviceIoControl(m_hDevice, IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 0, buf, DWORD(size), nullptr, nullptr);
+  return DeviceIoControl(
+      m_hDevice, IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 0, buf, DWORD(size), nullptr, nullptr);
 }
 
 int CVCap::GetCaptureDataQVGA(BYTE* buf, int size) {
-  return DeviceIoControl(m_hDevice, IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 1, buf, DWORD(size), nullptr, nullptr);
+  return DeviceIoControl(
+      m_hDevice, IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 1, buf, DWORD(size), nullptr, nullptr);
 }
 
 int CVCap::ReadCaptureEvent(HANDLE* event) {
   // The driver writes a whole handle into the bytes-returned slot.
-  return DeviceIoControl(m_hDevice, IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0,
-                         reinterpret_cast<DWORD*>(event), nullptr);
+  return DeviceIoControl(m_hDevice,
+                         IOCTL_VCAP_READ_EVENT,
+                         nullptr,
+                         0,
+                         nullptr,
+                         0,
+                         reinterpret_cast<DWORD*>(event),
+                         nullptr);
 }
 
 int CVCap::SetCaptureDisplay(VCAP_DISP_PARAMETER* param) {
@@ -58,6 +69,6 @@ int CVCap::SetCaptureDisplay(VCAP_DISP_PARAMETER* param) {
 }
 
 int CVCap::GetCaptureData2(BYTE* buf, int size, RECT* rect, int n) {
-  return DeviceIoControl(m_hDevice, IOCTL_VCAP_GET_CAPTURE_RECT, rect, DWORD(n), buf, DWORD(size), nullptr,
-                         nullptr);
+  return DeviceIoControl(
+      m_hDevice, IOCTL_VCAP_GET_CAPTURE_RECT, rect, DWORD(n), buf, DWORD(size), nullptr, nullptr);
 }

@@ -62,9 +62,11 @@ bool FindBoardCentre(const BoardImage& image,
                      double reach,
                      double& x,
                      double& y) {
-  if (!image.light || image.width < 2 || image.height < 2 || !(half > 4.0) || !(reach >= 0.0)) return false;
+  if (!image.light || image.width < 2 || image.height < 2 || !(half > 4.0) || !(reach >= 0.0))
+    return false;
   const double outer = half + 2.0 * reach + 2.0;
-  if (guess_x - outer < 0 || guess_y - outer < 0 || guess_x + outer > image.width || guess_y + outer > image.height)
+  if (guess_x - outer < 0 || guess_y - outer < 0 || guess_x + outer > image.width ||
+      guess_y + outer > image.height)
     return false;
   double cx = guess_x, cy = guess_y;
   // Each stage searches a grid around the last centre; the window stays
@@ -75,8 +77,10 @@ bool FindBoardCentre(const BoardImage& image,
     const double radius = 0.92 * half - 1.0 - 2.0 * range;
     if (radius < 2.5) return false;
     std::vector<Pixel> pixels = Window(image, cx, cy, radius);
-    auto [lo, hi] = std::minmax_element(pixels.begin(), pixels.end(),
-                                        [](const Pixel& a, const Pixel& b) { return a.light < b.light; });
+    auto [lo, hi] =
+        std::minmax_element(pixels.begin(), pixels.end(), [](const Pixel& a, const Pixel& b) {
+          return a.light < b.light;
+        });
     if (!(hi->light - lo->light > 0.05 * hi->light)) return false;
     const int n = int(std::lround(range / step));
     double best = -1.0, bx = cx, by = cy;
@@ -93,8 +97,14 @@ bool FindBoardCentre(const BoardImage& image,
     cx = bx;
     cy = by;
     if (step == stages[2][1]) {
-      cx += Vertex(Mismatch(image, pixels, bx - step, by), best, Mismatch(image, pixels, bx + step, by), step);
-      cy += Vertex(Mismatch(image, pixels, bx, by - step), best, Mismatch(image, pixels, bx, by + step), step);
+      cx += Vertex(Mismatch(image, pixels, bx - step, by),
+                   best,
+                   Mismatch(image, pixels, bx + step, by),
+                   step);
+      cy += Vertex(Mismatch(image, pixels, bx, by - step),
+                   best,
+                   Mismatch(image, pixels, bx, by + step),
+                   step);
     }
   }
   x = cx;

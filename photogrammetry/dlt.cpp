@@ -13,8 +13,8 @@
 
 #include "camera/least_sq.h"
 #include "platform/safe_file.h"
-#include "platform/text_file.h"
 #include "platform/text.h"
+#include "platform/text_file.h"
 
 namespace {
 
@@ -107,7 +107,8 @@ bool SolveOnce(const std::vector<Pair>& pairs,
 // Takes normalised parameters back to raw units: P = Ti^-1 * P' * Tw, scaled
 // so that its last element is 1.
 bool Denormalise(const double ln[11], const Similarity& w, const Similarity& im, double out[11]) {
-  const double pn[3][4] = {{ln[0], ln[1], ln[2], ln[3]}, {ln[4], ln[5], ln[6], ln[7]}, {ln[8], ln[9], ln[10], 1.0}};
+  const double pn[3][4] = {
+      {ln[0], ln[1], ln[2], ln[3]}, {ln[4], ln[5], ln[6], ln[7]}, {ln[8], ln[9], ln[10], 1.0}};
   double pw[3][4];  // P' * Tw
   for (int r = 0; r < 3; ++r) {
     double shift = 0.0;
@@ -126,7 +127,8 @@ bool Denormalise(const double ln[11], const Similarity& w, const Similarity& im,
   double norm = std::fabs(p[2][0]) + std::fabs(p[2][1]) + std::fabs(p[2][2]);
   if (!(std::fabs(p[2][3]) > 1e-12 * norm)) return false;
   const double d = p[2][3];
-  const int order[11][2] = {{0, 0}, {0, 1}, {0, 2}, {0, 3}, {1, 0}, {1, 1}, {1, 2}, {1, 3}, {2, 0}, {2, 1}, {2, 2}};
+  const int order[11][2] = {
+      {0, 0}, {0, 1}, {0, 2}, {0, 3}, {1, 0}, {1, 1}, {1, 2}, {1, 3}, {2, 0}, {2, 1}, {2, 2}};
   for (int i = 0; i < 11; ++i) {
     out[i] = p[order[i][0]][order[i][1]] / d;
     if (!std::isfinite(out[i])) return false;
@@ -205,7 +207,8 @@ int CDLT::GetCentre(CXYZ& centre) const {
   const double a[3][3] = {{l[0], l[1], l[2]}, {l[4], l[5], l[6]}, {l[8], l[9], l[10]}};
   const double b[3] = {-l[3], -l[7], -1.0};
   auto det = [](const double m[3][3]) {
-    return m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+    return m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
+           m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
            m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
   };
   const double d = det(a);
@@ -250,7 +253,8 @@ int CDLT::Read(const wchar_t* path) {
 
 int CDLT::Parse(const char* text, int length) {
   if (!text || length < 0) return 0;
-  std::vector<std::string_view> lines = platform::SplitLines(std::string_view(text, size_t(length)));
+  std::vector<std::string_view> lines =
+      platform::SplitLines(std::string_view(text, size_t(length)));
   size_t at = 0;
   // Next line split at tabs, which must start with `key` and have `fields` fields.
   auto next = [&](const char* key, size_t fields, std::vector<std::string_view>& out) {
@@ -273,7 +277,8 @@ int CDLT::Parse(const char* text, int length) {
   if (!next("controls", 2, f) || !platform::ParseInt(f[1], 0, long(lines.size()), count)) return 0;
   for (long k = 0; k < count; ++k) {
     CXYZ v;
-    if (!next(nullptr, 3, f) || f[0].empty() || !platform::ParseNumber(f[1], v.X) || !platform::ParseNumber(f[2], v.Y))
+    if (!next(nullptr, 3, f) || f[0].empty() || !platform::ParseNumber(f[1], v.X) ||
+        !platform::ParseNumber(f[2], v.Y))
       return 0;
     v.Name = platform::Utf8ToWide(std::string(f[0])).c_str();
     result.m_Residuals.Add(v);

@@ -40,7 +40,8 @@ bool WellConditioned(CLeastSq& lsq) {
   double n[3][3];
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j) n[i][j] = lsq.GetNoeq(i, j);
-  double det = n[0][0] * (n[1][1] * n[2][2] - n[1][2] * n[2][1]) - n[0][1] * (n[1][0] * n[2][2] - n[1][2] * n[2][0]) +
+  double det = n[0][0] * (n[1][1] * n[2][2] - n[1][2] * n[2][1]) -
+               n[0][1] * (n[1][0] * n[2][2] - n[1][2] * n[2][0]) +
                n[0][2] * (n[1][0] * n[2][1] - n[1][1] * n[2][0]);
   double diagonal = n[0][0] * n[1][1] * n[2][2];
   return diagonal > 0.0 && det > 1e-10 * diagonal;
@@ -64,7 +65,8 @@ double CSpaceIntersection::GetIntersectionAngle(const CXYZ& point) const {
       const CXYZ& a = towards[i];
       const CXYZ& b = towards[j];
       const double dot = a.X * b.X + a.Y * b.Y + a.Z * b.Z;
-      const double cross = CXYZ(a.Y * b.Z - a.Z * b.Y, a.Z * b.X - a.X * b.Z, a.X * b.Y - a.Y * b.X).Len();
+      const double cross =
+          CXYZ(a.Y * b.Z - a.Z * b.Y, a.Z * b.X - a.X * b.Z, a.X * b.Y - a.Y * b.X).Len();
       // Rays from opposite sides fix the depth no better than parallel ones.
       widest = std::max(widest, std::atan2(cross, std::fabs(dot)) * 180.0 / 3.141592653589793);
     }
@@ -85,8 +87,9 @@ int CSpaceIntersection::Solve(CXYZ& point) {
       double d = have_start ? l[8] * at[0] + l[9] * at[1] + l[10] * at[2] + 1.0 : 1.0;
       if (!std::isfinite(d) || d == 0.0) return 0;
       const double w = 1.0 / (d * d);
-      const double rows[2][4] = {{l[0] - ray.x * l[8], l[1] - ray.x * l[9], l[2] - ray.x * l[10], ray.x - l[3]},
-                                 {l[4] - ray.y * l[8], l[5] - ray.y * l[9], l[6] - ray.y * l[10], ray.y - l[7]}};
+      const double rows[2][4] = {
+          {l[0] - ray.x * l[8], l[1] - ray.x * l[9], l[2] - ray.x * l[10], ray.x - l[3]},
+          {l[4] - ray.y * l[8], l[5] - ray.y * l[9], l[6] - ray.y * l[10], ray.y - l[7]}};
       for (const auto& row : rows) {
         // Observed value relative to the reduction point.
         double observed = row[3] - (row[0] * at[0] + row[1] * at[1] + row[2] * at[2]);

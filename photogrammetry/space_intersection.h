@@ -7,8 +7,8 @@
 //   (L5 - y L9) X + (L6 - y L10) Y + (L7 - y L11) Z = y - L8
 // solved by least squares (CLeastSq) and refined by reweighting each ray
 // with its denominator, so that the image residuals are minimised.
-#include "photogrammetry/dlt.h"
 #include "geometry/xyz.h"
+#include "photogrammetry/dlt.h"
 #include "platform/export.h"
 #include "platform/kvo_array.h"
 

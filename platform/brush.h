@@ -6,5 +6,7 @@
 class SURVEYCAM_API CBrush : public CGdiObject {
  public:
   CBrush() = default;
-  static CBrush* FromHandle(HBRUSH brush) { return static_cast<CBrush*>(CGdiObject::FromHandle(brush)); }
+  static CBrush* FromHandle(HBRUSH brush) {
+    return static_cast<CBrush*>(CGdiObject::FromHandle(brush));
+  }
 };

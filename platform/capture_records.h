@@ -48,12 +48,12 @@ static_assert(offsetof(VCAP_DISP_PARAMETER, DispEnable) == 48);
 // Control codes: device type 0x22, functions 0x71D..0x722, buffered, any access.
 constexpr DWORD CAPTURE_CTL_CODE(DWORD function) { return (0x22u << 16) | (function << 2); }
 
-constexpr DWORD IOCTL_VCAP_START_CAPTURE = 0x221C74;    // record pointer, input size 0
-constexpr DWORD IOCTL_VCAP_STOP_CAPTURE = 0x221C78;     // no buffers
-constexpr DWORD IOCTL_VCAP_GET_CAPTURE_DATA = 0x221C7C; // input size 0 full, 1 quarter
-constexpr DWORD IOCTL_VCAP_READ_EVENT = 0x221C80;       // event through bytes-returned slot
-constexpr DWORD IOCTL_VCAP_SET_DISPLAY = 0x221C84;      // record pointer, input size 0
-constexpr DWORD IOCTL_VCAP_GET_CAPTURE_RECT = 0x221C88; // RECT pointer, input size 1
+constexpr DWORD IOCTL_VCAP_START_CAPTURE = 0x221C74;     // record pointer, input size 0
+constexpr DWORD IOCTL_VCAP_STOP_CAPTURE = 0x221C78;      // no buffers
+constexpr DWORD IOCTL_VCAP_GET_CAPTURE_DATA = 0x221C7C;  // input size 0 full, 1 quarter
+constexpr DWORD IOCTL_VCAP_READ_EVENT = 0x221C80;        // event through bytes-returned slot
+constexpr DWORD IOCTL_VCAP_SET_DISPLAY = 0x221C84;       // record pointer, input size 0
+constexpr DWORD IOCTL_VCAP_GET_CAPTURE_RECT = 0x221C88;  // RECT pointer, input size 1
 
 static_assert(CAPTURE_CTL_CODE(0x71D) == IOCTL_VCAP_START_CAPTURE);
 static_assert(CAPTURE_CTL_CODE(0x71E) == IOCTL_VCAP_STOP_CAPTURE);

@@ -37,7 +37,8 @@ SYSTEMTIME FromMs(int64_t ms) {
 
 int64_t RealLocalMs() {
   auto now = std::chrono::system_clock::now();
-  int64_t ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
+  int64_t ms =
+      std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
   std::time_t secs = std::time_t(ms / 1000);
   std::tm local{};
   localtime_r(&secs, &local);

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <utility>
 #include <cwchar>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/font_renderer.h"
@@ -79,7 +79,9 @@ CDC::~CDC() {
   if (owned_) DeleteDC();
 }
 
-BOOL CDC::AttachFramebuffer(platform::Framebuffer* fb, const RECT& clientOnScreen, const RECT* clip) {
+BOOL CDC::AttachFramebuffer(platform::Framebuffer* fb,
+                            const RECT& clientOnScreen,
+                            const RECT* clip) {
   if (m_hDC || !fb) return FALSE;
   m_hDC = platform::CreateFramebufferDC(fb, clientOnScreen, clip);
   m_hAttribDC = m_hDC;
@@ -138,10 +140,12 @@ BOOL CDC::Rectangle(int left, int top, int right, int bottom) {
   if (top > bottom) std::swap(top, bottom);
   if (!PenDraws(m_hDC)) {
     // Without a pen the filled area is one pixel smaller on the right and bottom.
-    if (BrushPaints(m_hDC)) FillLogical(m_hDC, left, top, right - 1, bottom - 1, Px(m_hDC->brush->color));
+    if (BrushPaints(m_hDC))
+      FillLogical(m_hDC, left, top, right - 1, bottom - 1, Px(m_hDC->brush->color));
     return TRUE;
   }
-  if (BrushPaints(m_hDC)) FillLogical(m_hDC, left + 1, top + 1, right - 1, bottom - 1, Px(m_hDC->brush->color));
+  if (BrushPaints(m_hDC))
+    FillLogical(m_hDC, left + 1, top + 1, right - 1, bottom - 1, Px(m_hDC->brush->color));
   if (right - left < 1 || bottom - top < 1) return TRUE;
   Line(m_hDC, left, top, right - 1, top);
   Line(m_hDC, right - 1, top, right - 1, bottom - 1);
@@ -151,19 +155,25 @@ BOOL CDC::Rectangle(int left, int top, int right, int bottom) {
 }
 
 void CDC::FillSolidRect(const RECT* rect, COLORREF color) {
-  if (rect) FillSolidRect(rect->left, rect->top, rect->right - rect->left, rect->bottom - rect->top, color);
+  if (rect)
+    FillSolidRect(rect->left, rect->top, rect->right - rect->left, rect->bottom - rect->top, color);
 }
 
 void CDC::FillSolidRect(int x, int y, int cx, int cy, COLORREF color) {
   if (IsLiveDC(m_hDC)) FillLogical(m_hDC, x, y, x + cx, y + cy, Px(color));
 }
 
-BOOL CDC::PatBlt(int x, int y, int width, int height, DWORD rop) { return ::PatBlt(m_hDC, x, y, width, height, rop); }
+BOOL CDC::PatBlt(int x, int y, int width, int height, DWORD rop) {
+  return ::PatBlt(m_hDC, x, y, width, height, rop);
+}
 
 int CDC::GetClipBox(RECT* rect) const {
   if (!IsLiveDC(m_hDC) || !rect) return RGN_ERROR;
   const RECT& c = m_hDC->clip;
-  *rect = RECT{c.left - m_hDC->originX, c.top - m_hDC->originY, c.right - m_hDC->originX, c.bottom - m_hDC->originY};
+  *rect = RECT{c.left - m_hDC->originX,
+               c.top - m_hDC->originY,
+               c.right - m_hDC->originX,
+               c.bottom - m_hDC->originY};
   return (c.right > c.left && c.bottom > c.top) ? SIMPLEREGION : NULLREGION;
 }
 
@@ -183,7 +193,11 @@ BOOL CDC::TextOut(int x, int y, const wchar_t* text, int count) {
   auto& font = platform::FontRenderer::Instance();
   const int height = m_hDC->textHeight;
   if (m_hDC->bkMode == OPAQUE)
-    FillLogical(m_hDC, x, y, x + font.Measure(text, count, height), y + font.GetMetrics(height).lineHeight,
+    FillLogical(m_hDC,
+                x,
+                y,
+                x + font.Measure(text, count, height),
+                y + font.GetMetrics(height).lineHeight,
                 Px(m_hDC->bkColor));
   const uint32_t fg = Px(m_hDC->textColor);
   HDC dc = m_hDC;
@@ -217,11 +231,14 @@ int CDC::DrawText(const wchar_t* text, int count, RECT* rect, UINT format) {
     return total;
   }
   int y = rect->top;
-  if ((format & DT_SINGLELINE) && (format & DT_VCENTER)) y = rect->top + (rect->bottom - rect->top - lineHeight) / 2;
+  if ((format & DT_SINGLELINE) && (format & DT_VCENTER))
+    y = rect->top + (rect->bottom - rect->top - lineHeight) / 2;
   if ((format & DT_SINGLELINE) && (format & DT_BOTTOM)) y = rect->bottom - lineHeight;
   const RECT savedClip = m_hDC->clip;
   if (!(format & DT_NOCLIP)) {
-    RECT r{rect->left + m_hDC->originX, rect->top + m_hDC->originY, rect->right + m_hDC->originX,
+    RECT r{rect->left + m_hDC->originX,
+           rect->top + m_hDC->originY,
+           rect->right + m_hDC->originX,
            rect->bottom + m_hDC->originY};
     if (!ClipRect(m_hDC, r)) r = RECT{0, 0, 0, 0};
     m_hDC->clip = r;

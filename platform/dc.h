@@ -36,7 +36,9 @@ namespace platform {
 // A new HDC drawing on fb with logical (0, 0) at origin's top-left and clip
 // rectangle origin ∩ clip-in-logical-coordinates ∩ framebuffer. Release it
 // with DeleteDC. clipInLogical null: the whole of origin.
-SURVEYCAM_API HDC CreateFramebufferDC(Framebuffer* fb, const RECT& origin, const RECT* clipInLogical = nullptr);
+SURVEYCAM_API HDC CreateFramebufferDC(Framebuffer* fb,
+                                      const RECT& origin,
+                                      const RECT* clipInLogical = nullptr);
 }  // namespace platform
 
 class SURVEYCAM_API CDC {
@@ -50,7 +52,9 @@ class SURVEYCAM_API CDC {
   HDC m_hAttribDC = nullptr;
 
   // ---- Making and releasing ----
-  BOOL AttachFramebuffer(platform::Framebuffer* fb, const RECT& clientOnScreen, const RECT* clip = nullptr);
+  BOOL AttachFramebuffer(platform::Framebuffer* fb,
+                         const RECT& clientOnScreen,
+                         const RECT* clip = nullptr);
   BOOL Attach(HDC dc);  // not owned: Detach or destruction leaves it alive
   HDC Detach();
   BOOL DeleteDC();

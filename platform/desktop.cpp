@@ -28,7 +28,7 @@ struct Window {
   bool visible = false;
   bool invalid = false;
   bool erase = false;
-  RECT update{};     // client coordinates, valid while invalid
+  RECT update{};  // client coordinates, valid while invalid
   int paintsBegun = 0;
 };
 
@@ -152,8 +152,10 @@ void AddInvalid(Window& w, const RECT& clientRect, bool erase) {
   CRect area;
   if (!area.IntersectRect(clientRect, ClientRectOf(w))) return;
   if (w.invalid) {
-    w.update = RECT{std::min(w.update.left, area.left), std::min(w.update.top, area.top),
-                    std::max(w.update.right, area.right), std::max(w.update.bottom, area.bottom)};
+    w.update = RECT{std::min(w.update.left, area.left),
+                    std::min(w.update.top, area.top),
+                    std::max(w.update.right, area.right),
+                    std::max(w.update.bottom, area.bottom)};
   } else {
     w.update = area;
   }
@@ -203,7 +205,8 @@ void PaintOne(HWND hwnd, const std::vector<HWND>& order, size_t index) {
   Window* w = Find(hwnd);
   if (!w || !w->invalid || !ShownOnScreen(*w)) return;
   POINT o = OriginOf(*w);
-  RECT painted{w->update.left + o.x, w->update.top + o.y, w->update.right + o.x, w->update.bottom + o.y};
+  RECT painted{
+      w->update.left + o.x, w->update.top + o.y, w->update.right + o.x, w->update.bottom + o.y};
   const int begun = w->paintsBegun;
   SendMessageW(hwnd, WM_PAINT, 0, 0);
   w = Find(hwnd);
@@ -261,7 +264,8 @@ Timer* EarliestTimer() {
 }
 
 void PostTimer(Timer& t) {
-  D().queue.push_back(Posted{t.hwnd, WM_TIMER, WPARAM(t.id), LPARAM(reinterpret_cast<intptr_t>(t.proc))});
+  D().queue.push_back(
+      Posted{t.hwnd, WM_TIMER, WPARAM(t.id), LPARAM(reinterpret_cast<intptr_t>(t.proc))});
 }
 
 void ForgetWindow(HWND hwnd) {
@@ -563,7 +567,8 @@ UINT_PTR SetTimer(HWND hwnd, UINT_PTR id, UINT elapse, TIMERPROC proc) {
 
 BOOL KillTimer(HWND hwnd, UINT_PTR id) {
   auto& timers = platform::D().timers;
-  size_t removed = std::erase_if(timers, [&](const platform::Timer& t) { return t.hwnd == hwnd && t.id == id; });
+  size_t removed =
+      std::erase_if(timers, [&](const platform::Timer& t) { return t.hwnd == hwnd && t.id == id; });
   return removed ? TRUE : FALSE;
 }
 
@@ -572,4 +577,3 @@ SHORT GetKeyState(int virtualKey) {
   const size_t vk = size_t(virtualKey) & 0xFF;
   return SHORT((d.held[vk] ? 0x8000 : 0) | (d.toggled[vk] ? 1 : 0));
 }
-

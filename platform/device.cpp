@@ -151,7 +151,10 @@ BOOL DeviceIoControl(HANDLE device,
   return object->device().IoControl(code, inBuffer, inSize, outBuffer, outSize, bytesReturned);
 }
 
-HANDLE CreateEventW(void* /*security*/, BOOL manualReset, BOOL initialState, const wchar_t* /*name*/) {
+HANDLE CreateEventW(void* /*security*/,
+                    BOOL manualReset,
+                    BOOL initialState,
+                    const wchar_t* /*name*/) {
   return platform::NewHandle(std::make_shared<EventObject>(manualReset != 0, initialState != 0));
 }
 

@@ -83,7 +83,10 @@ SURVEYCAM_API BOOL DeviceIoControl(HANDLE device,
                                    void* overlapped);
 
 // Events: auto-reset unless manualReset; names are ignored (no sharing by name).
-SURVEYCAM_API HANDLE CreateEventW(void* security, BOOL manualReset, BOOL initialState, const wchar_t* name);
+SURVEYCAM_API HANDLE CreateEventW(void* security,
+                                  BOOL manualReset,
+                                  BOOL initialState,
+                                  const wchar_t* name);
 SURVEYCAM_API BOOL SetEvent(HANDLE event);
 // Waits in real milliseconds (INFINITE: no time-out); WAIT_FAILED for a handle
 // that is no event.

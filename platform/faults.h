@@ -22,7 +22,10 @@ struct Hit {
 // Fails the point after `skip` calls have passed, `count` times (-1: every
 // time). When `match` is not empty only calls whose subject (usually a path)
 // contains it are counted.
-SURVEYCAM_API void Arm(const std::string& point, int skip = 0, int count = 1, int code = 0,
+SURVEYCAM_API void Arm(const std::string& point,
+                       int skip = 0,
+                       int count = 1,
+                       int code = 0,
                        const std::string& match = "");
 SURVEYCAM_API void Disarm(const std::string& point);
 SURVEYCAM_API void DisarmAll();

@@ -55,7 +55,8 @@ struct FontRenderer::Impl {
       g.advance = int(slot->advance.x >> 6);
       g.coverage.resize(size_t(g.width) * size_t(g.rows));
       for (int y = 0; y < g.rows; ++y)
-        for (int x = 0; x < g.width; ++x) g.coverage[size_t(y) * g.width + x] = bm.buffer[y * bm.pitch + x];
+        for (int x = 0; x < g.width; ++x)
+          g.coverage[size_t(y) * g.width + x] = bm.buffer[y * bm.pitch + x];
     }
     return glyphs.emplace(key, std::move(g)).first->second;
   }

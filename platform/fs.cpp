@@ -71,7 +71,6 @@ std::string DeviceRoot() {
   return root;
 }
 
-
 std::string HostPath(const wchar_t* path) {
   if (!path) return {};
   std::string text = WideToUtf8(path);

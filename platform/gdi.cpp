@@ -138,7 +138,8 @@ void PutPixel(HDC dc, int x, int y, uint32_t rgb) {
       break;
     }
     case 16: {
-      const uint16_t v = uint16_t((((rgb >> 19) & 0x1F) << 10) | (((rgb >> 11) & 0x1F) << 5) | ((rgb >> 3) & 0x1F));
+      const uint16_t v = uint16_t((((rgb >> 19) & 0x1F) << 10) | (((rgb >> 11) & 0x1F) << 5) |
+                                  ((rgb >> 3) & 0x1F));
       std::memcpy(row + size_t(x) * 2, &v, 2);
       break;
     }
@@ -164,7 +165,8 @@ uint32_t GetPixel(HDC dc, int x, int y) {
     case 16: {
       uint16_t v;
       std::memcpy(&v, row + size_t(x) * 2, 2);
-      return (uint32_t((v >> 10) & 0x1F) << 19) | (uint32_t((v >> 5) & 0x1F) << 11) | (uint32_t(v & 0x1F) << 3);
+      return (uint32_t((v >> 10) & 0x1F) << 19) | (uint32_t((v >> 5) & 0x1F) << 11) |
+             (uint32_t(v & 0x1F) << 3);
     }
     case 8: {
       const uint8_t index = row[x];
@@ -217,11 +219,15 @@ HDC CreateFramebufferDC(Framebuffer* fb, const RECT& origin, const RECT* clipInL
   dc->fb = fb;
   dc->originX = origin.left;
   dc->originY = origin.top;
-  dc->clip = RECT{std::max(origin.left, 0), std::max(origin.top, 0), std::min(origin.right, fb->width),
+  dc->clip = RECT{std::max(origin.left, 0),
+                  std::max(origin.top, 0),
+                  std::min(origin.right, fb->width),
                   std::min(origin.bottom, fb->height)};
   if (clipInLogical) {
-    RECT extra{clipInLogical->left + origin.left, clipInLogical->top + origin.top,
-               clipInLogical->right + origin.left, clipInLogical->bottom + origin.top};
+    RECT extra{clipInLogical->left + origin.left,
+               clipInLogical->top + origin.top,
+               clipInLogical->right + origin.left,
+               clipInLogical->bottom + origin.top};
     ClipRect(dc, extra);
     dc->clip = extra;
   }
@@ -292,9 +298,15 @@ HGDIOBJ SelectObject(HDC dc, HGDIOBJ object) {
   if (!IsLiveDC(dc) || !IsLiveObject(object)) return nullptr;
   HGDIOBJ* slot = nullptr;
   switch (object->kind) {
-    case Kind::Pen: slot = &dc->pen; break;
-    case Kind::Brush: slot = &dc->brush; break;
-    case Kind::Palette: slot = &dc->palette; break;
+    case Kind::Pen:
+      slot = &dc->pen;
+      break;
+    case Kind::Brush:
+      slot = &dc->brush;
+      break;
+    case Kind::Palette:
+      slot = &dc->palette;
+      break;
     case Kind::Bitmap:
       if (!dc->memory) return nullptr;
       slot = &dc->bitmap;
@@ -337,26 +349,37 @@ int GetDeviceCaps(HDC dc, int index) {
     height = dc->bitmap->dib.height;
   }
   switch (index) {
-    case HORZRES: return width;
-    case VERTRES: return height;
-    case BITSPIXEL: return 32;
-    case PLANES: return 1;
-    case NUMCOLORS: return -1;
+    case HORZRES:
+      return width;
+    case VERTRES:
+      return height;
+    case BITSPIXEL:
+      return 32;
+    case PLANES:
+      return 1;
+    case NUMCOLORS:
+      return -1;
     case LOGPIXELSX:
-    case LOGPIXELSY: return 96;
-    case RASTERCAPS: return RC_BITBLT | RC_DI_BITMAP | RC_DIBTODEV | RC_STRETCHBLT | RC_STRETCHDIB;
-    default: return 0;  // SIZEPALETTE, NUMRESERVED, COLORRES: no palette device
+    case LOGPIXELSY:
+      return 96;
+    case RASTERCAPS:
+      return RC_BITBLT | RC_DI_BITMAP | RC_DIBTODEV | RC_STRETCHBLT | RC_STRETCHDIB;
+    default:
+      return 0;  // SIZEPALETTE, NUMRESERVED, COLORRES: no palette device
   }
 }
 
-HBITMAP CreateDIBSection(HDC, const BITMAPINFO* info, UINT, void** bits, HANDLE section, DWORD offset) {
+HBITMAP CreateDIBSection(
+    HDC, const BITMAPINFO* info, UINT, void** bits, HANDLE section, DWORD offset) {
   if (bits) *bits = nullptr;
   if (!info || section || offset) return nullptr;
   const BITMAPINFOHEADER& h = info->bmiHeader;
   const int bitCount = h.biBitCount;
-  if (h.biWidth <= 0 || h.biHeight == 0 || h.biWidth > 65535 || h.biHeight > 65535 || h.biHeight < -65535)
+  if (h.biWidth <= 0 || h.biHeight == 0 || h.biWidth > 65535 || h.biHeight > 65535 ||
+      h.biHeight < -65535)
     return nullptr;
-  if (bitCount != 1 && bitCount != 4 && bitCount != 8 && bitCount != 16 && bitCount != 24 && bitCount != 32)
+  if (bitCount != 1 && bitCount != 4 && bitCount != 8 && bitCount != 16 && bitCount != 24 &&
+      bitCount != 32)
     return nullptr;
   if (h.biCompression != BI_RGB) return nullptr;
   const int height = h.biHeight < 0 ? -h.biHeight : h.biHeight;
@@ -369,7 +392,9 @@ HBITMAP CreateDIBSection(HDC, const BITMAPINFO* info, UINT, void** bits, HANDLE 
   dib.height = height;
   dib.topDown = h.biHeight < 0;
   dib.stride = int(stride);
-  size_t colors = bitCount <= 8 ? (h.biClrUsed ? std::min<size_t>(h.biClrUsed, 256) : size_t(1) << bitCount) : 0;
+  size_t colors = bitCount <= 8
+                      ? (h.biClrUsed ? std::min<size_t>(h.biClrUsed, 256) : size_t(1) << bitCount)
+                      : 0;
   dib.colors.assign(info->bmiColors, info->bmiColors + colors);
   dib.bits.reset(new (std::nothrow) uint8_t[size_t(stride) * size_t(height)]());
   if (!dib.bits) {

@@ -83,7 +83,10 @@ SURVEYCAM_API HPEN CreatePen(int style, int width, COLORREF color);
 SURVEYCAM_API HBRUSH CreateSolidBrush(COLORREF color);
 SURVEYCAM_API HPALETTE CreatePalette(const LOGPALETTE* palette);
 // Entries of a palette object; the number copied (0 when none or not a palette).
-SURVEYCAM_API UINT GetPaletteEntries(HPALETTE palette, UINT start, UINT count, PALETTEENTRY* entries);
+SURVEYCAM_API UINT GetPaletteEntries(HPALETTE palette,
+                                     UINT start,
+                                     UINT count,
+                                     PALETTEENTRY* entries);
 
 // ---- Device contexts ----
 SURVEYCAM_API BOOL DeleteDC(HDC dc);
@@ -100,12 +103,8 @@ SURVEYCAM_API int GetDeviceCaps(HDC dc, int index);
 // Allocates the pixel rows of a DIB described by info (fault point "alloc");
 // *bits receives them. The section and offset arguments are not supported
 // (file-backed sections): they must be null and 0.
-SURVEYCAM_API HBITMAP CreateDIBSection(HDC dc,
-                                       const BITMAPINFO* info,
-                                       UINT usage,
-                                       void** bits,
-                                       HANDLE section,
-                                       DWORD offset);
+SURVEYCAM_API HBITMAP CreateDIBSection(
+    HDC dc, const BITMAPINFO* info, UINT usage, void** bits, HANDLE section, DWORD offset);
 // Stretches a source rectangle of a packed DIB (1, 4, 8, 16, 24 or 32 bits,
 // BI_RGB) onto the destination rectangle. Bottom-up DIBs (positive height)
 // count ySrc from their bottom row, top-down DIBs from the top, as GDI does.

@@ -41,8 +41,8 @@ struct HGDIOBJ__ {
   int width = 1;
   std::vector<PALETTEENTRY> entries;
   platform::gdi::Dib dib;
-  CGdiObject* owner = nullptr;                // the wrapper that deletes it
-  std::unique_ptr<CGdiObject> permanent;      // wrapper made by FromHandle
+  CGdiObject* owner = nullptr;            // the wrapper that deletes it
+  std::unique_ptr<CGdiObject> permanent;  // wrapper made by FromHandle
 };
 
 struct HDC__ {

@@ -41,10 +41,18 @@ CGdiObject* CGdiObject::FromHandle(HGDIOBJ object) {
   if (!object->permanent) {
     std::unique_ptr<CGdiObject> wrapper;
     switch (object->kind) {
-      case Kind::Pen: wrapper = std::make_unique<CPen>(); break;
-      case Kind::Brush: wrapper = std::make_unique<CBrush>(); break;
-      case Kind::Palette: wrapper = std::make_unique<CPalette>(); break;
-      case Kind::Bitmap: wrapper = std::make_unique<CBitmap>(); break;
+      case Kind::Pen:
+        wrapper = std::make_unique<CPen>();
+        break;
+      case Kind::Brush:
+        wrapper = std::make_unique<CBrush>();
+        break;
+      case Kind::Palette:
+        wrapper = std::make_unique<CPalette>();
+        break;
+      case Kind::Bitmap:
+        wrapper = std::make_unique<CBitmap>();
+        break;
     }
     wrapper->m_hObject = object;  // not the owner: it never deletes the handle
     object->permanent = std::move(wrapper);
@@ -52,4 +60,6 @@ CGdiObject* CGdiObject::FromHandle(HGDIOBJ object) {
   return object->permanent.get();
 }
 
-BOOL CPen::CreatePen(int style, int width, COLORREF color) { return Attach(::CreatePen(style, width, color)); }
+BOOL CPen::CreatePen(int style, int width, COLORREF color) {
+  return Attach(::CreatePen(style, width, color));
+}

@@ -15,14 +15,14 @@ SURVEYCAM_API long LiveHeapBlocks();
 
 // Class-specific allocation through dlmalloc/dlfree, for value classes whose
 // objects may be created by the library and destroyed by the host.
-#define SURVEYCAM_DLMALLOC_OPERATORS                                               \
-  static void* operator new(size_t size) { return ::platform::DlNew(size); }       \
-  static void* operator new[](size_t size) { return ::platform::DlNew(size); }     \
-  static void operator delete(void* p) { dlfree(p); }                              \
-  static void operator delete[](void* p) { dlfree(p); }                            \
-  static void* operator new(size_t, void* where) { return where; }                 \
-  static void* operator new[](size_t, void* where) { return where; }               \
-  static void operator delete(void*, void*) {}                                     \
+#define SURVEYCAM_DLMALLOC_OPERATORS                                           \
+  static void* operator new(size_t size) { return ::platform::DlNew(size); }   \
+  static void* operator new[](size_t size) { return ::platform::DlNew(size); } \
+  static void operator delete(void* p) { dlfree(p); }                          \
+  static void operator delete[](void* p) { dlfree(p); }                        \
+  static void* operator new(size_t, void* where) { return where; }             \
+  static void* operator new[](size_t, void* where) { return where; }           \
+  static void operator delete(void*, void*) {}                                 \
   static void operator delete[](void*, void*) {}
 
 namespace platform {

@@ -16,7 +16,8 @@ class CKvoStringT {
 
   CKvoStringT() = default;
   CKvoStringT(const T* text) : s_(text ? text : Str()) {}
-  CKvoStringT(const T* text, int length) : s_(text ? Str(text, size_t(std::max(length, 0))) : Str()) {}
+  CKvoStringT(const T* text, int length)
+      : s_(text ? Str(text, size_t(std::max(length, 0))) : Str()) {}
   CKvoStringT(T ch, int repeat = 1) : s_(size_t(std::max(repeat, 0)), ch) {}
   CKvoStringT(const Str& text) : s_(text) {}
   CKvoStringT(Str&& text) : s_(std::move(text)) {}
@@ -45,9 +46,15 @@ class CKvoStringT {
     if (text) s_ += text;
     return *this;
   }
-  friend CKvoStringT operator+(const CKvoStringT& a, const CKvoStringT& b) { return CKvoStringT(a.s_ + b.s_); }
-  friend CKvoStringT operator+(const CKvoStringT& a, const T* b) { return CKvoStringT(a.s_ + (b ? b : Str())); }
-  friend CKvoStringT operator+(const T* a, const CKvoStringT& b) { return CKvoStringT((a ? Str(a) : Str()) + b.s_); }
+  friend CKvoStringT operator+(const CKvoStringT& a, const CKvoStringT& b) {
+    return CKvoStringT(a.s_ + b.s_);
+  }
+  friend CKvoStringT operator+(const CKvoStringT& a, const T* b) {
+    return CKvoStringT(a.s_ + (b ? b : Str()));
+  }
+  friend CKvoStringT operator+(const T* a, const CKvoStringT& b) {
+    return CKvoStringT((a ? Str(a) : Str()) + b.s_);
+  }
 
   int Compare(const T* other) const { return s_.compare(other ? other : Str()); }
   friend bool operator==(const CKvoStringT& a, const CKvoStringT& b) { return a.s_ == b.s_; }
@@ -97,7 +104,9 @@ class CKvoStringT {
   }
 
  private:
-  static bool IsSpace(T c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f'; }
+  static bool IsSpace(T c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
+  }
   static int ToIndex(size_t pos) { return pos == Str::npos ? -1 : int(pos); }
   int Clamp(int n) const { return std::min(std::max(n, 0), GetLength()); }
 

@@ -12,7 +12,9 @@ std::mutex g_mutex;
 MessageBoxHandler g_handler;
 
 int DefaultHandler(const MessageBoxCall& call) {
-  std::fprintf(stderr, "[message box] %s: %s\n", WideToUtf8(call.caption).c_str(),
+  std::fprintf(stderr,
+               "[message box] %s: %s\n",
+               WideToUtf8(call.caption).c_str(),
                WideToUtf8(call.text).c_str());
   return (call.type & 0x0F) == MB_YESNO ? IDYES : IDOK;
 }

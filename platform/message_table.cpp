@@ -41,9 +41,13 @@ MessageSource& Source() {
 
 }  // namespace
 
-const wchar_t* EnglishMessage(int index) { return index >= 0 && index < kMessageCount ? kEnglish[index] : L""; }
+const wchar_t* EnglishMessage(int index) {
+  return index >= 0 && index < kMessageCount ? kEnglish[index] : L"";
+}
 
-MessageSource SetMessageSource(MessageSource source) { return std::exchange(Source(), std::move(source)); }
+MessageSource SetMessageSource(MessageSource source) {
+  return std::exchange(Source(), std::move(source));
+}
 
 const wchar_t* MessageText(int index) {
   const MessageSource& source = Source();

@@ -22,7 +22,8 @@ enum MessageIndex : int {
   kMsgCaptureCreation,  // "A capture creation mistake was made. E-506"
   kMsgFileOpen,         // "File Open Error. E-507"
   kMsgInvalidFile,      // "Invalid File. E-508"
-  kMsgInvalidPoints,    // "The unjust value is set as one of a machine point and the back viewpoints. E-509"
+  kMsgInvalidPoints,  // "The unjust value is set as one of a machine point and the back viewpoints.
+                      // E-509"
   kMsgCameraFileRead,   // "Reading of a camera setting file went wrong. E-511"
   kMsgFileWrite,        // "File Write Error. E-512"
   kMsgInvalidBitmap,    // "Invalid bitmap file. E-513"

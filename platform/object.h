@@ -38,9 +38,9 @@ class SURVEYCAM_API CObject {
 
 #define RUNTIME_CLASS(name) (&name::class##name)
 
-#define DECLARE_DYNAMIC(name)                             \
- public:                                                  \
-  static const CRuntimeClass class##name;                 \
+#define DECLARE_DYNAMIC(name)             \
+ public:                                  \
+  static const CRuntimeClass class##name; \
   const CRuntimeClass* GetRuntimeClass() const override;
 
 #define DECLARE_DYNCREATE(name) \
@@ -49,16 +49,16 @@ class SURVEYCAM_API CObject {
 
 #define DECLARE_SERIAL(name) DECLARE_DYNCREATE(name)
 
-#define SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, schema, create)                     \
-  const CRuntimeClass name::class##name = {#name, int(sizeof(name)), schema, create,     \
-                                           RUNTIME_CLASS(base)};                         \
+#define SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, schema, create)  \
+  const CRuntimeClass name::class##name = {                           \
+      #name, int(sizeof(name)), schema, create, RUNTIME_CLASS(base)}; \
   const CRuntimeClass* name::GetRuntimeClass() const { return RUNTIME_CLASS(name); }
 
 #define IMPLEMENT_DYNAMIC(name, base) SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, 0xFFFF, nullptr)
 
 // NOLINTBEGIN(bugprone-macro-parentheses): `name` is a class name, which
 // cannot be parenthesised after `new`.
-#define IMPLEMENT_SERIAL(name, base, schema)                        \
-  CObject* name::CreateObject() { return new name; }                \
+#define IMPLEMENT_SERIAL(name, base, schema)         \
+  CObject* name::CreateObject() { return new name; } \
   SURVEYCAM_IMPLEMENT_RUNTIMECLASS(name, base, schema, name::CreateObject)
 // NOLINTEND(bugprone-macro-parentheses)

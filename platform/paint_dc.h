@@ -27,7 +27,7 @@ namespace platform {
 struct PaintTarget {
   Framebuffer* framebuffer = nullptr;
   RECT clientOnScreen{0, 0, 0, 0};  // the window's client area on the framebuffer
-  RECT paint{0, 0, 0, 0};           // update rectangle in client coordinates; all zero: whole client
+  RECT paint{0, 0, 0, 0};  // update rectangle in client coordinates; all zero: whole client
   bool erase = false;
   std::function<void()> endPaint;  // called once when the paint DC is destroyed
 };

@@ -20,7 +20,8 @@ inline CString JoinPath(const CString& folder, const wchar_t* name) {
 
 inline CString TrimSeparator(const wchar_t* path) {
   CString text = path ? path : L"";
-  while (text.GetLength() > 1 && text[text.GetLength() - 1] == L'\\') text = text.Left(text.GetLength() - 1);
+  while (text.GetLength() > 1 && text[text.GetLength() - 1] == L'\\')
+    text = text.Left(text.GetLength() - 1);
   return text;
 }
 
@@ -58,13 +59,16 @@ struct FolderEntry {
 // Whether a search handle stands for a search that failed, as opposed to
 // one that matched nothing.
 inline bool SearchFailed(HANDLE find) {
-  return (find == INVALID_HANDLE_VALUE || find == nullptr) && GetLastError() != ERROR_FILE_NOT_FOUND;
+  return (find == INVALID_HANDLE_VALUE || find == nullptr) &&
+         GetLastError() != ERROR_FILE_NOT_FOUND;
 }
 
 // Adds the entries of `folder` that match `pattern` ("." and ".." left out)
 // to `entries`. False when the folder cannot be searched: a tree walked with
 // a folder left out would pass for complete.
-inline bool ListFolder(const CString& folder, const wchar_t* pattern, std::vector<FolderEntry>& entries) {
+inline bool ListFolder(const CString& folder,
+                       const wchar_t* pattern,
+                       std::vector<FolderEntry>& entries) {
   WIN32_FIND_DATAW found{};
   HANDLE find = FindFirstFileW(JoinPath(folder, pattern), &found);
   if (SearchFailed(find)) return false;

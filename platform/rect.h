@@ -12,7 +12,8 @@ class CRect : public RECT {
   CRect() : RECT{0, 0, 0, 0} {}
   CRect(int l, int t, int r, int b) : RECT{l, t, r, b} {}
   CRect(const RECT& r) : RECT(r) {}
-  CRect(POINT topLeft, SIZE size) : RECT{topLeft.x, topLeft.y, topLeft.x + size.cx, topLeft.y + size.cy} {}
+  CRect(POINT topLeft, SIZE size)
+      : RECT{topLeft.x, topLeft.y, topLeft.x + size.cx, topLeft.y + size.cy} {}
 
   int Width() const { return right - left; }
   int Height() const { return bottom - top; }
@@ -27,7 +28,9 @@ class CRect : public RECT {
   void SetRectEmpty() { SetRect(0, 0, 0, 0); }
   // Intersection; an empty result is set to all zeros and returns false.
   bool IntersectRect(const RECT& a, const RECT& b) {
-    SetRect(std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
+    SetRect(std::max(a.left, b.left),
+            std::max(a.top, b.top),
+            std::min(a.right, b.right),
             std::min(a.bottom, b.bottom));
     if (IsRectEmpty()) {
       SetRectEmpty();

@@ -27,15 +27,21 @@ std::wstring Upper(std::wstring text) {
 
 std::string_view TrimView(std::string_view s) {
   while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) s.remove_suffix(1);
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r'))
+    s.remove_suffix(1);
   return s;
 }
 
 std::optional<std::wstring> RootToken(const std::wstring& token) {
   static const std::pair<const wchar_t*, const wchar_t*> kRoots[] = {
-      {L"HKLM", L"HKLM"}, {L"HKEY_LOCAL_MACHINE", L"HKLM"}, {L"HKCU", L"HKCU"},
-      {L"HKEY_CURRENT_USER", L"HKCU"}, {L"HKCR", L"HKCR"}, {L"HKEY_CLASSES_ROOT", L"HKCR"},
-      {L"HKU", L"HKU"}, {L"HKEY_USERS", L"HKU"}};
+      {L"HKLM", L"HKLM"},
+      {L"HKEY_LOCAL_MACHINE", L"HKLM"},
+      {L"HKCU", L"HKCU"},
+      {L"HKEY_CURRENT_USER", L"HKCU"},
+      {L"HKCR", L"HKCR"},
+      {L"HKEY_CLASSES_ROOT", L"HKCR"},
+      {L"HKU", L"HKU"},
+      {L"HKEY_USERS", L"HKU"}};
   std::wstring upper = Upper(token);
   for (const auto& [name, canonical] : kRoots)
     if (upper == name) return std::wstring(canonical);
@@ -84,7 +90,8 @@ bool ParseValue(std::string_view line, std::wstring* name, Value* value) {
   } else {
     if (line.empty() || line[0] != '"') return false;
     size_t close = line.find('"', 1);
-    if (close == std::string_view::npos || close + 1 >= line.size() || line[close + 1] != '=') return false;
+    if (close == std::string_view::npos || close + 1 >= line.size() || line[close + 1] != '=')
+      return false;
     *name = Utf8ToWide(std::string(line.substr(1, close - 1)));
     rest = line.substr(close + 2);
   }
@@ -98,8 +105,10 @@ bool ParseValue(std::string_view line, std::wstring* name, Value* value) {
   if (digits.empty() || digits.size() > 8) return false;
   DWORD number = 0;
   for (char c : digits) {
-    int d = (c >= '0' && c <= '9') ? c - '0' : (c >= 'a' && c <= 'f') ? c - 'a' + 10
-          : (c >= 'A' && c <= 'F') ? c - 'A' + 10 : -1;
+    int d = (c >= '0' && c <= '9')   ? c - '0'
+            : (c >= 'a' && c <= 'f') ? c - 'a' + 10
+            : (c >= 'A' && c <= 'F') ? c - 'A' + 10
+                                     : -1;
     if (d < 0) return false;
     number = (number << 4) | DWORD(d);
   }
@@ -124,7 +133,8 @@ Store LoadStore() {
 
 bool SaveStore(const Store& store) {
   std::error_code ec;
-  std::filesystem::create_directories(std::filesystem::path(fs::HostPath(StorePath())).parent_path(), ec);
+  std::filesystem::create_directories(
+      std::filesystem::path(fs::HostPath(StorePath())).parent_path(), ec);
   // Replaced through a temporary file: a failure part-way keeps every key.
   const std::string text = FormatStore(store);
   return SafeFile::WriteAll(StorePath(), text.data(), text.size()) != FALSE;
@@ -166,7 +176,8 @@ Store ParseStore(std::string_view text) {
     }
     std::wstring name;
     Value value;
-    if (section && ParseValue(line, &name, &value)) store.keys[*section][Upper(name)] = {name, value};
+    if (section && ParseValue(line, &name, &value))
+      store.keys[*section][Upper(name)] = {name, value};
   }
   return store;
 }
@@ -215,11 +226,16 @@ namespace {
 std::optional<std::wstring> KeyPath(HKEY key) {
   auto id = reinterpret_cast<uintptr_t>(key);
   switch (id) {
-    case 0x80000000: return L"HKCR";
-    case 0x80000001: return L"HKCU";
-    case 0x80000002: return L"HKLM";
-    case 0x80000003: return L"HKU";
-    default: break;
+    case 0x80000000:
+      return L"HKCR";
+    case 0x80000001:
+      return L"HKCU";
+    case 0x80000002:
+      return L"HKLM";
+    case 0x80000003:
+      return L"HKU";
+    default:
+      break;
   }
   std::lock_guard lock(g_mutex);
   auto it = OpenTable().find(id);
@@ -234,7 +250,9 @@ bool KeyExists(const Store& store, const std::wstring& path) {
   return it->first == path || it->first.rfind(path + L"\\", 0) == 0;
 }
 
-LONG FaultCode(const fault::Hit& hit) { return hit.code != 0 ? LONG(hit.code) : LONG(ERROR_ACCESS_DENIED); }
+LONG FaultCode(const fault::Hit& hit) {
+  return hit.code != 0 ? LONG(hit.code) : LONG(ERROR_ACCESS_DENIED);
+}
 
 LONG CopyValue(const Value& value, DWORD* type, BYTE* data, DWORD* dataSize) {
   std::wstring text;
@@ -271,7 +289,8 @@ LONG CopyValue(const Value& value, DWORD* type, BYTE* data, DWORD* dataSize) {
 
 using namespace platform::registry;
 
-LONG RegOpenKeyExW(HKEY root, const wchar_t* subKey, DWORD /*options*/, REGSAM /*access*/, HKEY* result) {
+LONG RegOpenKeyExW(
+    HKEY root, const wchar_t* subKey, DWORD /*options*/, REGSAM /*access*/, HKEY* result) {
   if (result == nullptr) return LONG(ERROR_INVALID_PARAMETER);
   auto base = KeyPath(root);
   if (!base) return LONG(ERROR_INVALID_HANDLE);
@@ -293,7 +312,8 @@ LONG RegOpenKeyExW(HKEY root, const wchar_t* subKey, DWORD /*options*/, REGSAM /
   return ERROR_SUCCESS;
 }
 
-LONG RegQueryValueExW(HKEY key, const wchar_t* name, DWORD* /*reserved*/, DWORD* type, BYTE* data, DWORD* dataSize) {
+LONG RegQueryValueExW(
+    HKEY key, const wchar_t* name, DWORD* /*reserved*/, DWORD* type, BYTE* data, DWORD* dataSize) {
   auto path = KeyPath(key);
   if (!path) return LONG(ERROR_INVALID_HANDLE);
   auto hit = platform::fault::Check("registry.query", platform::WideToUtf8(*path));

@@ -61,7 +61,9 @@ SURVEYCAM_API const wchar_t* StorePath();
 // Sets a value in the store file, creating the key. `key` includes its root,
 // e.g. L"HKLM\\SYSTEM\\QZ7mInit\\Memory". False when the file cannot be
 // written or the root is unknown.
-SURVEYCAM_API bool SetString(const std::wstring& key, const std::wstring& name, const std::wstring& value);
+SURVEYCAM_API bool SetString(const std::wstring& key,
+                             const std::wstring& name,
+                             const std::wstring& value);
 // Keys opened and not yet closed (leak checks).
 SURVEYCAM_API long OpenKeys();
 
@@ -73,14 +75,11 @@ constexpr DWORD kCharBytes = 2;
 
 }  // namespace platform::registry
 
-SURVEYCAM_API LONG RegOpenKeyExW(HKEY root, const wchar_t* subKey, DWORD options, REGSAM access, HKEY* result);
+SURVEYCAM_API LONG
+RegOpenKeyExW(HKEY root, const wchar_t* subKey, DWORD options, REGSAM access, HKEY* result);
 // Strings come back as wchar_t text with its terminator; sizes are in bytes,
 // counted kCharBytes a UTF-16 unit for strings (a 256-byte size holds 127
 // characters and the terminator, as on the device).
-SURVEYCAM_API LONG RegQueryValueExW(HKEY key,
-                                    const wchar_t* name,
-                                    DWORD* reserved,
-                                    DWORD* type,
-                                    BYTE* data,
-                                    DWORD* dataSize);
+SURVEYCAM_API LONG RegQueryValueExW(
+    HKEY key, const wchar_t* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* dataSize);
 SURVEYCAM_API LONG RegCloseKey(HKEY key);

@@ -34,7 +34,8 @@ int TargetRefusal(const std::string& host) {
 void SyncFolder(const std::string& host) {
   if (!g_durable) return;
   const size_t slash = host.find_last_of('/');
-  const std::string folder = slash == std::string::npos ? "." : host.substr(0, std::max<size_t>(slash, 1));
+  const std::string folder =
+      slash == std::string::npos ? "." : host.substr(0, std::max<size_t>(slash, 1));
   const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return;
   ::fsync(fd);
@@ -45,7 +46,9 @@ void SyncFolder(const std::string& host) {
 
 SafeFile::~SafeFile() { Discard(); }
 
-std::wstring SafeFile::TempPath(const wchar_t* path) { return std::wstring(path ? path : L"") + L".tmp~"; }
+std::wstring SafeFile::TempPath(const wchar_t* path) {
+  return std::wstring(path ? path : L"") + L".tmp~";
+}
 
 BOOL SafeFile::Open(const wchar_t* path, UINT flags, CFileException* error) {
   Discard();
@@ -75,7 +78,8 @@ BOOL SafeFile::Write(const void* buffer, UINT count) {
 BOOL SafeFile::Commit() {
   if (!IsOpen()) return FALSE;
   if (target_.empty()) {
-    const BOOL flushed = !failed_ && !fault::Check("file.flush", fs::HostPath(GetFilePath())).fail && Sync();
+    const BOOL flushed =
+        !failed_ && !fault::Check("file.flush", fs::HostPath(GetFilePath())).fail && Sync();
     CFile::Close();
     return flushed;
   }
@@ -83,7 +87,8 @@ BOOL SafeFile::Commit() {
   const std::string temp = fs::HostPath(TempPath(target_.c_str()).c_str());
   bool ok = !failed_ && !fault::Check("file.flush", temp).fail && Sync();
   CFile::Close();
-  ok = ok && !fault::Check("file.rename", host).fail && std::rename(temp.c_str(), host.c_str()) == 0;
+  ok =
+      ok && !fault::Check("file.rename", host).fail && std::rename(temp.c_str(), host.c_str()) == 0;
   if (!ok) {
     std::remove(temp.c_str());
     target_.clear();

@@ -32,12 +32,16 @@ struct SourceDib {
   }
   uint32_t Pixel(const uint8_t* row, int x) const {
     switch (header->biBitCount) {
-      case 1: return Palette((row[x >> 3] >> (7 - (x & 7))) & 1);
-      case 4: return Palette((row[x >> 1] >> ((x & 1) ? 0 : 4)) & 0xF);
-      case 8: return Palette(row[x]);
+      case 1:
+        return Palette((row[x >> 3] >> (7 - (x & 7))) & 1);
+      case 4:
+        return Palette((row[x >> 1] >> ((x & 1) ? 0 : 4)) & 0xF);
+      case 8:
+        return Palette(row[x]);
       case 16: {
         const uint16_t v = uint16_t(row[2 * x] | (row[2 * x + 1] << 8));
-        return (uint32_t((v >> 10) & 0x1F) << 19) | (uint32_t((v >> 5) & 0x1F) << 11) | (uint32_t(v & 0x1F) << 3);
+        return (uint32_t((v >> 10) & 0x1F) << 19) | (uint32_t((v >> 5) & 0x1F) << 11) |
+               (uint32_t(v & 0x1F) << 3);
       }
       case 24: {
         const uint8_t* p = row + 3 * x;
@@ -47,7 +51,8 @@ struct SourceDib {
         const uint8_t* p = row + 4 * x;
         return (uint32_t(p[2]) << 16) | (uint32_t(p[1]) << 8) | p[0];
       }
-      default: return 0;
+      default:
+        return 0;
     }
   }
 };
@@ -142,15 +147,21 @@ BOOL PatBlt(HDC dc, int x, int y, int w, int h, DWORD rop) {
   if (!ClipRect(dc, r)) return TRUE;
   switch (rop) {
     case PATCOPY:
-      if (dc->brush && dc->brush->style != PS_NULL) FillSurface(dc, r, platform::PixelFromColorref(dc->brush->color));
+      if (dc->brush && dc->brush->style != PS_NULL)
+        FillSurface(dc, r, platform::PixelFromColorref(dc->brush->color));
       return TRUE;
-    case BLACKNESS: FillSurface(dc, r, 0); return TRUE;
-    case WHITENESS: FillSurface(dc, r, 0xFFFFFF); return TRUE;
+    case BLACKNESS:
+      FillSurface(dc, r, 0);
+      return TRUE;
+    case WHITENESS:
+      FillSurface(dc, r, 0xFFFFFF);
+      return TRUE;
     case DSTINVERT:
       for (int yy = r.top; yy < r.bottom; ++yy)
         for (int xx = r.left; xx < r.right; ++xx)
           PutPixel(dc, xx, yy, ~platform::gdi::GetPixel(dc, xx, yy) & 0xFFFFFF);
       return TRUE;
-    default: return FALSE;
+    default:
+      return FALSE;
   }
 }

@@ -1,11 +1,12 @@
 #include "platform/text.h"
 
+#include <locale.h>
+
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
-#include <locale.h>
 #include <vector>
 
 namespace platform {
@@ -151,7 +152,8 @@ size_t ParseConversion(const Ch* f, size_t i, Conversion& conv, va_list& args) {
     }
     ++i;
   } else {
-    while (f[i] >= '0' && f[i] <= '9') conv.width = (conv.width < 0 ? 0 : conv.width * 10) + (f[i++] - '0');
+    while (f[i] >= '0' && f[i] <= '9')
+      conv.width = (conv.width < 0 ? 0 : conv.width * 10) + (f[i++] - '0');
   }
   if (f[i] == '.') {
     ++i;

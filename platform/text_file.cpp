@@ -47,7 +47,8 @@ bool ParseNumber(std::string_view field, double& value) {
   std::string text(field);
   double parsed = 0.0;
   int used = 0;
-  if (platform::ScanA(text.c_str(), "%lf%n", &parsed, &used) != 1 || size_t(used) != text.size()) return false;
+  if (platform::ScanA(text.c_str(), "%lf%n", &parsed, &used) != 1 || size_t(used) != text.size())
+    return false;
   if (!std::isfinite(parsed)) return false;
   value = parsed;
   return true;

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_messages.h"
 #include "platform/file_exception.h"
+#include "platform/file_messages.h"
 #include "platform/fs.h"
 #include "platform/kvo_utils.h"
 #include "platform/message_box.h"

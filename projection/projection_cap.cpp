@@ -147,7 +147,8 @@ int CProjection_Cap::Transform(const double& x,
   return 1;
 }
 
-int CProjection_Cap::Inverse(const double& sx, const double& sy, const double& sz, double& x, double& y, double& z) {
+int CProjection_Cap::Inverse(
+    const double& sx, const double& sy, const double& sz, double& x, double& y, double& z) {
   double nx = 0.0, ny = 0.0;
   ScrToNor(sx, sy, nx, ny);
   double v[4] = {nx, ny, sz, 1.0};

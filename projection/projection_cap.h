@@ -44,7 +44,8 @@ class SURVEYCAM_API CProjection_Cap {
                 double& sz,
                 int& visible);
   // Screen position and depth back to the point. Always 1.
-  int Inverse(const double& sx, const double& sy, const double& sz, double& x, double& y, double& z);
+  int Inverse(
+      const double& sx, const double& sy, const double& sz, double& x, double& y, double& z);
 
   double ModelMatrix[16];
   double ProjMatrix[16];

@@ -41,11 +41,13 @@ bool WriteCalibrationToMemory(const Calibration& c) {
   for (int i = 0; i < 4; ++i) ok = ok && Store<double>(84 + i, c.dist.GetPara(i));
   // Items 90..93: CCD1 is the wide camera, CCD2 the tele camera.
   return ok && Store<double>(88, c.resolution_x) && Store<double>(89, c.resolution_y) &&
-         Store<int16_t>(90, int16_t(c.wide_center_x)) && Store<int16_t>(91, int16_t(c.wide_center_y)) &&
-         Store<int16_t>(92, int16_t(c.tele_center_x)) && Store<int16_t>(93, int16_t(c.tele_center_y)) &&
-         Store<double>(94, c.ccd_offset.X) && Store<double>(95, c.ccd_offset.Y) &&
-         Store<double>(96, c.ccd_offset.Z) && Store<double>(97, c.ccd_angle.omega) &&
-         Store<double>(98, c.ccd_angle.phi) && Store<double>(99, c.ccd_angle.kappa);
+         Store<int16_t>(90, int16_t(c.wide_center_x)) &&
+         Store<int16_t>(91, int16_t(c.wide_center_y)) &&
+         Store<int16_t>(92, int16_t(c.tele_center_x)) &&
+         Store<int16_t>(93, int16_t(c.tele_center_y)) && Store<double>(94, c.ccd_offset.X) &&
+         Store<double>(95, c.ccd_offset.Y) && Store<double>(96, c.ccd_offset.Z) &&
+         Store<double>(97, c.ccd_angle.omega) && Store<double>(98, c.ccd_angle.phi) &&
+         Store<double>(99, c.ccd_angle.kappa);
 }
 
 }  // namespace sim

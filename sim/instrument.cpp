@@ -75,7 +75,9 @@ void Instrument::Render(const devices::FrameRequest& request, uint16_t* pixels) 
   Renderer(scene, pose, state.AxisPoint()).Render(*rays, exposure, pixels, every_pixel);
 }
 
-std::optional<Instrument::SensorPoint> Instrument::TeleSensorPoint(double x, double y, double z) const {
+std::optional<Instrument::SensorPoint> Instrument::TeleSensorPoint(double x,
+                                                                   double y,
+                                                                   double z) const {
   const StationState state = station_.State();
   const CameraPose pose = CameraPose::Telescope(state);
   const Calibration c = calibration();

@@ -48,7 +48,8 @@ JobPoint Compare(CProject& project, const CXYZ& intersected, const CKvoArray<CXY
   result.sigma = intersected.Aux1;
   CSpaceIntersection rays;
   CXYZ again;
-  if (project.Intersect(intersected.Name, again, &rays)) result.angle = rays.GetIntersectionAngle(again);
+  if (project.Intersect(intersected.Name, again, &rays))
+    result.angle = rays.GetIntersectionAngle(again);
   if (known) {
     for (const CXYZ& k : *known) {
       if (k.Name != intersected.Name) continue;
@@ -65,7 +66,8 @@ std::string Utf8(const CString& text) { return platform::WideToUtf8(text.c_str()
 }  // namespace
 
 int JobReport::SolvedPhotos() const {
-  return int(std::count_if(photos.begin(), photos.end(), [](const JobPhoto& p) { return p.solved != 0; }));
+  return int(
+      std::count_if(photos.begin(), photos.end(), [](const JobPhoto& p) { return p.solved != 0; }));
 }
 
 double JobReport::WorstError() const {
@@ -79,28 +81,50 @@ std::vector<std::string> JobReport::Lines() const {
   std::vector<std::string> lines;
   for (const JobPhoto& p : photos) {
     if (!p.solved) {
-      lines.push_back(platform::FormatA("photo %s: %d points, DLT not solved (%d controls)", Utf8(p.name).c_str(),
-                                        p.measured, p.controls));
+      lines.push_back(platform::FormatA("photo %s: %d points, DLT not solved (%d controls)",
+                                        Utf8(p.name).c_str(),
+                                        p.measured,
+                                        p.controls));
       continue;
     }
-    lines.push_back(platform::FormatA(
-        "photo %s: %d points, DLT from %d controls, sigma %.3f px, worst %.3f px (%s), centre %.3f %.3f %.3f",
-        Utf8(p.name).c_str(), p.measured, p.controls, p.sigma, p.worst_residual, Utf8(p.worst_control).c_str(),
-        p.centre.X, p.centre.Y, p.centre.Z));
+    lines.push_back(
+        platform::FormatA("photo %s: %d points, DLT from %d controls, sigma %.3f px, worst %.3f px "
+                          "(%s), centre %.3f %.3f %.3f",
+                          Utf8(p.name).c_str(),
+                          p.measured,
+                          p.controls,
+                          p.sigma,
+                          p.worst_residual,
+                          Utf8(p.worst_control).c_str(),
+                          p.centre.X,
+                          p.centre.Y,
+                          p.centre.Z));
   }
   for (const JobPoint& p : points) {
-    std::string line = platform::FormatA("point %s: %.4f %.4f %.4f from %d photos, sigma %.3f px, angle %.1f deg",
-                                         Utf8(p.point.Name).c_str(), p.point.X, p.point.Y, p.point.Z, p.photos,
-                                         p.sigma, p.angle);
+    std::string line =
+        platform::FormatA("point %s: %.4f %.4f %.4f from %d photos, sigma %.3f px, angle %.1f deg",
+                          Utf8(p.point.Name).c_str(),
+                          p.point.X,
+                          p.point.Y,
+                          p.point.Z,
+                          p.photos,
+                          p.sigma,
+                          p.angle);
     if (p.known) {
-      line += platform::FormatA(", error %.1f mm (%.1f %.1f %.1f)", p.Error() * 1000.0, p.error.X * 1000.0,
-                                p.error.Y * 1000.0, p.error.Z * 1000.0);
+      line += platform::FormatA(", error %.1f mm (%.1f %.1f %.1f)",
+                                p.Error() * 1000.0,
+                                p.error.X * 1000.0,
+                                p.error.Y * 1000.0,
+                                p.error.Z * 1000.0);
     }
     lines.push_back(line);
   }
-  std::string summary = platform::FormatA("%d of %d photos solved, %d points intersected", SolvedPhotos(),
-                                          int(photos.size()), int(points.size()));
-  if (WorstError() >= 0.0) summary += platform::FormatA(", worst check error %.1f mm", WorstError() * 1000.0);
+  std::string summary = platform::FormatA("%d of %d photos solved, %d points intersected",
+                                          SolvedPhotos(),
+                                          int(photos.size()),
+                                          int(points.size()));
+  if (WorstError() >= 0.0)
+    summary += platform::FormatA(", worst check error %.1f mm", WorstError() * 1000.0);
   lines.push_back(summary);
   return lines;
 }

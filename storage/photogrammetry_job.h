@@ -9,20 +9,20 @@
 #include <string>
 #include <vector>
 
-#include "storage/project.h"
 #include "geometry/xyz.h"
 #include "platform/afx_string.h"
 #include "platform/export.h"
 #include "platform/kvo_array.h"
 #include "platform/size.h"
+#include "storage/project.h"
 
 namespace photogrammetry {
 
 struct JobPhoto {
   CString name;
-  int measured = 0;  // image points on the photograph
-  int solved = 0;    // 1 when its DLT was solved
-  int controls = 0;  // control points the DLT used
+  int measured = 0;             // image points on the photograph
+  int solved = 0;               // 1 when its DLT was solved
+  int controls = 0;             // control points the DLT used
   double sigma = 0.0;           // RMS control residual, pixels
   double worst_residual = 0.0;  // longest control residual, pixels
   CString worst_control;        // the control point that has it
@@ -30,8 +30,8 @@ struct JobPhoto {
 };
 
 struct JobPoint {
-  CXYZ point;        // Name, X, Y, Z intersected
-  int photos = 0;    // rays used
+  CXYZ point;          // Name, X, Y, Z intersected
+  int photos = 0;      // rays used
   double sigma = 0.0;  // RMS image residual of the rays, pixels
   double angle = 0.0;  // widest angle between the rays' projection centres, degrees
   int known = 0;       // 1 when a check coordinate was given

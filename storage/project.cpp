@@ -7,14 +7,14 @@
 #include <utility>
 #include <vector>
 
+#include "platform/fs.h"
+#include "platform/message_table.h"
 #include "platform/path_util.h"
+#include "platform/safe_file.h"
+#include "platform/text.h"
+#include "platform/text_file.h"
 #include "pointfiles/point_files.h"
 #include "storage/rt_card.h"
-#include "platform/message_table.h"
-#include "platform/safe_file.h"
-#include "platform/text_file.h"
-#include "platform/fs.h"
-#include "platform/text.h"
 
 namespace {
 
@@ -30,22 +30,28 @@ constexpr int kMaxPhotos = 10000;
 bool IsPlainName(const std::wstring& name) {
   if (name.empty() || name.size() > 64 || name == L"." || name == L"..") return false;
   for (wchar_t c : name) {
-    if (c < 0x20 || std::wstring_view(L"\\/:*?\"<>|").find(c) != std::wstring_view::npos) return false;
+    if (c < 0x20 || std::wstring_view(L"\\/:*?\"<>|").find(c) != std::wstring_view::npos)
+      return false;
   }
   return true;
 }
 
 std::string Utf8(const CString& text) { return platform::WideToUtf8(text.c_str()); }
 
-CString Wide(std::string_view text) { return CString(platform::Utf8ToWide(std::string(text)).c_str()); }
+CString Wide(std::string_view text) {
+  return CString(platform::Utf8ToWide(std::string(text)).c_str());
+}
 
-std::string FormatIndex(const CString& name, bool camera, const CKvoArray<PROJECT_PHOTO, const PROJECT_PHOTO&>& photos) {
+std::string FormatIndex(const CString& name,
+                        bool camera,
+                        const CKvoArray<PROJECT_PHOTO, const PROJECT_PHOTO&>& photos) {
   std::string text = "IMGPRJ\t1\nname\t" + Utf8(name) + "\n";
   text += "file\tcontrol\t" + Utf8(kControl) + "\n";
   if (camera) text += "file\tcamera\t" + Utf8(kCamera) + "\n";
   text += "file\tresult\t" + Utf8(kResult) + "\n";
   for (const PROJECT_PHOTO& p : photos)
-    text += "photo\t" + Utf8(p.Name) + "\t" + Utf8(p.Jpeg) + "\t" + Utf8(p.Imc) + "\t" + Utf8(p.Dlt) + "\n";
+    text += "photo\t" + Utf8(p.Name) + "\t" + Utf8(p.Jpeg) + "\t" + Utf8(p.Imc) + "\t" +
+            Utf8(p.Dlt) + "\n";
   text += platform::FormatA("check\t%08X\n", platform::Crc32(text));
   return text;
 }
@@ -67,18 +73,23 @@ struct SolvedPhoto {
 bool LoadSolvedPhotos(CProject& project, std::vector<SolvedPhoto>& solved) {
   for (int i = 0; i < project.GetPhotoCount(); ++i) {
     const PROJECT_PHOTO& photo = project.GetPhoto(i);
-    if (!platform::PathIsFile(project.GetFilePath(photo.Dlt)) || !platform::PathIsFile(project.GetFilePath(photo.Imc)))
+    if (!platform::PathIsFile(project.GetFilePath(photo.Dlt)) ||
+        !platform::PathIsFile(project.GetFilePath(photo.Imc)))
       continue;
     SolvedPhoto entry;
     CSize size;
-    if (!project.GetDLT(photo.Name, entry.dlt) || !project.GetImagePoints(photo.Name, size, entry.image)) return false;
+    if (!project.GetDLT(photo.Name, entry.dlt) ||
+        !project.GetImagePoints(photo.Name, size, entry.image))
+      return false;
     solved.push_back(std::move(entry));
   }
   return true;
 }
 
 // Adds the ray of every solved photograph that measured `name`.
-void GatherRays(const std::vector<SolvedPhoto>& solved, const wchar_t* name, CSpaceIntersection& rays) {
+void GatherRays(const std::vector<SolvedPhoto>& solved,
+                const wchar_t* name,
+                CSpaceIntersection& rays) {
   for (const SolvedPhoto& photo : solved) {
     for (const CXYZ& p : photo.image) {
       if (p.Name == name) {
@@ -113,11 +124,15 @@ int CProject::Fail(int message) {
   return 0;
 }
 
-CString CProject::ProjectFolder(const wchar_t* name) const { return platform::JoinPath(m_strRoot, name); }
+CString CProject::ProjectFolder(const wchar_t* name) const {
+  return platform::JoinPath(m_strRoot, name);
+}
 
 CString CProject::GetFolder() const { return ProjectFolder(m_strName); }
 
-CString CProject::GetFilePath(const wchar_t* leaf) const { return platform::JoinPath(GetFolder(), leaf); }
+CString CProject::GetFilePath(const wchar_t* leaf) const {
+  return platform::JoinPath(GetFolder(), leaf);
+}
 
 void CProject::Close() {
   m_bOpen = 0;
@@ -128,7 +143,8 @@ void CProject::Close() {
 
 int CProject::WriteIndex() {
   std::string text = FormatIndex(m_strName, m_bHasCamera != 0, m_Photos);
-  if (!platform::SafeFile::WriteAll(GetFilePath(kIndex), text)) return Fail(platform::kMsgFileWrite);
+  if (!platform::SafeFile::WriteAll(GetFilePath(kIndex), text))
+    return Fail(platform::kMsgFileWrite);
   if (!platform::SafeFile::WriteAll(GetFilePath(kBackup), text)) {
     // The caller keeps its previous state on 0: the index goes back to what
     // the untouched backup holds, so the next open does not see a change
@@ -145,7 +161,8 @@ int CProject::Create(const wchar_t* name) {
   if (!name || !IsPlainName(name)) return Fail(platform::kMsgFolderError);
   // Make the root folder and its missing parents, outermost first.
   std::vector<CString> missing;
-  for (CString part = m_strRoot; part.GetLength() > 1 && !platform::PathIsFolder(part); part = platform::ParentPath(part))
+  for (CString part = m_strRoot; part.GetLength() > 1 && !platform::PathIsFolder(part);
+       part = platform::ParentPath(part))
     missing.push_back(part);
   for (auto it = missing.rbegin(); it != missing.rend(); ++it) CreateDirectoryW(*it, nullptr);
   CString folder = ProjectFolder(name);
@@ -168,7 +185,8 @@ int CProject::ParseIndex(const char* text, int length) {
   size_t check_at = all.rfind("check\t");
   if (check_at == std::string_view::npos || (check_at > 0 && all[check_at - 1] != '\n')) return 0;
   std::string_view check_line = all.substr(check_at);
-  if (check_line != platform::FormatA("check\t%08X\n", platform::Crc32(all.substr(0, check_at)))) return 0;
+  if (check_line != platform::FormatA("check\t%08X\n", platform::Crc32(all.substr(0, check_at))))
+    return 0;
   std::vector<std::string_view> lines = platform::SplitLines(all.substr(0, check_at));
   if (lines.size() < 2 || lines[0] != "IMGPRJ\t1") return 0;
   std::vector<std::string_view> f = platform::SplitTabs(lines[1]);
@@ -181,7 +199,8 @@ int CProject::ParseIndex(const char* text, int length) {
     if (f.size() == 3 && f[0] == "file") {
       if (f[1] == "camera" && Wide(f[2]) == kCamera) {
         camera = true;
-      } else if (!(f[1] == "control" && Wide(f[2]) == kControl) && !(f[1] == "result" && Wide(f[2]) == kResult)) {
+      } else if (!(f[1] == "control" && Wide(f[2]) == kControl) &&
+                 !(f[1] == "result" && Wide(f[2]) == kResult)) {
         return 0;
       }
     } else if (f.size() == 5 && f[0] == "photo" && photos.GetSize() < kMaxPhotos) {
@@ -205,7 +224,8 @@ int CProject::ParseIndex(const char* text, int length) {
 }
 
 int CProject::Open(const wchar_t* name) {
-  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name))) return Fail(platform::kMsgFileOpen);
+  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name)))
+    return Fail(platform::kMsgFileOpen);
   Close();
   CString folder = ProjectFolder(name);
   std::string bytes;
@@ -234,9 +254,11 @@ int CProject::RestoreIndex() {
   std::string bytes;
   CProject probe;
   probe.m_bShowMessage = 0;
-  if (!platform::ReadWholeFile(GetFilePath(kBackup), bytes) || !probe.ParseIndex(bytes.data(), int(bytes.size())))
+  if (!platform::ReadWholeFile(GetFilePath(kBackup), bytes) ||
+      !probe.ParseIndex(bytes.data(), int(bytes.size())))
     return Fail(platform::kMsgInvalidFile);
-  if (!platform::SafeFile::WriteAll(GetFilePath(kIndex), bytes)) return Fail(platform::kMsgFileWrite);
+  if (!platform::SafeFile::WriteAll(GetFilePath(kIndex), bytes))
+    return Fail(platform::kMsgFileWrite);
   m_bHasCamera = probe.m_bHasCamera;
   m_Photos.Copy(probe.m_Photos);
   return 1;
@@ -250,7 +272,8 @@ int CProject::List(CStringArray& names) {
   for (const platform::FolderEntry& entry : entries) {
     if (!entry.folder) continue;
     CString folder = platform::JoinPath(m_strRoot, entry.name);
-    if (platform::PathIsFile(platform::JoinPath(folder, kIndex)) || platform::PathIsFile(platform::JoinPath(folder, kBackup)))
+    if (platform::PathIsFile(platform::JoinPath(folder, kIndex)) ||
+        platform::PathIsFile(platform::JoinPath(folder, kBackup)))
       found.push_back(entry.name);
   }
   std::sort(found.begin(), found.end());
@@ -259,7 +282,8 @@ int CProject::List(CStringArray& names) {
 }
 
 int CProject::Rename(const wchar_t* from, const wchar_t* to) {
-  if (!from || !to || !IsPlainName(from) || !IsPlainName(to) || !platform::PathIsFolder(ProjectFolder(from)))
+  if (!from || !to || !IsPlainName(from) || !IsPlainName(to) ||
+      !platform::PathIsFolder(ProjectFolder(from)))
     return Fail(platform::kMsgFileOpen);
   if (GetFileAttributesW(ProjectFolder(to)) != INVALID_FILE_ATTRIBUTES ||
       !MoveFileW(ProjectFolder(from), ProjectFolder(to))) {
@@ -281,7 +305,8 @@ int CProject::Rename(const wchar_t* from, const wchar_t* to) {
 }
 
 int CProject::Delete(const wchar_t* name) {
-  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name))) return Fail(platform::kMsgFileOpen);
+  if (!name || !IsPlainName(name) || !platform::PathIsFolder(ProjectFolder(name)))
+    return Fail(platform::kMsgFileOpen);
   if (m_bOpen && m_strName == name) Close();
   if (!platform::DeleteTree(ProjectFolder(name))) return Fail(platform::kMsgFileWrite);
   return 1;
@@ -325,14 +350,16 @@ int CProject::RemovePhoto(const wchar_t* name) {
     m_Photos.InsertAt(i, removed);
     return 0;
   }
-  for (const CString& leaf : {removed.Jpeg, removed.Imc, removed.Dlt}) DeleteFileW(GetFilePath(leaf));
+  for (const CString& leaf : {removed.Jpeg, removed.Imc, removed.Dlt})
+    DeleteFileW(GetFilePath(leaf));
   return 1;
 }
 
 int CProject::SetImagePoints(const wchar_t* photo, CSize& size, CKvoArray<CXYZ, CXYZ&>& points) {
   int i = FindPhoto(photo);
   if (!RequireOpen() || i < 0) return 0;
-  if (!WriteImcFile(GetFilePath(m_Photos[i].Imc), m_Photos[i].Name, size, points)) return Fail(platform::kMsgFileWrite);
+  if (!WriteImcFile(GetFilePath(m_Photos[i].Imc), m_Photos[i].Name, size, points))
+    return Fail(platform::kMsgFileWrite);
   return 1;
 }
 
@@ -345,7 +372,8 @@ int CProject::GetImagePoints(const wchar_t* photo, CSize& size, CKvoArray<CXYZ, 
 
 int CProject::SetControlPoints(CKvoArray<CXYZ, CXYZ&>& points) {
   if (!RequireOpen()) return 0;
-  if (!WriteCSVFile(GetFilePath(kControl), points, /*append=*/0)) return Fail(platform::kMsgFileWrite);
+  if (!WriteCSVFile(GetFilePath(kControl), points, /*append=*/0))
+    return Fail(platform::kMsgFileWrite);
   return 1;
 }
 
@@ -421,8 +449,10 @@ int CProject::IntersectAll(CKvoArray<CXYZ, CXYZ&>& points) {
       continue;
     }
     for (const CXYZ& p : image) {
-      bool is_control = std::any_of(control.begin(), control.end(), [&](const CXYZ& c) { return c.Name == p.Name; });
-      if (!is_control && std::find(names.begin(), names.end(), p.Name) == names.end()) names.push_back(p.Name);
+      bool is_control = std::any_of(
+          control.begin(), control.end(), [&](const CXYZ& c) { return c.Name == p.Name; });
+      if (!is_control && std::find(names.begin(), names.end(), p.Name) == names.end())
+        names.push_back(p.Name);
     }
   }
   std::vector<SolvedPhoto> photos;
@@ -434,7 +464,8 @@ int CProject::IntersectAll(CKvoArray<CXYZ, CXYZ&>& points) {
     CXYZ point;
     if (SolveRays(rays, name, point)) results.Add(point);
   }
-  if (!WriteCSVFile(GetFilePath(kResult), results, /*append=*/0)) return Fail(platform::kMsgFileWrite);
+  if (!WriteCSVFile(GetFilePath(kResult), results, /*append=*/0))
+    return Fail(platform::kMsgFileWrite);
   points.Copy(results);
   return 1;
 }

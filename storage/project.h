@@ -30,9 +30,9 @@
 // written, E-521 the folder cannot be made, E-520 a photograph cannot be
 // copied in. Solving and intersecting show nothing.
 #include "camera/camera.h"
+#include "geometry/xyz.h"
 #include "photogrammetry/dlt.h"
 #include "photogrammetry/space_intersection.h"
-#include "geometry/xyz.h"
 #include "platform/afx_string.h"
 #include "platform/export.h"
 #include "platform/kvo_array.h"

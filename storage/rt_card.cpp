@@ -54,7 +54,10 @@ struct TreeEntry {
 
 // Every entry under `folder`, each folder before its contents; adds the file
 // sizes to `bytes`. False when a folder of the tree cannot be searched.
-bool WalkTree(const CString& folder, const CString& relative, std::vector<TreeEntry>& out, ULONGLONG& bytes) {
+bool WalkTree(const CString& folder,
+              const CString& relative,
+              std::vector<TreeEntry>& out,
+              ULONGLONG& bytes) {
   std::vector<FolderEntry> entries;
   if (!platform::ListFolder(JoinPath(folder, relative), L"*", entries)) return false;
   for (const FolderEntry& entry : entries) {
@@ -73,7 +76,8 @@ bool WalkTree(const CString& folder, const CString& relative, std::vector<TreeEn
 bool IsUnder(const CString& path, const CString& folder) {
   if (folder.IsEmpty() || path.GetLength() < folder.GetLength()) return false;
   if (path.Left(folder.GetLength()) != folder) return false;
-  return path.GetLength() == folder.GetLength() || folder == L"\\" || path[folder.GetLength()] == L'\\';
+  return path.GetLength() == folder.GetLength() || folder == L"\\" ||
+         path[folder.GetLength()] == L'\\';
 }
 
 }  // namespace
@@ -86,12 +90,15 @@ int CRTCard::ReadCardRoot() {
   m_bRootRead = 1;
   m_strRoot.Empty();
   HKEY key = nullptr;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"\\SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &key) != ERROR_SUCCESS)
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"\\SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &key) !=
+      ERROR_SUCCESS)
     return 0;
   wchar_t buffer[256] = {};
   DWORD type = 0;
-  DWORD size = DWORD(std::size(buffer) - 1) * platform::registry::kCharBytes;  // the last one stays 0
-  LONG result = RegQueryValueExW(key, L"PCMCIAFolder", nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
+  DWORD size =
+      DWORD(std::size(buffer) - 1) * platform::registry::kCharBytes;  // the last one stays 0
+  LONG result = RegQueryValueExW(
+      key, L"PCMCIAFolder", nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
   RegCloseKey(key);
   if (result != ERROR_SUCCESS || type != REG_SZ) return 0;
   m_strRoot = platform::TrimSeparator(buffer);
@@ -179,7 +186,8 @@ int CRTCard::GetFileList(const wchar_t* folder,
     } while (FindNextFileW(find, &data));
     FindClose(find);
   }
-  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.Name < b.Name; });
+  std::sort(
+      found.begin(), found.end(), [](const auto& a, const auto& b) { return a.Name < b.Name; });
   for (RTCARD_FILE_INFO& info : found) list.Add(info);
   return 1;
 }
@@ -197,14 +205,15 @@ int CRTCard::CopyFile(const wchar_t* from, const wchar_t* to) {
   if (!from || !to || !*from || !*to) return Fail(platform::kMsgCopyError);
   if (!CheckCard(from, to)) return 0;
   CString source = platform::TrimSeparator(from), target = platform::TrimSeparator(to);
-  if (source == target || !platform::PathIsFile(source) || !platform::PathIsFolder(platform::ParentPath(target)) ||
-      platform::PathIsFolder(target)) {
+  if (source == target || !platform::PathIsFile(source) ||
+      !platform::PathIsFolder(platform::ParentPath(target)) || platform::PathIsFolder(target)) {
     return Fail(platform::kMsgCopyError);
   }
   ULONGLONG size = 0;
   {
     CFile file;
-    if (!file.Open(source, CFile::modeRead | CFile::shareDenyNone)) return Fail(platform::kMsgCopyError);
+    if (!file.Open(source, CFile::modeRead | CFile::shareDenyNone))
+      return Fail(platform::kMsgCopyError);
     size = file.GetLength();
   }
   if (!CheckSpace(platform::ParentPath(target), size)) return 0;

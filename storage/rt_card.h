@@ -25,10 +25,10 @@
 
 // One entry of a folder listing.
 struct RTCARD_FILE_INFO {
-  CString Name;         // file or folder name, without its folder
-  ULONGLONG Size = 0;   // bytes; 0 for a folder
-  SYSTEMTIME Time{};    // last write time, UTC
-  int IsFolder = 0;     // 1 for a folder
+  CString Name;        // file or folder name, without its folder
+  ULONGLONG Size = 0;  // bytes; 0 for a folder
+  SYSTEMTIME Time{};   // last write time, UTC
+  int IsFolder = 0;    // 1 for a folder
 };
 
 class SURVEYCAM_API CRTCard {

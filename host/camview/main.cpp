@@ -30,7 +30,9 @@ int RunSession(const host::Options& options) {
   }
   host::ParseResult script = host::ParseScript(text);
   if (!script.error.empty()) {
-    std::fprintf(stderr, "camview: %s: %s\n", options.script.empty() ? "default session" : options.script.c_str(),
+    std::fprintf(stderr,
+                 "camview: %s: %s\n",
+                 options.script.empty() ? "default session" : options.script.c_str(),
                  script.error.c_str());
     return 1;
   }
@@ -49,17 +51,25 @@ int RunSession(const host::Options& options) {
     char name[64];
     std::snprintf(name, sizeof name, "%02d_%s", index, step.verb.c_str());
     std::string shot = session.Screenshot(name);
-    std::printf("%02d %-28s %s %s\n    screenshot %s\n", index, step.text.c_str(), result.ok ? "ok  " : "FAIL",
-                result.summary.c_str(), shot.c_str());
+    std::printf("%02d %-28s %s %s\n    screenshot %s\n",
+                index,
+                step.text.c_str(),
+                result.ok ? "ok  " : "FAIL",
+                result.summary.c_str(),
+                shot.c_str());
     std::fflush(stdout);
     if (!result.ok) ++failed;
   }
   session.TearDown();
   if (failed) {
-    std::fprintf(stderr, "camview: %d of %zu steps did not do what they should\n", failed, script.steps.size());
+    std::fprintf(stderr,
+                 "camview: %d of %zu steps did not do what they should\n",
+                 failed,
+                 script.steps.size());
     return 1;
   }
-  std::printf("camview: all %zu steps done; screenshots and files in %s\n", script.steps.size(),
+  std::printf("camview: all %zu steps done; screenshots and files in %s\n",
+              script.steps.size(),
               options.out.c_str());
   return 0;
 }

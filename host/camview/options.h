@@ -5,15 +5,15 @@
 namespace host {
 
 struct Options {
-  std::string script;        // session script (empty: the default session)
-  std::string points;        // site point file (host path)
-  std::string root;          // device root (empty: <out>/device, made afresh)
-  std::string out = "out";   // screenshots, exported files
-  std::string camera_file;   // camera calibration (.cmr)
-  std::string orient_file;   // orientation calibration file
-  std::string language;      // language file copied to \windows\DispImgMsg.txt
-  bool window = false;       // interactive viewer
-  int scale = 3;             // viewer window scale
+  std::string script;       // session script (empty: the default session)
+  std::string points;       // site point file (host path)
+  std::string root;         // device root (empty: <out>/device, made afresh)
+  std::string out = "out";  // screenshots, exported files
+  std::string camera_file;  // camera calibration (.cmr)
+  std::string orient_file;  // orientation calibration file
+  std::string language;     // language file copied to \windows\DispImgMsg.txt
+  bool window = false;      // interactive viewer
+  int scale = 3;            // viewer window scale
   bool help = false;
 };
 

@@ -13,14 +13,15 @@ struct Arity {
 
 const std::map<std::string, Arity>& Verbs() {
   static const std::map<std::string, Arity> verbs = {
-      {"turn", {2, 2}},          {"nudge", {2, 2}},         {"point", {1, 3}},         {"camera", {1, 1}},        {"zoom", {1, 1}},
-      {"mode", {1, 1}},          {"measure", {0, 0}},       {"tap", {2, 2}},
-      {"tap-target", {1, 1}},    {"aim", {0, 0}},           {"key", {1, 1}},
-      {"exposure", {1, 1}},      {"scene", {1, 1}},         {"wait", {1, 1}},
-      {"settle", {0, 0}},        {"snapshot", {0, 0}},      {"resume", {0, 0}},
-      {"save", {0, 0}},          {"export-camera", {1, 1}}, {"export-orient", {1, 1}},
-      {"screenshot", {1, 1}},    {"boards", {2, 2}},        {"station", {1, 1}},
-      {"project-new", {1, 1}},   {"project-photo", {0, 0}}, {"project-solve", {0, 1}},
+      {"turn", {2, 2}},          {"nudge", {2, 2}},         {"point", {1, 3}},
+      {"camera", {1, 1}},        {"zoom", {1, 1}},          {"mode", {1, 1}},
+      {"measure", {0, 0}},       {"tap", {2, 2}},           {"tap-target", {1, 1}},
+      {"aim", {0, 0}},           {"key", {1, 1}},           {"exposure", {1, 1}},
+      {"scene", {1, 1}},         {"wait", {1, 1}},          {"settle", {0, 0}},
+      {"snapshot", {0, 0}},      {"resume", {0, 0}},        {"save", {0, 0}},
+      {"export-camera", {1, 1}}, {"export-orient", {1, 1}}, {"screenshot", {1, 1}},
+      {"boards", {2, 2}},        {"station", {1, 1}},       {"project-new", {1, 1}},
+      {"project-photo", {0, 0}}, {"project-solve", {0, 1}},
   };
   return verbs;
 }
@@ -34,8 +35,8 @@ bool IsNumber(const std::string& word) {
 
 // Verbs whose arguments must all be numbers.
 bool NumericVerb(const std::string& verb) {
-  return verb == "turn" || verb == "nudge" || verb == "camera" || verb == "tap" || verb == "exposure" || verb == "wait" ||
-         verb == "boards" || verb == "project-solve";
+  return verb == "turn" || verb == "nudge" || verb == "camera" || verb == "tap" ||
+         verb == "exposure" || verb == "wait" || verb == "boards" || verb == "project-solve";
 }
 
 // Verbs whose arguments after the first must be numbers.
@@ -67,7 +68,8 @@ ParseResult ParseScript(const std::string& text) {
       return result;
     }
     if (step.verb == "point" && n == 2) {
-      result.error = "line " + std::to_string(number) + ": 'point' takes a name and optionally dV dH";
+      result.error =
+          "line " + std::to_string(number) + ": 'point' takes a name and optionally dV dH";
       return result;
     }
     if (NumericVerb(step.verb) || NumericTail(step.verb)) {
@@ -79,7 +81,8 @@ ParseResult ParseScript(const std::string& text) {
         }
       }
     }
-    while (!step.text.empty() && (step.text.back() == ' ' || step.text.back() == '\r')) step.text.pop_back();
+    while (!step.text.empty() && (step.text.back() == ' ' || step.text.back() == '\r'))
+      step.text.pop_back();
     result.steps.push_back(step);
   }
   return result;

@@ -8,12 +8,11 @@
 #include <fstream>
 
 #include "camera/camera.h"
+#include "camera/vkr3za_calib.h"
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
-#include "pointfiles/point_files.h"
 #include "geometry/calc_xyz_hv.h"
 #include "liveview/capture_wnd.h"
-#include "camera/vkr3za_calib.h"
 #include "platform/clock.h"
 #include "platform/desktop.h"
 #include "platform/framebuffer.h"
@@ -22,6 +21,7 @@
 #include "platform/registry.h"
 #include "platform/text.h"
 #include "platform/wnd.h"
+#include "pointfiles/point_files.h"
 #include "sim/calibration_memory.h"
 #include "sim/instrument.h"
 
@@ -63,8 +63,14 @@ struct KeyName {
   const char* name;
   UINT code;
 };
-constexpr KeyName kKeys[] = {{"LEFT", 37}, {"UP", 38},  {"RIGHT", 39}, {"DOWN", 40},
-                             {"1", 49},    {"2", 50},   {"3", 51},     {"9", 57}};
+constexpr KeyName kKeys[] = {{"LEFT", 37},
+                             {"UP", 38},
+                             {"RIGHT", 39},
+                             {"DOWN", 40},
+                             {"1", 49},
+                             {"2", 50},
+                             {"3", 51},
+                             {"9", 57}};
 
 }  // namespace
 
@@ -95,7 +101,8 @@ bool Session::SetUp(std::string& error) {
 
   // Message boxes are printed and kept, so a step can check what it showed.
   previous_handler_ = platform::SetMessageBoxHandler([this](const platform::MessageBoxCall& call) {
-    std::printf("    message box [%s] %s\n", platform::WideToUtf8(call.caption).c_str(),
+    std::printf("    message box [%s] %s\n",
+                platform::WideToUtf8(call.caption).c_str(),
                 platform::WideToUtf8(call.text).c_str());
     messages_.push_back(call);
     return IDOK;
@@ -116,8 +123,10 @@ bool Session::SetUp(std::string& error) {
   CreateDirectoryW(kCardFolder, nullptr);
   if (!options_.language.empty()) {
     CreateDirectoryW(L"\\windows", nullptr);
-    fs::copy_file(options_.language, platform::fs::HostPath(kLanguageFile),
-                  fs::copy_options::overwrite_existing, ec);
+    fs::copy_file(options_.language,
+                  platform::fs::HostPath(kLanguageFile),
+                  fs::copy_options::overwrite_existing,
+                  ec);
     if (ec) {
       error = "cannot install the language file " + options_.language + ": " + ec.message();
       return false;
@@ -172,8 +181,11 @@ bool Session::LoadCalibration(std::string& error) {
     error = "cannot write the calibration into the instrument's memory";
     return false;
   }
-  std::printf("calibration: camera %s (f %.4f mm, model %d), orientation %s\n", camera_path.c_str(),
-              c.focal_length, int(c.dist.GetDistModel()), orient_path.c_str());
+  std::printf("calibration: camera %s (f %.4f mm, model %d), orientation %s\n",
+              camera_path.c_str(),
+              c.focal_length,
+              int(c.dist.GetDistModel()),
+              orient_path.c_str());
   return true;
 }
 
@@ -205,8 +217,12 @@ bool Session::LoadSite(std::string& error) {
   scene.AddTargets(points_, 0.3);
   instrument_->SetScene(scene);
   std::printf("site: station %s at (%.3f, %.3f, %.3f), instrument height %.3f m, %d targets\n",
-              platform::WideToUtf8(station_.Name.c_str()).c_str(), station_.X, station_.Y, station_.Z,
-              instrument_height_, points_.GetSize());
+              platform::WideToUtf8(station_.Name.c_str()).c_str(),
+              station_.X,
+              station_.Y,
+              station_.Z,
+              instrument_height_,
+              points_.GetSize());
   return true;
 }
 
@@ -245,7 +261,8 @@ StepResult Session::Run(const Step& step) {
   if (verb == "point") return PointAt(step);
   if (verb == "nudge") {
     Step turn = step;
-    turn.args = {Format("%.10f", view_->m_dCurV + number(0)), Format("%.10f", view_->m_dCurH + number(1))};
+    turn.args = {Format("%.10f", view_->m_dCurV + number(0)),
+                 Format("%.10f", view_->m_dCurH + number(1))};
     return Turn(turn);
   }
   if (verb == "camera") return Camera(step);
@@ -274,7 +291,8 @@ StepResult Session::Run(const Step& step) {
   }
   if (verb == "wait") {
     Wait(int(number(0)));
-    return {true, Format("%d ticks, exposure %d", int(number(0)), int(view_->m_StartParam.Brightness))};
+    return {true,
+            Format("%d ticks, exposure %d", int(number(0)), int(view_->m_StartParam.Brightness))};
   }
   if (verb == "settle") return Settle();
   if (verb == "snapshot") {
@@ -306,11 +324,16 @@ StepResult Session::Turn(const Step& step) {
   for (int i = 0; i < points_.GetSize(); ++i) {
     double sx = 0, sy = 0;
     int vis = 0;
-    if (view_->XYZtoScr(points_[i].Y, points_[i].X, points_[i].Z, sx, sy, vis) == 1 && vis) ++visible;
+    if (view_->XYZtoScr(points_[i].Y, points_[i].X, points_[i].Z, sx, sy, vis) == 1 && vis)
+      ++visible;
   }
   const bool ok = view_->m_dCurV == v && view_->m_dCurH == h;
-  std::string summary = Format("V %s H %s (D.MMSS), %d of %d survey points in the wide camera's view",
-                               Dms(v).c_str(), Dms(h).c_str(), visible, points_.GetSize());
+  std::string summary =
+      Format("V %s H %s (D.MMSS), %d of %d survey points in the wide camera's view",
+             Dms(v).c_str(),
+             Dms(h).c_str(),
+             visible,
+             points_.GetSize());
   if (view_->GetMode() == 1) {
     summary += Format("; offset dV %+.4f dH %+.4f", view_->m_dDV, view_->m_dDH);
   }
@@ -331,8 +354,11 @@ StepResult Session::PointAt(const Step& step) {
   Step turn = step;
   turn.args = {Format("%.10f", v + dv), Format("%.10f", h + dh)};
   StepResult result = Turn(turn);
-  result.summary = Format("%s at V %s H %s, %.3f m away; ", step.args[0].c_str(), Dms(v).c_str(),
-                          Dms(h).c_str(), target->Len(station_)) +
+  result.summary = Format("%s at V %s H %s, %.3f m away; ",
+                          step.args[0].c_str(),
+                          Dms(v).c_str(),
+                          Dms(h).c_str(),
+                          target->Len(station_)) +
                    result.summary;
   return result;
 }
@@ -342,9 +368,11 @@ StepResult Session::Camera(const Step& step) {
   view_->SetCurCamera(camera);
   Wait(1);
   const bool ok = view_->GetCurCamera() == camera;
-  return {ok, Format("camera %d (%s), zoom ratio %.2f", view_->GetCurCamera(),
-                     view_->GetCurCamera() == 0 ? "TELE" : "WIDE",
-                     view_->m_dZoomRatio[view_->GetCurCamera()])};
+  return {ok,
+          Format("camera %d (%s), zoom ratio %.2f",
+                 view_->GetCurCamera(),
+                 view_->GetCurCamera() == 0 ? "TELE" : "WIDE",
+                 view_->m_dZoomRatio[view_->GetCurCamera()])};
 }
 
 StepResult Session::Zoom(const Step& step) {
@@ -365,21 +393,38 @@ StepResult Session::Zoom(const Step& step) {
   bool ok = how == "reset" ? after == view_->m_dMinZoom
             : how == "in"  ? after > before || before >= view_->m_dMaxZoom
                            : after < before || before <= view_->m_dMinZoom;
-  return {ok, Format("zoom %s: ratio %.2f -> %.2f (scale %.2f)", how.c_str(), before, after,
-                     view_->m_dZoom[camera])};
+  return {ok,
+          Format("zoom %s: ratio %.2f -> %.2f (scale %.2f)",
+                 how.c_str(),
+                 before,
+                 after,
+                 view_->m_dZoom[camera])};
 }
 
 StepResult Session::Mode(const Step& step) {
   const std::string& mode = step.args[0];
   const int before = view_->GetMode();
   switch (before) {  // leave the current mode first
-    case 1: view_->EndOffsetMode(); break;
-    case 2: view_->EndCornerMode(); break;
-    case 3: view_->EndDistanceMode(); break;
-    case 4: view_->EndRemMode(); break;
-    case 5: view_->EndCCDAttachMode(); break;
-    case 6: view_->EndUserCCDMode(); break;
-    default: break;
+    case 1:
+      view_->EndOffsetMode();
+      break;
+    case 2:
+      view_->EndCornerMode();
+      break;
+    case 3:
+      view_->EndDistanceMode();
+      break;
+    case 4:
+      view_->EndRemMode();
+      break;
+    case 5:
+      view_->EndCCDAttachMode();
+      break;
+    case 6:
+      view_->EndUserCCDMode();
+      break;
+    default:
+      break;
   }
   int expected = 0;
   if (mode == "offset") {
@@ -420,8 +465,11 @@ StepResult Session::Tap(int x, int y) {
   if (view_->m_bTapped) {
     summary += Format("aim by dV %+.4f dH %+.4f degrees", view_->m_dDV, view_->m_dDH);
     if (view_->GetCornerMoveAng(dv, dh))
-      summary += Format("; corner marked at (%d, %d): dV %+.4f dH %+.4f", view_->m_ptCornerDrawn.x,
-                        view_->m_ptCornerDrawn.y, dv, dh);
+      summary += Format("; corner marked at (%d, %d): dV %+.4f dH %+.4f",
+                        view_->m_ptCornerDrawn.x,
+                        view_->m_ptCornerDrawn.y,
+                        dv,
+                        dh);
   } else {
     summary += messages_.size() > boxes ? "refused" : "not taken in this mode";
   }
@@ -458,8 +506,10 @@ StepResult Session::Aim() {
   const double h = view_->m_dCurH + dh;
   Turn(v, h);
   Wait(1);
-  std::string summary = Format("turned onto the %s: V %s H %s", corner ? "marked corner" : "tapped point",
-                               Dms(v).c_str(), Dms(h).c_str());
+  std::string summary = Format("turned onto the %s: V %s H %s",
+                               corner ? "marked corner" : "tapped point",
+                               Dms(v).c_str(),
+                               Dms(h).c_str());
   if (last_tap_target_.empty()) return {true, summary};
   const CXYZ* target = FindTarget(last_tap_target_);
   auto seen = instrument_->TeleSensorPoint(target->X, target->Y, target->Z);
@@ -472,8 +522,13 @@ StepResult Session::Aim() {
   double tv = 0, th = 0;
   CXYZ station(station_), point(*target);
   CCalcXYZHV::XYZToHV(station, point, instrument_height_, tv, th);
-  summary += Format(", %s is %.2f screen px (%.2f sensor px) from the reticle; its angles V %s H %s",
-                    last_tap_target_.c_str(), off_screen, off_sensor, Dms(tv).c_str(), Dms(th).c_str());
+  summary +=
+      Format(", %s is %.2f screen px (%.2f sensor px) from the reticle; its angles V %s H %s",
+             last_tap_target_.c_str(),
+             off_screen,
+             off_sensor,
+             Dms(tv).c_str(),
+             Dms(th).c_str());
   return {off_screen <= 1.0, summary};
 }
 
@@ -482,9 +537,14 @@ StepResult Session::Key(const Step& step) {
     if (step.args[0] != key.name) continue;
     view_->KeyControl(key.code);
     Wait(1);
-    return {true, Format("key %s: camera %d, zoom ratio %.2f, exposure %d (mode %d), cursor %d",
-                         key.name, view_->GetCurCamera(), view_->m_dZoomRatio[view_->GetCurCamera()],
-                         int(view_->m_StartParam.Brightness), view_->m_nAEMode, view_->GetDispCursor())};
+    return {true,
+            Format("key %s: camera %d, zoom ratio %.2f, exposure %d (mode %d), cursor %d",
+                   key.name,
+                   view_->GetCurCamera(),
+                   view_->m_dZoomRatio[view_->GetCurCamera()],
+                   int(view_->m_StartParam.Brightness),
+                   view_->m_nAEMode,
+                   view_->GetDispCursor())};
   }
   return {false, "unknown key " + step.args[0]};
 }
@@ -505,8 +565,13 @@ StepResult Session::Settle() {
   view_->AE_CheckDensity(max, min, mean);
   const int settled_after = ticks - still;
   return {still >= 3 && settled_after <= 30,
-          Format("exposure %d -> %d, settled after %d ticks (mean %d, min %d, max %d)", start,
-                 previous, settled_after, mean, min, max)};
+          Format("exposure %d -> %d, settled after %d ticks (mean %d, min %d, max %d)",
+                 start,
+                 previous,
+                 settled_after,
+                 mean,
+                 min,
+                 max)};
 }
 
 StepResult Session::Save() {
@@ -528,17 +593,22 @@ StepResult Session::Save() {
   if (!saved || newest.empty()) return {false, "the snapshot was not saved"};
   const std::string copy = OutPath("snapshot.jpg");
   fs::copy_file(newest, copy, fs::copy_options::overwrite_existing, ec);
-  return {true, "saved " + newest.string() + " (" + std::to_string(fs::file_size(newest, ec)) +
-                    " bytes), copied to " + copy};
+  return {true,
+          "saved " + newest.string() + " (" + std::to_string(fs::file_size(newest, ec)) +
+              " bytes), copied to " + copy};
 }
 
 StepResult Session::ExportCamera(const Step& step) {
   const std::string path = OutPath(step.args[0]);
   if (!view_->m_Camera.Write(Wide(path).c_str())) return {false, "cannot write " + path};
   CCamera check;
-  const bool ok = check.Read(Wide(path).c_str()) && check.FocalLength == view_->m_Camera.FocalLength;
-  return {ok, Format("camera file %s (f %.4f mm, distortion model %d)", path.c_str(),
-                     check.FocalLength, int(check.Dist.GetDistModel()))};
+  const bool ok =
+      check.Read(Wide(path).c_str()) && check.FocalLength == view_->m_Camera.FocalLength;
+  return {ok,
+          Format("camera file %s (f %.4f mm, distortion model %d)",
+                 path.c_str(),
+                 check.FocalLength,
+                 int(check.Dist.GetDistModel()))};
 }
 
 StepResult Session::ExportOrient(const Step& step) {
@@ -553,8 +623,13 @@ StepResult Session::ExportOrient(const Step& step) {
   if (!calib.Write(Wide(path).c_str())) return {false, "cannot write " + path};
   VKR3ZA_CALIB check;
   const bool ok = check.Read(Wide(path).c_str()) && check.Ccd1CenterX == calib.Ccd1CenterX;
-  return {ok, Format("orientation file %s (CCD1 centre %d, %d; CCD2 centre %d, %d)", path.c_str(),
-                     calib.Ccd1CenterX, calib.Ccd1CenterY, calib.Ccd2CenterX, calib.Ccd2CenterY)};
+  return {ok,
+          Format("orientation file %s (CCD1 centre %d, %d; CCD2 centre %d, %d)",
+                 path.c_str(),
+                 calib.Ccd1CenterX,
+                 calib.Ccd1CenterY,
+                 calib.Ccd2CenterX,
+                 calib.Ccd2CenterY)};
 }
 
 void Session::TearDown() {

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "storage/project.h"
 #include "geometry/xyz.h"
 #include "host/camview/options.h"
 #include "host/camview/script.h"
 #include "platform/kvo_array.h"
 #include "platform/message_box.h"
+#include "storage/project.h"
 
 class CCaptureWnd;
 namespace sim {
@@ -92,7 +92,7 @@ class Session {
   std::vector<platform::MessageBoxCall> messages_;
   platform::MessageBoxHandler previous_handler_;
   int shots_ = 0;
-  std::vector<CXYZ> stations_;        // every STN point, the first one the session started on
+  std::vector<CXYZ> stations_;         // every STN point, the first one the session started on
   std::unique_ptr<CProject> project_;  // the photogrammetric project, once made
 };
 

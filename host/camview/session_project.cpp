@@ -7,15 +7,15 @@
 #include <cstdlib>
 #include <vector>
 
-#include "photogrammetry/board_centre.h"
-#include "storage/photogrammetry_job.h"
-#include "host/camview/session.h"
 #include "devices/frame_source.h"
+#include "host/camview/session.h"
 #include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
+#include "photogrammetry/board_centre.h"
 #include "platform/fs.h"
 #include "platform/text.h"
 #include "sim/instrument.h"
+#include "storage/photogrammetry_job.h"
 
 namespace host {
 namespace {
@@ -51,7 +51,8 @@ std::vector<float> LinearLight(const CDibEx& picture, int& width, int& height) {
     const BYTE* bits = picture.m_imageBits + size_t(row) * stride;
     for (int x = 0; x < width; ++x) {
       const BYTE* p = bits + 3 * x;
-      light[size_t(y) * size_t(width) + size_t(x)] = 0.3f * lin5[p[0]] + 0.59f * lin6[p[1]] + 0.11f * lin5[p[2]];
+      light[size_t(y) * size_t(width) + size_t(x)] =
+          0.3f * lin5[p[0]] + 0.59f * lin6[p[1]] + 0.11f * lin5[p[2]];
     }
   }
   return light;
@@ -65,7 +66,8 @@ std::vector<float> LinearLight(const CDibEx& picture, int& width, int& height) {
 bool SensorGuess(CCaptureWnd& view, const sim::Target& t, double& px, double& py) {
   double sx = 0, sy = 0;
   int visible = 0;
-  if (view.XYZtoScr(t.y, t.x, t.z, sx, sy, visible) != 1 || !visible) return false;  // pipeline axes
+  if (view.XYZtoScr(t.y, t.x, t.z, sx, sy, visible) != 1 || !visible)
+    return false;  // pipeline axes
   CPoint screen{int(sx), int(sy)};
   view.ClientToScreen(&screen);
   CRect client;
@@ -112,8 +114,10 @@ struct Measured {
 // Measures every board in the picture that no other board crowds and that
 // lies inside the picture: its centre by the board's point symmetry, freed
 // of the lens distortion.
-Measured MeasureBoards(const std::vector<Board>& boards, const photogrammetry::BoardImage& image,
-                       const std::vector<std::wstring>& stations, const CCamera& camera) {
+Measured MeasureBoards(const std::vector<Board>& boards,
+                       const photogrammetry::BoardImage& image,
+                       const std::vector<std::wstring>& stations,
+                       const CCamera& camera) {
   Measured m;
   for (const Board& b : boards) {
     const std::wstring& name = b.target->name;
@@ -126,7 +130,8 @@ Measured MeasureBoards(const std::vector<Board>& boards, const photogrammetry::B
       if (&o != &b && gap < b.half + o.half + 3) crowded = true;
     }
     double x = 0, y = 0;
-    if (crowded || !photogrammetry::FindBoardCentre(image, b.x, b.y, b.half, kReach, x, y)) continue;
+    if (crowded || !photogrammetry::FindBoardCentre(image, b.x, b.y, b.half, kReach, x, y))
+      continue;
     RemoveDistortion(camera, x, y);
     CXYZ p(CString(name.c_str()), x, y, 0.0);
     m.image.Add(p);
@@ -137,8 +142,8 @@ Measured MeasureBoards(const std::vector<Board>& boards, const photogrammetry::B
 }  // namespace
 
 bool Session::IsProjectStep(const std::string& verb) {
-  return verb == "boards" || verb == "station" || verb == "project-new" || verb == "project-photo" ||
-         verb == "project-solve";
+  return verb == "boards" || verb == "station" || verb == "project-new" ||
+         verb == "project-photo" || verb == "project-solve";
 }
 
 StepResult Session::RunProjectStep(const Step& step) {
@@ -193,8 +198,12 @@ StepResult Session::Boards(const Step& step) {
   scene.set_ground_z(ground);
   instrument_->SetScene(scene);
   Wait(1);
-  return {true, FormatA("%d boards of %.3f m from centre to edge, ground at %.3f m, %d stations", targets.GetSize(),
-                        half, ground, int(stations_.size()))};
+  return {true,
+          FormatA("%d boards of %.3f m from centre to edge, ground at %.3f m, %d stations",
+                  targets.GetSize(),
+                  half,
+                  ground,
+                  int(stations_.size()))};
 }
 
 // Sets the instrument up on another station: the simulator's position and
@@ -212,8 +221,13 @@ StepResult Session::MoveToStation(const Step& step) {
   const sim::StationState state = s.State();
   const bool ok = state.x == station_.X && state.y == station_.Y && state.z == station_.Z &&
                   state.instrument_height == instrument_height_;
-  return {ok, FormatA("station %s at (%.3f, %.3f, %.3f), instrument height %.3f m", step.args[0].c_str(), state.x,
-                      state.y, state.z, state.instrument_height)};
+  return {ok,
+          FormatA("station %s at (%.3f, %.3f, %.3f), instrument height %.3f m",
+                  step.args[0].c_str(),
+                  state.x,
+                  state.y,
+                  state.z,
+                  state.instrument_height)};
 }
 
 // Creates the project in the instrument's memory with the site's control
@@ -221,7 +235,9 @@ StepResult Session::MoveToStation(const Step& step) {
 StepResult Session::ProjectNew(const Step& step) {
   PointArray control = PointsCoded(L"CTRL");
   if (control.GetSize() < 6) {
-    return {false, FormatA("the site has %d control points (code CTRL); a DLT needs six", control.GetSize())};
+    return {
+        false,
+        FormatA("the site has %d control points (code CTRL); a DLT needs six", control.GetSize())};
   }
   auto project = std::make_unique<CProject>();
   const std::wstring name = platform::Utf8ToWide(step.args[0]);
@@ -230,18 +246,23 @@ StepResult Session::ProjectNew(const Step& step) {
   // The camera the image coordinates are freed of lens distortion with.
   if (!project->SetCamera(view_->m_Camera)) return {false, "cannot write the camera file"};
   project_ = std::move(project);
-  return {true, FormatA("project %s in %s with %d control points", step.args[0].c_str(),
-                        Utf8(project_->GetFolder()).c_str(), control.GetSize())};
+  return {true,
+          FormatA("project %s in %s with %d control points",
+                  step.args[0].c_str(),
+                  Utf8(project_->GetFolder()).c_str(),
+                  control.GetSize())};
 }
 
 // Grabs the wide camera's picture, measures the boards it shows and adds it
 // to the project with their image coordinates.
 StepResult Session::ProjectPhoto() {
   if (!project_) return {false, "no project: run project-new first"};
-  if (view_->GetCurCamera() != kWide) return {false, "project-photo takes the wide camera's picture (camera 1)"};
+  if (view_->GetCurCamera() != kWide)
+    return {false, "project-photo takes the wide camera's picture (camera 1)"};
   CDibEx picture;
   view_->GetCapture(picture);
-  if (!picture.m_infoHeader || !picture.m_imageBits) return {false, "the picture could not be grabbed"};
+  if (!picture.m_infoHeader || !picture.m_imageBits)
+    return {false, "the picture could not be grabbed"};
   int width = 0, height = 0;
   const std::vector<float> light = LinearLight(picture, width, height);
 
@@ -268,16 +289,20 @@ StepResult Session::ProjectPhoto() {
   const int added = photogrammetry::AddMeasuredPhoto(*project_, jpeg, size, m.image, photo);
   DeleteFileW(jpeg);
   if (!added) return {false, "cannot add the photograph to the project"};
-  return {true, FormatA("photo %s: %d of %d boards in view measured (others crowded or at the edge), "
-                        "corrected for lens distortion",
-                        Utf8(photo).c_str(), m.image.GetSize(), m.in_view)};
+  return {true,
+          FormatA("photo %s: %d of %d boards in view measured (others crowded or at the edge), "
+                  "corrected for lens distortion",
+                  Utf8(photo).c_str(),
+                  m.image.GetSize(),
+                  m.in_view)};
 }
 
 // Solves every photograph's DLT, intersects the other points and compares
 // the check targets (code TGT) with their known coordinates.
 StepResult Session::ProjectSolve(const Step& step) {
   if (!project_) return {false, "no project: run project-new first"};
-  const int min_controls = step.args.empty() ? kDefaultMinControls : std::atoi(step.args[0].c_str());
+  const int min_controls =
+      step.args.empty() ? kDefaultMinControls : std::atoi(step.args[0].c_str());
   PointArray check = PointsCoded(L"TGT");
   photogrammetry::JobReport report;
   if (!photogrammetry::SolvePhotogrammetryJob(*project_, &check, report, min_controls)) {
@@ -286,19 +311,25 @@ StepResult Session::ProjectSolve(const Step& step) {
   for (const std::string& line : report.Lines()) std::printf("    %s\n", line.c_str());
   std::string faults;  // check targets missing or off by more than the tolerance
   for (const CXYZ& truth : check) {
-    auto it = std::find_if(report.points.begin(), report.points.end(),
-                           [&](const photogrammetry::JobPoint& r) { return r.point.Name == truth.Name; });
+    auto it = std::find_if(
+        report.points.begin(), report.points.end(), [&](const photogrammetry::JobPoint& r) {
+          return r.point.Name == truth.Name;
+        });
     const std::string name = Utf8(truth.Name.c_str());
     if (it == report.points.end()) {
       faults += (faults.empty() ? "" : ", ") + name + " not intersected";
     } else if (!(it->Error() <= kCheckTolerance)) {
-      faults += (faults.empty() ? "" : ", ") + FormatA("%s off by %.1f mm", name.c_str(), it->Error() * 1000.0);
+      faults += (faults.empty() ? "" : ", ") +
+                FormatA("%s off by %.1f mm", name.c_str(), it->Error() * 1000.0);
     }
   }
-  std::string summary = FormatA("%d of %d photos solved, %d points intersected", report.SolvedPhotos(),
-                                int(report.photos.size()), int(report.points.size()));
+  std::string summary = FormatA("%d of %d photos solved, %d points intersected",
+                                report.SolvedPhotos(),
+                                int(report.photos.size()),
+                                int(report.points.size()));
   if (check.GetSize() > 0 && report.WorstError() >= 0.0) {
-    summary += FormatA(", %d check targets, worst %.1f mm", check.GetSize(), report.WorstError() * 1000.0);
+    summary +=
+        FormatA(", %d check targets, worst %.1f mm", check.GetSize(), report.WorstError() * 1000.0);
   }
   if (!faults.empty()) summary += FormatA("; beyond %.0f mm: ", kCheckTolerance * 1000.0) + faults;
   return {faults.empty() && report.SolvedPhotos() > 0, summary};

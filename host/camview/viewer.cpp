@@ -33,15 +33,24 @@ namespace {
 // Keys of the view (KeyControl) by SDL key.
 UINT ViewKey(SDL_Keycode key) {
   switch (key) {
-    case SDLK_LEFT: return 37;
-    case SDLK_UP: return 38;
-    case SDLK_RIGHT: return 39;
-    case SDLK_DOWN: return 40;
-    case SDLK_1: return 49;
-    case SDLK_2: return 50;
-    case SDLK_3: return 51;
-    case SDLK_9: return 57;
-    default: return 0;
+    case SDLK_LEFT:
+      return 37;
+    case SDLK_UP:
+      return 38;
+    case SDLK_RIGHT:
+      return 39;
+    case SDLK_DOWN:
+      return 40;
+    case SDLK_1:
+      return 49;
+    case SDLK_2:
+      return 50;
+    case SDLK_3:
+      return 51;
+    case SDLK_9:
+      return 57;
+    default:
+      return 0;
   }
 }
 
@@ -82,19 +91,27 @@ int RunViewer(const Options& options) {
     return 1;
   }
   platform::Framebuffer& screen = platform::Screen();
-  SDL_Window* window = SDL_CreateWindow("camview", SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED,
-                                        screen.width * options.scale, screen.height * options.scale, 0);
+  SDL_Window* window = SDL_CreateWindow("camview",
+                                        SDL_WINDOWPOS_CENTERED,
+                                        SDL_WINDOWPOS_CENTERED,
+                                        screen.width * options.scale,
+                                        screen.height * options.scale,
+                                        0);
   SDL_Renderer* renderer = window ? SDL_CreateRenderer(window, -1, SDL_RENDERER_SOFTWARE) : nullptr;
-  SDL_Texture* texture = renderer ? SDL_CreateTexture(renderer, SDL_PIXELFORMAT_RGB888, SDL_TEXTUREACCESS_STREAMING,
-                                                      screen.width, screen.height)
+  SDL_Texture* texture = renderer ? SDL_CreateTexture(renderer,
+                                                      SDL_PIXELFORMAT_RGB888,
+                                                      SDL_TEXTUREACCESS_STREAMING,
+                                                      screen.width,
+                                                      screen.height)
                                   : nullptr;
   if (!texture) {
     std::fprintf(stderr, "camview: cannot open a window: %s\n", SDL_GetError());
     SDL_Quit();
     return 1;
   }
-  std::printf("camview viewer: arrows 1 2 3 9 go to the view; W A S D turn, O offset, C corner, "
-              "M measured, N no mode, F freeze, J save JPEG, P screenshot, Q quit; click taps\n");
+  std::printf(
+      "camview viewer: arrows 1 2 3 9 go to the view; W A S D turn, O offset, C corner, "
+      "M measured, N no mode, F freeze, J save JPEG, P screenshot, Q quit; click taps\n");
   std::fflush(stdout);
   Uint32 last = SDL_GetTicks();
   Uint32 message_until = 0;
@@ -106,8 +123,9 @@ int RunViewer(const Options& options) {
     while (SDL_PollEvent(&event)) {
       if (event.type == SDL_QUIT) running = false;
       if (event.type == SDL_MOUSEBUTTONDOWN && event.button.button == SDL_BUTTON_LEFT) {
-        RunStep(session, "tap " + std::to_string(event.button.x / options.scale) + " " +
-                             std::to_string(event.button.y / options.scale));
+        RunStep(session,
+                "tap " + std::to_string(event.button.x / options.scale) + " " +
+                    std::to_string(event.button.y / options.scale));
       }
       if (event.type != SDL_KEYDOWN) continue;
       SDL_Keycode key = event.key.keysym.sym;
@@ -151,7 +169,8 @@ int RunViewer(const Options& options) {
       messages_seen = session.messages().size();
       message_until = now + 3000;
     }
-    if (now < message_until && !session.messages().empty()) DrawMessage(shown, session.messages().back());
+    if (now < message_until && !session.messages().empty())
+      DrawMessage(shown, session.messages().back());
     SDL_UpdateTexture(texture, nullptr, shown.pixels.data(), shown.width * 4);
     SDL_RenderClear(renderer);
     SDL_RenderCopy(renderer, texture, nullptr, nullptr);

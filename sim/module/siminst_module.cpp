@@ -6,10 +6,10 @@
 #include <mutex>
 
 #include "camera/camera.h"
+#include "camera/vkr3za_calib.h"
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
 #include "devices/eeprom_module.h"
-#include "camera/vkr3za_calib.h"
 #include "platform/device.h"
 #include "platform/modules.h"
 #include "sim/calibration_memory.h"
@@ -34,7 +34,6 @@ std::shared_ptr<sim::Instrument> Current() {
   std::lock_guard lock(Lock());
   return TheInstrument();
 }
-
 
 }  // namespace
 
@@ -83,7 +82,8 @@ SIMINST_EXPORT int SimInstSetAngles(double v, double h) {
   return 1;
 }
 
-SIMINST_EXPORT int SimInstAddTarget(const wchar_t* name, double x, double y, double z, double half_size) {
+SIMINST_EXPORT int SimInstAddTarget(
+    const wchar_t* name, double x, double y, double z, double half_size) {
   auto instrument = Current();
   if (!instrument || !(half_size > 0.0)) return 0;
   sim::Target target;
@@ -108,7 +108,8 @@ SIMINST_EXPORT int SimInstClearTargets() {
 SIMINST_EXPORT int SimInstSetLighting(int lighting) {
   auto instrument = Current();
   if (!instrument || lighting < 0 || lighting > 2) return 0;
-  const sim::Lighting values[] = {sim::Lighting::kNormal, sim::Lighting::kDark, sim::Lighting::kBright};
+  const sim::Lighting values[] = {
+      sim::Lighting::kNormal, sim::Lighting::kDark, sim::Lighting::kBright};
   instrument->SetLighting(values[lighting]);
   return 1;
 }
@@ -128,7 +129,8 @@ SIMINST_EXPORT int SimInstStoreCalibration(const CCamera* camera, const VKR3ZA_C
   return sim::WriteCalibrationToMemory(c) ? 1 : 0;
 }
 
-SIMINST_EXPORT int SimInstTeleSensorPoint(double x, double y, double z, double* sensor_x, double* sensor_y) {
+SIMINST_EXPORT int SimInstTeleSensorPoint(
+    double x, double y, double z, double* sensor_x, double* sensor_y) {
   auto instrument = Current();
   if (!instrument || !sensor_x || !sensor_y) return 0;
   auto seen = instrument->TeleSensorPoint(x, y, z);

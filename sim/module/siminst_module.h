@@ -41,7 +41,8 @@ using SimInstSetStationFn = int (*)(double x, double y, double z, double height)
 using SimInstSetAnglesFn = int (*)(double v, double h);
 // Adds a target board named `name` centred on (x, y, z), half its side
 // `half_size` metres; a null name is an unnamed board.
-using SimInstAddTargetFn = int (*)(const wchar_t* name, double x, double y, double z, double half_size);
+using SimInstAddTargetFn =
+    int (*)(const wchar_t* name, double x, double y, double z, double half_size);
 using SimInstClearTargetsFn = int (*)();
 // 0 normal, 1 dark, 2 bright.
 using SimInstSetLightingFn = int (*)(int lighting);
@@ -56,6 +57,7 @@ using SimInstStoreCalibrationFn = int (*)(const CCamera* camera, const VKR3ZA_CA
 // Where the tele camera sees the point (x, y, z) (survey axes, metres) at the
 // present pose, in continuous sensor pixels (pixel i spans [i, i+1)); 0 when
 // the point is behind the telescope.
-using SimInstTeleSensorPointFn = int (*)(double x, double y, double z, double* sensor_x, double* sensor_y);
+using SimInstTeleSensorPointFn =
+    int (*)(double x, double y, double z, double* sensor_x, double* sensor_y);
 
 }  // extern "C"

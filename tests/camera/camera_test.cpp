@@ -3,11 +3,10 @@
 #include "camera/camera.h"
 
 #include <gtest/gtest.h>
-
-#include <string>
-
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <string>
 
 #include "platform/file.h"
 #include "tests/support/test_support.h"
@@ -32,7 +31,9 @@ class CameraFile : public testing_support::DeviceTest {
     c.Dist.AddDist(1.5, -0.007572);
     return c;
   }
-  void WriteDevice(const wchar_t* path, const std::string& text) { WriteHostFile(Host(path), text); }
+  void WriteDevice(const wchar_t* path, const std::string& text) {
+    WriteHostFile(Host(path), text);
+  }
 };
 
 TEST_F(CameraFile, WriteThenReadGivesTheSameCamera) {
@@ -91,8 +92,7 @@ TEST_F(CameraFile, ExactBytes) {
   EXPECT_EQ(ReadHostFile(Host(L"\\exact.cmr")), expected);
 }
 
-const char kHead[] =
-    "8.5\n0.1\n-0.2\n2\n4\n1e-3\n2e-4\n3e-5\n4e-6\n0.0056\n0.0055\n";
+const char kHead[] = "8.5\n0.1\n-0.2\n2\n4\n1e-3\n2e-4\n3e-5\n4e-6\n0.0056\n0.0055\n";
 
 TEST_F(CameraFile, RadialTableIsOptional) {
   WriteDevice(L"\\a.cmr", std::string(kHead) + "0\n");

@@ -25,7 +25,11 @@ System Manufactured(int m, int n, unsigned seed, double noise, std::vector<doubl
   std::mt19937 rng(seed);
   std::uniform_real_distribution<double> u(-2.0, 2.0);
   std::normal_distribution<double> e(0.0, noise > 0 ? noise : 1.0);
-  System s{m, n, std::vector<double>(size_t(m * n)), std::vector<double>(size_t(m)), std::vector<double>(size_t(m), 1.0)};
+  System s{m,
+           n,
+           std::vector<double>(size_t(m * n)),
+           std::vector<double>(size_t(m)),
+           std::vector<double>(size_t(m), 1.0)};
   truth->resize(size_t(n));
   for (double& x : *truth) x = u(rng);
   for (int k = 0; k < m; ++k) {
@@ -105,7 +109,8 @@ TEST(LeastSq, ExactSystemsAreSolvedByEverySolver) {
       ASSERT_NE(ls.GetBcor(0), truth[0]);
       ASSERT_EQ((ls.*solver.solve)(), 1) << solver.name << " n=" << n;
       for (int j = 0; j < n; ++j)  // well-conditioned random data: near machine precision
-        EXPECT_NEAR(ls.GetBcor(j), truth[size_t(j)], 1e-10) << solver.name << " n=" << n << " j=" << j;
+        EXPECT_NEAR(ls.GetBcor(j), truth[size_t(j)], 1e-10)
+            << solver.name << " n=" << n << " j=" << j;
     }
   }
 }
@@ -290,7 +295,8 @@ TEST_F(LeastSqDevice, WritesMarkedMatrix) {
   singular.SetNoeq(0, 1, -3.0);
   singular.SetNoeq(1, 1, 2.0);
   ASSERT_EQ(singular.SaveErrorNoeqStatus(2, 2), 1);
-  EXPECT_EQ(ReadHostFile(Host(L"\\Noeq.txt")), "Col:2 Row:2\n*0.0e+00 -3.0e+00 \n0.0e+00 #2.0e+00 \n");
+  EXPECT_EQ(ReadHostFile(Host(L"\\Noeq.txt")),
+            "Col:2 Row:2\n*0.0e+00 -3.0e+00 \n0.0e+00 #2.0e+00 \n");
 }
 
 }  // namespace

@@ -65,7 +65,8 @@ TEST_F(OrientFileTest, WriteThenReadGivesTheValuesBack) {
   ASSERT_EQ(calib_.Write(L"\\orient.txt"), 1);
   std::string text = ReadHostFile(Host(L"\\orient.txt"));
   EXPECT_NE(text.find("-241.000000\t// CCD1 CENTER Y\r\n"), std::string::npos);
-  EXPECT_NE(text.find("85.943669\t// CCD2 OFFSET KAPPA\r\n"), std::string::npos);  // 1.5 rad in degrees
+  EXPECT_NE(text.find("85.943669\t// CCD2 OFFSET KAPPA\r\n"),
+            std::string::npos);  // 1.5 rad in degrees
   VKR3ZA_CALIB back;
   ASSERT_EQ(back.Read(L"\\orient.txt"), 1);
   EXPECT_EQ(back.Ccd1CenterX, 318);
@@ -90,7 +91,8 @@ TEST_F(OrientFileTest, WriteThenReadGivesTheValuesBack) {
 }
 
 TEST_F(OrientFileTest, HeaderIsTrimmedButCaseSensitive) {
-  std::string body = std::string(kDefaults).substr(std::string("VKR3ZA_ORIENT_FILEVER1.0\r\n").size());
+  std::string body =
+      std::string(kDefaults).substr(std::string("VKR3ZA_ORIENT_FILEVER1.0\r\n").size());
   WriteOrient("  VKR3ZA_ORIENT_FILEVER1.0 \t\r\n" + body);
   EXPECT_EQ(calib_.Read(L"\\orient.txt"), 1);
   WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\n" + body);
@@ -107,8 +109,9 @@ TEST_F(OrientFileTest, HeaderIsTrimmedButCaseSensitive) {
 }
 
 TEST_F(OrientFileTest, CentresTruncateTowardZero) {
-  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n321.9\t// CCD1 CENTER X\r\n-0.5\r\n-7.99\r\n1e2\r\n"
-              "1\r\n2\r\n3\r\n90\r\n-45\r\n180\r\n");
+  WriteOrient(
+      "VKR3ZA_ORIENT_FILEVER1.0\r\n321.9\t// CCD1 CENTER X\r\n-0.5\r\n-7.99\r\n1e2\r\n"
+      "1\r\n2\r\n3\r\n90\r\n-45\r\n180\r\n");
   ASSERT_EQ(calib_.Read(L"\\orient.txt"), 1);
   EXPECT_EQ(calib_.Ccd1CenterX, 321);
   EXPECT_EQ(calib_.Ccd1CenterY, 0);
@@ -137,14 +140,16 @@ TEST_F(OrientFileTest, EmptyOrBlankValueLinesFail) {
   EXPECT_EQ(boxes_.LastText(), Shown(6));
   EXPECT_EQ(calib_.Ccd1CenterX, 301);
   EXPECT_EQ(calib_.Ccd2CenterX, 320);
-  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n302\r\n  \t\r\n");  // blanks only: end of input for the scan
+  WriteOrient(
+      "VKR3ZA_ORIENT_FILEVER1.0\r\n302\r\n  \t\r\n");  // blanks only: end of input for the scan
   EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
   EXPECT_EQ(boxes_.size(), 2u);
 }
 
 TEST_F(OrientFileTest, TextThatIsNoNumberRepeatsThePreviousValue) {
-  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n311.5\r\nabc\r\n1\r\n2\r\n7.25\r\nxyz\t// comment\r\n9\r\n"
-              "0\r\n0\r\n0\r\n");
+  WriteOrient(
+      "VKR3ZA_ORIENT_FILEVER1.0\r\n311.5\r\nabc\r\n1\r\n2\r\n7.25\r\nxyz\t// comment\r\n9\r\n"
+      "0\r\n0\r\n0\r\n");
   ASSERT_EQ(calib_.Read(L"\\orient.txt"), 1);
   EXPECT_EQ(calib_.Ccd1CenterY, 311);  // the value of the line before
   EXPECT_EQ(calib_.Ccd2Offset.Y, 7.25);

@@ -45,7 +45,8 @@ struct SobelResult {
   unsigned mean;
 };
 
-SobelResult SobelReference(const Image& src, std::vector<uint32_t> dst, int w, int h, int margin, unsigned t) {
+SobelResult SobelReference(
+    const Image& src, std::vector<uint32_t> dst, int w, int h, int margin, unsigned t) {
   unsigned count = 0, sum = 0;
   for (int y = margin; y < h - margin; ++y)
     for (int x = margin; x < w - margin; ++x) {
@@ -112,7 +113,8 @@ void ThinningReference(Image& img, int rows, int cols, int m) {
 // ---- median -----------------------------------------------------------------
 
 TEST(Median, MatchesReferenceOnOddSizes) {
-  const int sizes[][2] = {{7, 5}, {13, 9}, {33, 17}, {37, 41}, {97, 31}, {640, 11}, {531, 6}, {1033, 9}};
+  const int sizes[][2] = {
+      {7, 5}, {13, 9}, {33, 17}, {37, 41}, {97, 31}, {640, 11}, {531, 6}, {1033, 9}};
   unsigned seed = 1;
   for (int window : {3, 5}) {
     for (const auto& s : sizes) {
@@ -124,8 +126,11 @@ TEST(Median, MatchesReferenceOnOddSizes) {
         Image dst = init;
         CMedian median;
         median.SetParam(window);
-        ASSERT_EQ(median.Median_Fliter(const_cast<uint8_t*>(src.data()), dst.data(), CSize(w, h), margin), 1);
-        EXPECT_EQ(dst, MedianReference(src, init, w, h, window, margin)) << window << " " << w << "x" << h << " m" << margin;
+        ASSERT_EQ(
+            median.Median_Fliter(const_cast<uint8_t*>(src.data()), dst.data(), CSize(w, h), margin),
+            1);
+        EXPECT_EQ(dst, MedianReference(src, init, w, h, window, margin))
+            << window << " " << w << "x" << h << " m" << margin;
       }
     }
   }
@@ -159,7 +164,8 @@ TEST(Sobel, MatchesReferenceOnOddSizes) {
         const SobelResult ref = SobelReference(src, dst, w, h, margin, t);
         CSobel sobel;
         sobel.SetParam(t);
-        EXPECT_EQ(sobel.Sobel(const_cast<uint8_t*>(src.data()), dst.data(), CSize(w, h), margin), ref.ok);
+        EXPECT_EQ(sobel.Sobel(const_cast<uint8_t*>(src.data()), dst.data(), CSize(w, h), margin),
+                  ref.ok);
         EXPECT_EQ(dst, ref.dst) << w << "x" << h << " t" << t;
         if (ref.ok) {
           EXPECT_EQ(sobel.GetMeanStrength(), ref.mean);
@@ -275,8 +281,8 @@ TEST(Thinning, EndPointsAndIsolatedPixelsStay) {
 TEST(Thinning, ThresholdBinarisesStrictlyAboveOverTheWholeImage) {
   const int rows = 4, cols = 5;
   std::vector<uint32_t> strength(20, 100);
-  strength[0] = 101;   // corner pixel, inside the margin: binarised too
-  strength[7] = 100;   // equal: not foreground
+  strength[0] = 101;  // corner pixel, inside the margin: binarised too
+  strength[7] = 100;  // equal: not foreground
   Image img(20, 0);
   CThinning().Thinning(strength.data(), img.data(), CSize(rows, cols), 1, 100);
   EXPECT_EQ(img[0], 255);

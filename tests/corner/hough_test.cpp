@@ -1,14 +1,14 @@
 // CHough on drawn binary lines: the peak sits at the drawn line's cell, each
 // line gives one peak (also across theta = 0 / pi), segments end where the
 // drawing does and split at gaps.
+#include "corner/hough.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <vector>
-
-#include "corner/hough.h"
 
 namespace {
 
@@ -55,12 +55,14 @@ TEST(Hough, PeakOfOneLineIsAtItsNormalForm) {
   const double want_rho = 10 * std::cos(want_theta) + 20 * std::sin(want_theta);
   EXPECT_NEAR(theta, want_theta, 1.0 * kPi / 180);  // one theta step
   EXPECT_NEAR(rho, want_rho, 1.0);                  // one rho cell
-  EXPECT_GE(votes, 60);  // most of the 71 pixels
+  EXPECT_GE(votes, 60);                             // most of the 71 pixels
   ASSERT_EQ(d.segs.GetSize(), 1);
   const CLineSeg& s = d.segs[0];
   // The ends lie at the drawing's ends, within the pixel rounding.
-  const double e1 = std::min(std::hypot(s.m_dX1 - 10, s.m_dY1 - 20), std::hypot(s.m_dX2 - 10, s.m_dY2 - 20));
-  const double e2 = std::min(std::hypot(s.m_dX1 - 80, s.m_dY1 - 60), std::hypot(s.m_dX2 - 80, s.m_dY2 - 60));
+  const double e1 =
+      std::min(std::hypot(s.m_dX1 - 10, s.m_dY1 - 20), std::hypot(s.m_dX2 - 10, s.m_dY2 - 20));
+  const double e2 =
+      std::min(std::hypot(s.m_dX1 - 80, s.m_dY1 - 60), std::hypot(s.m_dX2 - 80, s.m_dY2 - 60));
   EXPECT_LT(e1, 1.5);
   EXPECT_LT(e2, 1.5);
   EXPECT_NEAR(s.Length(), std::hypot(70.0, 40.0), 2.0);

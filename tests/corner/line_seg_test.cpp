@@ -1,13 +1,13 @@
 // CLineSeg: normal form from end points against hand-worked lines, fits of
 // exact and noisy points, crossings, angles across theta = 0 / pi.
+#include "corner/line_seg.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
-
-#include "corner/line_seg.h"
 
 namespace {
 
@@ -46,8 +46,8 @@ TEST(LineSeg, SetLineFoldsThetaAndProjectsTheEnds) {
 }
 
 TEST(LineSeg, CrossingsAndParallels) {
-  CLineSeg a(0, 2, 10, 2);       // y = 2
-  CLineSeg b(7, -5, 7, 5);       // x = 7
+  CLineSeg a(0, 2, 10, 2);  // y = 2
+  CLineSeg b(7, -5, 7, 5);  // x = 7
   double x = -1, y = -1;
   ASSERT_EQ(a.Intersect(b, x, y), 1);
   EXPECT_NEAR(x, 7.0, 1e-12);
@@ -77,8 +77,8 @@ TEST(LineSeg, AnglesAcrossTheFold) {
 
 TEST(LineSeg, IsNearMeasuresBeyondTheEnds) {
   CLineSeg s(0, 0, 10, 0);
-  EXPECT_EQ(s.IsNear(5, 3, 0), 1);    // beside the middle: on the segment
-  EXPECT_EQ(s.IsNear(12, 0, 2), 1);   // 2 beyond end 2
+  EXPECT_EQ(s.IsNear(5, 3, 0), 1);   // beside the middle: on the segment
+  EXPECT_EQ(s.IsNear(12, 0, 2), 1);  // 2 beyond end 2
   EXPECT_EQ(s.IsNear(12.5, 0, 2), 0);
   EXPECT_EQ(s.IsNear(-1.5, 0, 2), 1);
   EXPECT_EQ(s.IsNear(-2.5, 0, 2), 0);

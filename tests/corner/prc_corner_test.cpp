@@ -1,12 +1,13 @@
 // CPrcCorner on rendered pictures whose corners are known to sub-pixel
 // precision: turned squares, a checkerboard junction, noise; and pictures
 // without corners: a plain area, a shaded area, a stripe, a single edge.
+#include "corner/prc_corner.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
 
-#include "corner/prc_corner.h"
 #include "image/dib_ex.h"
 #include "tests/corner/synthetic.h"
 
@@ -23,7 +24,8 @@ struct Found {
 
 Found Search(CPrcCorner& finder, const Grey& g, int tap_x, int tap_y) {
   Found f;
-  f.ok = finder.FindCorner(g.pixels.data(), CSize(g.width, g.height), CPoint(tap_x, tap_y), f.x, f.y);
+  f.ok =
+      finder.FindCorner(g.pixels.data(), CSize(g.width, g.height), CPoint(tap_x, tap_y), f.x, f.y);
   return f;
 }
 
@@ -37,7 +39,10 @@ TEST(PrcCorner, FindsTheCornersOfTurnedSquaresToSubPixel) {
   int found = 0, trials = 0;
   double worst = 0.0, sum = 0.0;
   for (int trial = 0; trial < 60; ++trial) {
-    Square sq{kW / 2 + unit(rng) * 10 - 5, kH / 2 + unit(rng) * 10 - 5, 60 + unit(rng) * 40, unit(rng) * kPi / 2};
+    Square sq{kW / 2 + unit(rng) * 10 - 5,
+              kH / 2 + unit(rng) * 10 - 5,
+              60 + unit(rng) * 40,
+              unit(rng) * kPi / 2};
     const Grey g = Render(kW, kH, 205, 40, [&](double x, double y) { return sq.Inside(x, y); });
     const Pt c = sq.Corner(trial % 4);
     const double r = 20 * std::sqrt(unit(rng)), a = unit(rng) * 2 * kPi;
@@ -79,7 +84,9 @@ TEST(PrcCorner, PicksTheCornerNearestToTheTap) {
   CPrcCorner finder;
   for (int k = 0; k < 4; ++k) {
     const Pt c = sq.Corner(k);
-    const Found f = Search(finder, g, int(std::lround(c.x + (c.x - sq.cx) * 0.3)),
+    const Found f = Search(finder,
+                           g,
+                           int(std::lround(c.x + (c.x - sq.cx) * 0.3)),
                            int(std::lround(c.y + (c.y - sq.cy) * 0.3)));
     ASSERT_EQ(f.ok, 1) << k;
     EXPECT_LT(std::hypot(f.x - c.x, f.y - c.y), 0.5) << k;

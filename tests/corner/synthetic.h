@@ -26,7 +26,8 @@ struct Grey {
 };
 
 // Renders inside(x, y) -> true as `dark` over `light`, 8 x 8 samples a pixel.
-inline Grey Render(int width, int height, int light, int dark, const std::function<bool(double, double)>& inside) {
+inline Grey Render(
+    int width, int height, int light, int dark, const std::function<bool(double, double)>& inside) {
   Grey g{width, height, std::vector<uint8_t>(size_t(width) * size_t(height))};
   constexpr int kSub = 8;
   for (int j = 0; j < height; ++j) {

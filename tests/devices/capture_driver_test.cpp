@@ -29,7 +29,9 @@ class CodedSource : public devices::FrameSource {
       for (int x = 0; x < devices::kFrameWidth; ++x)
         pixels[y * devices::kFrameWidth + x] = Code(x, y, request.camera);
   }
-  static uint16_t Code(int x, int y, int camera) { return uint16_t((y * 640 + x) * 7 + camera * 3); }
+  static uint16_t Code(int x, int y, int camera) {
+    return uint16_t((y * 640 + x) * 7 + camera * 3);
+  }
   devices::FrameRequest last;
   int renders = 0;
 };
@@ -43,9 +45,11 @@ class CaptureDriverTest : public testing_support::DeviceTest {
     source_ = std::make_shared<CodedSource>();
     devices::SetFrameSource(source_);
     handles_before_ = platform::LiveHandles();
-    device_ = CreateFileW(L"CAP0:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    device_ =
+        CreateFileW(L"CAP0:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(device_, INVALID_HANDLE_VALUE);
-    ASSERT_TRUE(Ioctl(IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&event_)));
+    ASSERT_TRUE(
+        Ioctl(IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&event_)));
   }
   void TearDown() override {
     if (device_) CloseHandle(device_);
@@ -66,7 +70,8 @@ class CaptureDriverTest : public testing_support::DeviceTest {
   }
   std::vector<uint16_t> FullFrame() {
     std::vector<uint16_t> frame(640 * 480);
-    EXPECT_TRUE(Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 0, frame.data(), DWORD(frame.size() * 2)));
+    EXPECT_TRUE(
+        Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 0, frame.data(), DWORD(frame.size() * 2)));
     return frame;
   }
 
@@ -91,7 +96,7 @@ TEST_F(CaptureDriverTest, RecordsArriveByteForByteWithInputSizeZero) {
   EXPECT_EQ(std::memcmp(log[1].input.data(), start_bytes, 12), 0);
   ASSERT_EQ(log[2].input.size(), 52u);
   EXPECT_EQ(std::memcmp(log[2].input.data(), &disp, 52), 0);
-  EXPECT_EQ(log[2].input[8], 100);   // SrcRect.left
+  EXPECT_EQ(log[2].input[8], 100);        // SrcRect.left
   EXPECT_EQ(log[2].input[24 + 8], 0x3F);  // DstRect.right 319 = 0x13F
   EXPECT_EQ(log[2].input[40], 0x40);
   EXPECT_TRUE(cap::IsRunning());
@@ -166,7 +171,7 @@ TEST_F(CaptureDriverTest, RectangleReadGivesThePictureAsDisplayed) {
 TEST_F(CaptureDriverTest, PaintsOnlyKeyColouredPixelsInsideTheDestination) {
   platform::Framebuffer screen;
   screen.Resize(40, 30, 0x404040);
-  screen.At(5, 5) = 0x00FF0000;  // an overlay pixel
+  screen.At(5, 5) = 0x00FF0000;                              // an overlay pixel
   ASSERT_TRUE(Display({100, 200, 119, 209}, {0, 0, 9, 4}));  // 20 x 10 sensor into 10 x 5
   ASSERT_TRUE(Start(1, 0, 0));
   cap::Paint(screen);
@@ -206,10 +211,12 @@ TEST_F(CaptureDriverTest, EveryRequestCanBeFailed) {
   EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_RECT, &rect, 1, frame.data(), 32));
   HANDLE other = nullptr;
   platform::fault::Arm("cap.event");
-  EXPECT_FALSE(Ioctl(IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&other)));
+  EXPECT_FALSE(
+      Ioctl(IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&other)));
   EXPECT_EQ(other, nullptr);
   platform::fault::Arm("cap.open");
-  EXPECT_EQ(CreateFileW(L"CAP0:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(CreateFileW(L"CAP0:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr),
+            INVALID_HANDLE_VALUE);
   platform::fault::Arm("cap.open", 0, 1, /*code=*/1);
   EXPECT_EQ(CreateFileW(L"CAP0:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr), nullptr);
   EXPECT_EQ(cap::OpenInstances(), 1);
@@ -227,9 +234,17 @@ TEST(CaptureTestPattern, MovesFromFrameToFrameAndFollowsBrightness) {
   devices::SetFrameSource(nullptr);
   devices::RegisterAll();
   cap::Reset();
-  HANDLE device = CreateFileW(L"CAP0:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  HANDLE device =
+      CreateFileW(L"CAP0:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   HANDLE event = nullptr;
-  DeviceIoControl(device, IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&event), nullptr);
+  DeviceIoControl(device,
+                  IOCTL_VCAP_READ_EVENT,
+                  nullptr,
+                  0,
+                  nullptr,
+                  0,
+                  reinterpret_cast<DWORD*>(&event),
+                  nullptr);
   VCAP_START_PARAMETER start{12, 1, 0, 0, 0};
   DeviceIoControl(device, IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0, nullptr, nullptr);
   WaitForSingleObject(event, INFINITE);

@@ -49,7 +49,9 @@ TEST_F(EepromTest, WrittenItemsReadBackAndLiveInTheStoreFile) {
   EXPECT_EQ(got_centre, -3);
   ASSERT_TRUE(unlock_(1));
   EXPECT_EQ(ReadHostFile(Host(L"\\eeprom.txt")), "80 0000000000402040\n90 fdff\n");
-  EXPECT_EQ(eep::Calls(), (std::vector<std::string>{"unlock", "write 80", "write 90", "read 80", "read 90", "lock"}));
+  EXPECT_EQ(
+      eep::Calls(),
+      (std::vector<std::string>{"unlock", "write 80", "write 90", "read 80", "read 90", "lock"}));
 }
 
 TEST_F(EepromTest, RefusesLockedUnwrittenMisfitAndOutOfRangeAccess) {
@@ -91,7 +93,8 @@ TEST_F(EepromTest, FaultPointsFailOneItemTheUnlockOrTheLock) {
 }
 
 TEST_F(EepromTest, BrokenStoreLinesAreIgnored) {
-  WriteHostFile(Host(L"\\eeprom.txt"), "80 00112233\n81 zz\n82 123\nnonsense\n120 00\n83 01000000\n");
+  WriteHostFile(Host(L"\\eeprom.txt"),
+                "80 00112233\n81 zz\n82 123\nnonsense\n120 00\n83 01000000\n");
   ASSERT_TRUE(unlock_(0));
   int32_t model = 0;
   EXPECT_TRUE(read_(&model, 83, 4));

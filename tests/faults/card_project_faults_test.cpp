@@ -9,10 +9,10 @@
 
 #include "camera/camera.h"
 #include "photogrammetry/dlt.h"
-#include "storage/project.h"
-#include "storage/rt_card.h"
 #include "platform/registry.h"
 #include "platform/safe_file.h"
+#include "storage/project.h"
+#include "storage/rt_card.h"
 #include "tests/faults/fault_matrix.h"
 
 namespace {
@@ -41,9 +41,12 @@ class CardProjectFaults : public FaultMatrix {
  protected:
   void SetUp() override {
     FaultMatrix::SetUp();
-    ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", kCard));
+    ASSERT_TRUE(
+        platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", kCard));
   }
-  void Put(const wchar_t* path, const std::string& bytes) const { WriteHostFile(Host(path), bytes); }
+  void Put(const wchar_t* path, const std::string& bytes) const {
+    WriteHostFile(Host(path), bytes);
+  }
   std::string Get(const wchar_t* path) const { return ReadHostFile(Host(path)); }
   bool Exists(const wchar_t* path) const { return fs::exists(Host(path)); }
   // Every folder and file under a device folder, with its bytes.
@@ -68,7 +71,9 @@ class CardProjectFaults : public FaultMatrix {
     EXPECT_EQ(OnlyCaption(f), L"ERROR");
   }
   // The point files' own box for a refused open, then optionally `then`.
-  static void ExpectRefused(const Faulted& f, const std::wstring& path, const wchar_t* then = nullptr) {
+  static void ExpectRefused(const Faulted& f,
+                            const std::wstring& path,
+                            const wchar_t* then = nullptr) {
     ASSERT_EQ(f.boxes.size(), then ? 2u : 1u);
     EXPECT_EQ(f.boxes[0].text.rfind(path + L"\n", 0), 0u);
     EXPECT_EQ(f.boxes[0].caption, L"ERROR");
@@ -89,7 +94,9 @@ class CardProjectFaults : public FaultMatrix {
 using CardFaults = CardProjectFaults;
 
 TEST_F(CardFaults, RootFreeSpaceAndListings) {
-  Drill({"CRTCard::ReadCardRoot", [&] { card_ = CRTCard(); }, [&] { return card_.ReadCardRoot(); },
+  Drill({"CRTCard::ReadCardRoot",
+         [&] { card_ = CRTCard(); },
+         [&] { return card_.ReadCardRoot(); },
          [&](const Faulted& f) {
            EXPECT_TRUE(f.boxes.empty());
            // The value is in hand before the key is closed.
@@ -107,7 +114,9 @@ TEST_F(CardFaults, RootFreeSpaceAndListings) {
     card_.SetCardRoot(kCard);
     free_bytes = total = bytes = 7;
   };
-  Drill({"CRTCard::GetFreeSpace", prepareCard, [&] { return card_.GetFreeSpace(nullptr, free_bytes, total); },
+  Drill({"CRTCard::GetFreeSpace",
+         prepareCard,
+         [&] { return card_.GetFreeSpace(nullptr, free_bytes, total); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);
            EXPECT_TRUE(f.boxes.empty());
@@ -130,7 +139,9 @@ TEST_F(CardFaults, RootFreeSpaceAndListings) {
            EXPECT_EQ(list.GetSize(), 0);
            EXPECT_TRUE(f.boxes.empty());
          }});
-  Drill({"CRTCard::GetFolderSize", prepareCard, [&] { return card_.GetFolderSize(kCard, bytes); },
+  Drill({"CRTCard::GetFolderSize",
+         prepareCard,
+         [&] { return card_.GetFolderSize(kCard, bytes); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);  // never a size that leaves a folder out
            EXPECT_EQ(bytes, 7u);
@@ -186,14 +197,16 @@ TEST_F(CardFaults, FolderTransfers) {
   auto expectPartOf = [&](const Tree& left) {
     for (const auto& [path, bytes] : left) EXPECT_EQ(job.at(path), bytes) << path;
   };
-  Drill({"CRTCard::CopyFolder", prepareJob,
+  Drill({"CRTCard::CopyFolder",
+         prepareJob,
          [&] { return card_.CopyFolder(L"\\IMG_MAIN\\job", L"\\Storage Card\\job"); },
          [&](const Faulted& f) {
            ExpectTransferFailed(f);
            EXPECT_TRUE(Snapshot(kCard).empty());
            EXPECT_EQ(Snapshot(L"\\IMG_MAIN\\job"), job);
          }});
-  Drill({"CRTCard::MoveFolder", prepareJob,
+  Drill({"CRTCard::MoveFolder",
+         prepareJob,
          [&] { return card_.MoveFolder(L"\\IMG_MAIN\\job", L"\\Storage Card\\job"); },
          [&](const Faulted& f) {
            if (f.result == 1) {  // only the search of a folder already emptied failed
@@ -214,7 +227,9 @@ TEST_F(CardFaults, FolderTransfers) {
            EXPECT_EQ(Snapshot(L"\\Storage Card\\job"), job);
            expectPartOf(Snapshot(L"\\IMG_MAIN\\job"));
          }});
-  Drill({"CRTCard::DeleteFolder", prepareJob, [&] { return card_.DeleteFolder(L"\\IMG_MAIN\\job"); },
+  Drill({"CRTCard::DeleteFolder",
+         prepareJob,
+         [&] { return card_.DeleteFolder(L"\\IMG_MAIN\\job"); },
          [&](const Faulted& f) {
            EXPECT_TRUE(f.boxes.empty());
            // A folder's contents are deleted before the folder: a failed
@@ -235,17 +250,29 @@ constexpr double kFocalPx = 1000.0;
 // site looking north, one east of it looking west (x right, y down, pixels).
 CXYZ FromSouth(const CXYZ& p) {
   const double depth = p.Y - 1990.0;
-  return CXYZ(p.Name, 320.0 + kFocalPx * (p.X - 1040.0) / depth, 240.0 - kFocalPx * (p.Z - 52.0) / depth, 0.0);
+  return CXYZ(p.Name,
+              320.0 + kFocalPx * (p.X - 1040.0) / depth,
+              240.0 - kFocalPx * (p.Z - 52.0) / depth,
+              0.0);
 }
 CXYZ FromEast(const CXYZ& p) {
   const double depth = 1080.0 - p.X;
-  return CXYZ(p.Name, 320.0 + kFocalPx * (p.Y - 2030.0) / depth, 240.0 - kFocalPx * (p.Z - 53.0) / depth, 0.0);
+  return CXYZ(p.Name,
+              320.0 + kFocalPx * (p.Y - 2030.0) / depth,
+              240.0 - kFocalPx * (p.Z - 53.0) / depth,
+              0.0);
 }
 
 PointArray Control() {
   PointArray points;
-  const double xyz[8][3] = {{1031, 2021, 48}, {1049, 2022, 50}, {1032, 2039, 56}, {1048, 2038, 47},
-                            {1035, 2025, 55}, {1045, 2035, 53}, {1040, 2030, 49}, {1037, 2033, 51}};
+  const double xyz[8][3] = {{1031, 2021, 48},
+                            {1049, 2022, 50},
+                            {1032, 2039, 56},
+                            {1048, 2038, 47},
+                            {1035, 2025, 55},
+                            {1045, 2035, 53},
+                            {1040, 2030, 49},
+                            {1037, 2033, 51}};
   for (int i = 0; i < 8; ++i) {
     CXYZ p(L"", xyz[i][0], xyz[i][1], xyz[i][2]);
     p.Name.Format(L"C%d", i + 1);
@@ -278,8 +305,16 @@ class ProjectFaults : public CardProjectFaults {
       CString name;
       ASSERT_EQ(p.AddPhoto(kJpeg, name), 1);
       PointArray image;
-      for (const CXYZ& g : {control[0], control[1], control[2], control[3], control[4], control[5],
-                            control[6], control[7], kT1, kT2}) {
+      for (const CXYZ& g : {control[0],
+                            control[1],
+                            control[2],
+                            control[3],
+                            control[4],
+                            control[5],
+                            control[6],
+                            control[7],
+                            kT1,
+                            kT2}) {
         CXYZ seen = view(g);
         image.Add(seen);
       }
@@ -299,7 +334,9 @@ class ProjectFaults : public CardProjectFaults {
     project_.m_bShowMessage = 1;
     EXPECT_EQ(project_.Open(name), 1);
   }
-  static std::wstring SitePath(const wchar_t* leaf) { return std::wstring(kRoot) + L"\\Site\\" + leaf; }
+  static std::wstring SitePath(const wchar_t* leaf) {
+    return std::wstring(kRoot) + L"\\Site\\" + leaf;
+  }
   std::string SiteFile(const wchar_t* leaf) const { return Get(SitePath(leaf).c_str()); }
   bool SiteHas(const wchar_t* leaf) const { return Exists(SitePath(leaf).c_str()); }
   // A safe save's temporary left beside the file.
@@ -325,15 +362,20 @@ class ProjectFaults : public CardProjectFaults {
 
 TEST_F(ProjectFaults, FoldersAndIndex) {
   auto restore = [&] { Restore(); };
-  Drill({"CProject::Create", restore, [&] { return project_.Create(L"New"); },
+  Drill({"CProject::Create",
+         restore,
+         [&] { return project_.Create(L"New"); },
          [&](const Faulted& f) {
            const bool folder = f.point == "fs.create_directory";
            EXPECT_EQ(f.result, 0);
            ExpectBox(f, folder ? kE521 : kE512);
            EXPECT_FALSE(Exists(L"\\IMG_MAIN\\project\\New"));
-           EXPECT_EQ(project_.IsOpen(), folder ? 1 : 0);  // the open project is closed once the folder is made
+           EXPECT_EQ(project_.IsOpen(),
+                     folder ? 1 : 0);  // the open project is closed once the folder is made
          }});
-  Drill({"CProject::Open", [&] { Restore(L"Other"); }, [&] { return project_.Open(L"Site"); },
+  Drill({"CProject::Open",
+         [&] { Restore(L"Other"); },
+         [&] { return project_.Open(L"Site"); },
          [&](const Faulted& f) {
            if (f.point == "file.open") {  // the index is rewritten from the backup
              EXPECT_EQ(f.result, 1);
@@ -347,13 +389,17 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
            ExpectIndexKept();
          }});
   CStringArray names;
-  Drill({"CProject::List", restore, [&] { return project_.List(names); },
+  Drill({"CProject::List",
+         restore,
+         [&] { return project_.List(names); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);  // a root that cannot be searched is not an empty one
            EXPECT_EQ(names.GetSize(), 0);
            EXPECT_TRUE(f.boxes.empty());
          }});
-  Drill({"CProject::Rename", restore, [&] { return project_.Rename(L"Site", L"Site2"); },
+  Drill({"CProject::Rename",
+         restore,
+         [&] { return project_.Rename(L"Site", L"Site2"); },
          [&](const Faulted& f) {
            // An index read that the backup stands in for.
            if (f.point == "file.open" && f.skip == 0) {
@@ -370,7 +416,9 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
            EXPECT_EQ(project_.GetName(), CString(L"Site"));
            ExpectIndexKept();
          }});
-  Drill({"CProject::Delete", restore, [&] { return project_.Delete(L"Other"); },
+  Drill({"CProject::Delete",
+         restore,
+         [&] { return project_.Delete(L"Other"); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);
            ExpectBox(f, kE512);
@@ -415,9 +463,10 @@ TEST_F(ProjectFaults, Photographs) {
              return;
            }
            // The copy's saves come before the index's.
-           const bool copying = f.point == "file.read" || (f.point == "file.open" && f.skip < 3) ||
-                                (f.point == "file.write" && f.skip < 2) ||
-                                ((f.point == "file.flush" || f.point == "file.rename") && f.skip == 0);
+           const bool copying =
+               f.point == "file.read" || (f.point == "file.open" && f.skip < 3) ||
+               (f.point == "file.write" && f.skip < 2) ||
+               ((f.point == "file.flush" || f.point == "file.rename") && f.skip == 0);
            EXPECT_EQ(f.result, 0);
            ExpectBox(f, f.point == "fs.free_space" ? kE523 : copying ? kE520 : kE512);
            EXPECT_EQ(project_.GetPhotoCount(), 2);
@@ -425,7 +474,9 @@ TEST_F(ProjectFaults, Photographs) {
            EXPECT_FALSE(SiteHasTemp(L"P003.jpg"));
            ExpectIndexKept();
          }});
-  Drill({"CProject::RemovePhoto", [&] { Restore(); }, [&] { return project_.RemovePhoto(L"P002"); },
+  Drill({"CProject::RemovePhoto",
+         [&] { Restore(); },
+         [&] { return project_.RemovePhoto(L"P002"); },
          [&](const Faulted& f) {
            if (f.point == "fs.delete") {  // a file left behind is only an orphan
              EXPECT_EQ(f.result, 1);
@@ -436,7 +487,8 @@ TEST_F(ProjectFaults, Photographs) {
            EXPECT_EQ(f.result, 0);
            ExpectBox(f, kE512);
            EXPECT_EQ(project_.FindPhoto(L"P002"), 1);
-           for (const wchar_t* leaf : {L"P002.jpg", L"P002.imc", L"P002.DLT"}) EXPECT_TRUE(SiteHas(leaf));
+           for (const wchar_t* leaf : {L"P002.jpg", L"P002.imc", L"P002.DLT"})
+             EXPECT_TRUE(SiteHas(leaf));
            ExpectIndexKept();
          }});
 }
@@ -484,18 +536,28 @@ TEST_F(ProjectFaults, PointsAndCamera) {
   };
   PointArray moved = Control();
   moved[0].X += 0.5;
-  Drill({"CProject::SetImagePoints", restoreWith(moved),
-         [&] { return project_.SetImagePoints(L"P001", size, points); }, saveCheck(imc, imc_bytes)});
-  Drill({"CProject::GetImagePoints", [&] { Restore(); },
-         [&] { return project_.GetImagePoints(L"P001", size, points); }, readCheck(imc, 10, false)});
-  Drill({"CProject::SetControlPoints", restoreWith(moved), [&] { return project_.SetControlPoints(points); },
+  Drill({"CProject::SetImagePoints",
+         restoreWith(moved),
+         [&] { return project_.SetImagePoints(L"P001", size, points); },
+         saveCheck(imc, imc_bytes)});
+  Drill({"CProject::GetImagePoints",
+         [&] { Restore(); },
+         [&] { return project_.GetImagePoints(L"P001", size, points); },
+         readCheck(imc, 10, false)});
+  Drill({"CProject::SetControlPoints",
+         restoreWith(moved),
+         [&] { return project_.SetControlPoints(points); },
          saveCheck(csv, csv_bytes)});
-  Drill({"CProject::GetControlPoints", [&] { Restore(); }, [&] { return project_.GetControlPoints(points); },
+  Drill({"CProject::GetControlPoints",
+         [&] { Restore(); },
+         [&] { return project_.GetControlPoints(points); },
          readCheck(csv, 8, true)});
 
   CCamera camera;
   camera.FocalLength = 8.25;
-  Drill({"CProject::SetCamera(first)", [&] { Restore(L"Bare"); }, [&] { return project_.SetCamera(camera); },
+  Drill({"CProject::SetCamera(first)",
+         [&] { Restore(L"Bare"); },
+         [&] { return project_.SetCamera(camera); },
          [&](const Faulted& f) {
            CCamera back;
            const std::wstring cmr = std::wstring(kRoot) + L"\\Bare\\camera.cmr";
@@ -512,7 +574,9 @@ TEST_F(ProjectFaults, PointsAndCamera) {
            EXPECT_EQ(reopened.GetCamera(back), 0);
          }});
   // Over an earlier camera: a failed save keeps the earlier one, everywhere.
-  Drill({"CProject::SetCamera(replace)", [&] { Restore(); }, [&] { return project_.SetCamera(camera); },
+  Drill({"CProject::SetCamera(replace)",
+         [&] { Restore(); },
+         [&] { return project_.SetCamera(camera); },
          [&](const Faulted& f) {
            CCamera back;
            ASSERT_EQ(project_.GetCamera(back), 1);
@@ -546,10 +610,12 @@ TEST_F(ProjectFaults, SolveAndIntersect) {
     dlt.Init();
     dlt.m_dL[0] = -1.0;
   };
-  Drill({"CProject::SolveDLT", prepareDlt, [&] { return project_.SolveDLT(L"P001", dlt); },
+  Drill({"CProject::SolveDLT",
+         prepareDlt,
+         [&] { return project_.SolveDLT(L"P001", dlt); },
          [&](const Faulted& f) {
            EXPECT_EQ(SiteFile(L"P001.DLT"), dlt_bytes);  // the same solution, or the old file
-           if (f.result == 1) {  // only the end of the last file lost
+           if (f.result == 1) {                          // only the end of the last file lost
              EXPECT_EQ(f.point, "file.read");
              EXPECT_EQ(dlt.GetControlCount(), 8);
              return;
@@ -564,7 +630,9 @@ TEST_F(ProjectFaults, SolveAndIntersect) {
              ExpectBox(f, kE512);
            }
          }});
-  Drill({"CProject::GetDLT", prepareDlt, [&] { return project_.GetDLT(L"P002", dlt); },
+  Drill({"CProject::GetDLT",
+         prepareDlt,
+         [&] { return project_.GetDLT(L"P002", dlt); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);
            EXPECT_TRUE(f.boxes.empty());

@@ -27,7 +27,11 @@ Counters Take() {
 }
 
 Counters Delta(const Counters& a, const Counters& b) {
-  return {b.files - a.files, b.handles - a.handles, b.heap - a.heap, b.modules - a.modules, b.keys - a.keys};
+  return {b.files - a.files,
+          b.handles - a.handles,
+          b.heap - a.heap,
+          b.modules - a.modules,
+          b.keys - a.keys};
 }
 
 // Which calls of a point to fail: all of them when there are few, else the
@@ -47,13 +51,16 @@ std::vector<int> Skips(int calls) {
 
 const std::vector<std::string>& KnownPoints() {
   static const std::vector<std::string> points = [] {
-    std::vector<std::string> p = {"file.open",   "file.read",      "file.write",  "file.flush",
-                                  "file.rename", "fs.create_directory", "fs.free_space", "fs.find",
-                                  "fs.delete",   "fs.move",        "fs.copy",     "registry.open",
-                                  "registry.query", "registry.close", "module.load", "module.proc",
-                                  "alloc",       "jpeg.encode",    "jpeg.decode", "cap.open",
-                                  "cap.start",   "cap.stop",       "cap.read",    "cap.read_rect",
-                                  "cap.event",   "cap.display",    "eep.unlock",  "eep.lock"};
+    std::vector<std::string> p = {"file.open",      "file.read",      "file.write",
+                                  "file.flush",     "file.rename",    "fs.create_directory",
+                                  "fs.free_space",  "fs.find",        "fs.delete",
+                                  "fs.move",        "fs.copy",        "registry.open",
+                                  "registry.query", "registry.close", "module.load",
+                                  "module.proc",    "alloc",          "jpeg.encode",
+                                  "jpeg.decode",    "cap.open",       "cap.start",
+                                  "cap.stop",       "cap.read",       "cap.read_rect",
+                                  "cap.event",      "cap.display",    "eep.unlock",
+                                  "eep.lock"};
     for (int item = 80; item <= 99; ++item) {
       p.push_back("eep.read." + std::to_string(item));
       p.push_back("eep.write." + std::to_string(item));
@@ -83,11 +90,13 @@ Reach FaultMatrix::Drill(const Operation& op) {
   const Counters clean = Delta(before, Take());
   Reach reach;
   for (const std::string& point : KnownPoints())
-    if (const int calls = platform::fault::Calls(point); calls > 0) reach.emplace_back(point, calls);
+    if (const int calls = platform::fault::Calls(point); calls > 0)
+      reach.emplace_back(point, calls);
   EXPECT_FALSE(reach.empty());
 
   for (const auto& [point, calls] : reach) {
-    if (std::find(op.skipPoints.begin(), op.skipPoints.end(), point) != op.skipPoints.end()) continue;
+    if (std::find(op.skipPoints.begin(), op.skipPoints.end(), point) != op.skipPoints.end())
+      continue;
     for (int skip : Skips(calls)) {
       SCOPED_TRACE(point + " #" + std::to_string(skip + 1));
       op.prepare();
@@ -116,7 +125,11 @@ Reach FaultMatrix::Drill(const Operation& op) {
   for (const auto& [point, calls] : reach) {
     const bool skipped =
         std::find(op.skipPoints.begin(), op.skipPoints.end(), point) != op.skipPoints.end();
-    std::printf("[matrix] %s | %s | %d%s\n", op.name.c_str(), point.c_str(), calls, skipped ? " | skipped" : "");
+    std::printf("[matrix] %s | %s | %d%s\n",
+                op.name.c_str(),
+                point.c_str(),
+                calls,
+                skipped ? " | skipped" : "");
   }
   return reach;
 }

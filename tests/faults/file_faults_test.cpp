@@ -6,9 +6,9 @@
 #include <string>
 
 #include "camera/camera.h"
+#include "camera/vkr3za_calib.h"
 #include "devices/devices.h"
 #include "pointfiles/point_files.h"
-#include "camera/vkr3za_calib.h"
 #include "tests/faults/fault_matrix.h"
 #include "tests/image/image_test_util.h"
 
@@ -33,7 +33,9 @@ class FileFaults : public FaultMatrix {
     devices::RegisterAll();
   }
   std::string Bytes(const wchar_t* path) const { return ReadHostFile(Host(path)); }
-  void Put(const wchar_t* path, const std::string& bytes) const { WriteHostFile(Host(path), bytes); }
+  void Put(const wchar_t* path, const std::string& bytes) const {
+    WriteHostFile(Host(path), bytes);
+  }
 
   // A failed open for writing whose cause is access refused shows the file
   // name in one box captioned "ERROR".
@@ -61,7 +63,8 @@ CCamera SampleCamera() {
 }
 
 TEST_F(FileFaults, CameraFile) {
-  Drill({"CCamera::Write", [&] { Put(L"\\c.cmr", kOld); },
+  Drill({"CCamera::Write",
+         [&] { Put(L"\\c.cmr", kOld); },
          [] { return SampleCamera().Write(L"\\c.cmr"); },
          [&](const Faulted& f) {
            ExpectOldKept(L"\\c.cmr");
@@ -95,7 +98,9 @@ TEST_F(FileFaults, CameraFile) {
 
 TEST_F(FileFaults, OrientationFile) {
   VKR3ZA_CALIB calib;
-  Drill({"VKR3ZA_CALIB::Write", [&] { Put(L"\\o.txt", kOld); }, [&] { return calib.Write(L"\\o.txt"); },
+  Drill({"VKR3ZA_CALIB::Write",
+         [&] { Put(L"\\o.txt", kOld); },
+         [&] { return calib.Write(L"\\o.txt"); },
          [&](const Faulted& f) {
            ExpectOldKept(L"\\o.txt");
            if (f.point == "file.open") {
@@ -155,15 +160,19 @@ TEST_F(FileFaults, PointFiles) {
         EXPECT_TRUE(f.boxes.empty());
     };
   };
-  Drill({"WriteCSVFile(replace)", [&] { Put(L"\\p.csv", kOld); },
-         [&] { return WriteCSVFile(L"\\p.csv", site, 0); }, replaceCheck(L"\\p.csv")});
-  Drill({"WriteImcFile", [&] { Put(L"\\p.imc", kOld); },
+  Drill({"WriteCSVFile(replace)",
+         [&] { Put(L"\\p.csv", kOld); },
+         [&] { return WriteCSVFile(L"\\p.csv", site, 0); },
+         replaceCheck(L"\\p.csv")});
+  Drill({"WriteImcFile",
+         [&] { Put(L"\\p.imc", kOld); },
          [&] {
            CSize size(640, 480);
            return WriteImcFile(L"\\p.imc", L"title", size, site);
          },
          replaceCheck(L"\\p.imc")});
-  Drill({"WriteCSVFile(append)", [&] { Put(L"\\a.csv", kOld); },
+  Drill({"WriteCSVFile(append)",
+         [&] { Put(L"\\a.csv", kOld); },
          [&] { return WriteCSVFile(L"\\a.csv", site, 1); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);
@@ -211,7 +220,8 @@ TEST_F(FileFaults, PointFiles) {
            }
            EXPECT_TRUE(f.result == 0 || f.point == "file.read");
          }});
-  Drill({"ScanFileAdd", [&] { Put(L"\\s.txt", kOld); },
+  Drill({"ScanFileAdd",
+         [&] { Put(L"\\s.txt", kOld); },
          [&] { return ScanFileAdd(L"\\s.txt", CXYZ(L"P1", 1, 2, 3), L"note"); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);
@@ -235,9 +245,13 @@ TEST_F(FileFaults, BitmapAndJpeg) {
       EXPECT_TRUE(f.boxes.empty());
     };
   };
-  Drill({"CDibEx::WriteBMP", [&] { Put(L"\\p.bmp", kOld); }, [&] { return picture.WriteBMP(bmp); },
+  Drill({"CDibEx::WriteBMP",
+         [&] { Put(L"\\p.bmp", kOld); },
+         [&] { return picture.WriteBMP(bmp); },
          saveCheck(L"\\p.bmp")});
-  Drill({"CDibEx::WriteJPEG", [&] { Put(L"\\p.jpg", kOld); }, [&] { return picture.WriteJPEG(jpg); },
+  Drill({"CDibEx::WriteJPEG",
+         [&] { Put(L"\\p.jpg", kOld); },
+         [&] { return picture.WriteJPEG(jpg); },
          saveCheck(L"\\p.jpg")});
 
   // A failed BMP read keeps the blocks it had allocated attached until the
@@ -253,7 +267,8 @@ TEST_F(FileFaults, BitmapAndJpeg) {
            picture.WriteBMP(bmp);
            loaded.Empty();
          },
-         [&] { return loaded.ReadBMP(bmp); }, loadCheck});
+         [&] { return loaded.ReadBMP(bmp); },
+         loadCheck});
   Drill({"CDibEx::ReadJPEG",
          [&] {
            picture.WriteJPEG(jpg);

@@ -30,7 +30,8 @@ using fault_matrix::Operation;
 namespace eep = devices::eeprom;
 
 bool EndsWith(const std::wstring& text, const std::wstring& tail) {
-  return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+  return text.size() >= tail.size() &&
+         text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 class LiveviewFaults : public FaultMatrix {
@@ -102,7 +103,8 @@ class LiveviewFaults : public FaultMatrix {
   void StartView(double baseScale) {
     view_ = std::make_unique<CCaptureWnd>();
     view_->InitAppUseMessage();
-    ASSERT_TRUE(view_->Create(nullptr, RECT{0, 0, 320, 240}, baseScale, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+    ASSERT_TRUE(view_->Create(
+        nullptr, RECT{0, 0, 320, 240}, baseScale, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
     platform::PumpMessages();
   }
 
@@ -131,9 +133,11 @@ TEST_F(LiveviewFaults, WholeWindowLife) {
          [] {
            auto view = std::make_unique<CCaptureWnd>();
            view->InitAppUseMessage();
-           const int created = view->Create(nullptr, RECT{0, 0, 320, 240}, 0.5, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0);
+           const int created =
+               view->Create(nullptr, RECT{0, 0, 320, 240}, 0.5, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0);
            platform::PumpMessages();
-           for (int tick = 0; tick < 3; ++tick) platform::AdvanceTime(CCaptureWnd::kFrameTimerPeriodMs);
+           for (int tick = 0; tick < 3; ++tick)
+             platform::AdvanceTime(CCaptureWnd::kFrameTimerPeriodMs);
            if (view->GetSafeHwnd()) view->DestroyWindow();
            view.reset();
            return created ? 1 : 0;
@@ -143,7 +147,8 @@ TEST_F(LiveviewFaults, WholeWindowLife) {
            EXPECT_EQ(platform::LiveWindows(), 0u);
            EXPECT_EQ(platform::RunningTimers(), 0u);
            EXPECT_EQ(devices::capture::OpenInstances(), 0);
-           const bool memoryPoint = f.point.rfind("eep.", 0) == 0 || f.point.rfind("module.", 0) == 0;
+           const bool memoryPoint =
+               f.point.rfind("eep.", 0) == 0 || f.point.rfind("module.", 0) == 0;
            if (!memoryPoint) {
              // Capture initialisation reports and goes on; the window lives.
              EXPECT_EQ(f.result, 1);
@@ -232,8 +237,9 @@ class Quadrant : public devices::FrameSource {
     for (int y = 0; y < devices::kFrameHeight; ++y)
       for (int x = 0; x < devices::kFrameWidth; ++x)
         pixels[size_t(y) * devices::kFrameWidth + size_t(x)] =
-            x >= devices::kFrameWidth / 2 && y >= devices::kFrameHeight / 2 ? devices::Pack565(230, 230, 230)
-                                                                            : devices::Pack565(30, 30, 30);
+            x >= devices::kFrameWidth / 2 && y >= devices::kFrameHeight / 2
+                ? devices::Pack565(230, 230, 230)
+                : devices::Pack565(30, 30, 30);
   }
 };
 
@@ -266,8 +272,9 @@ TEST_F(LiveviewFaults, CornerSearch) {
            if (f.point == "alloc" || f.point == "cap.read_rect") {
              // No picture to search: the grab's cause, and no cross.
              EXPECT_EQ(f.result, 0);
-             const std::wstring cause =
-                 f.point == "alloc" ? L"Memory Error. E-500" : L"Record of a picture went wrong. E-504";
+             const std::wstring cause = f.point == "alloc"
+                                            ? L"Memory Error. E-500"
+                                            : L"Record of a picture went wrong. E-504";
              EXPECT_EQ(texts, (std::vector<std::wstring>{cause}));
              return;
            }
@@ -283,14 +290,18 @@ TEST_F(LiveviewFaults, CalibrationMemory) {
   CCaptureWnd w;
   ASSERT_NE(w.m_pSysEepRead, nullptr);
   auto reads = [&](const char* name, BOOL (CCaptureWnd::*fn)()) {
-    Drill({name, [&] { StoreAllItems(); }, [&w, fn] { return int((w.*fn)()); },
+    Drill({name,
+           [&] { StoreAllItems(); },
+           [&w, fn] { return int((w.*fn)()); },
            [&](const Faulted& f) { ExpectFlashOutcome(f, L"Read"); }});
   };
   reads("FlashReadCmr", &CCaptureWnd::FlashReadCmr);
   reads("FlashReadDat", &CCaptureWnd::FlashReadDat);
 
   auto writes = [&](const char* name, BOOL (CCaptureWnd::*fn)()) {
-    Drill({name, [&] { StoreAllItems(); }, [&w, fn] { return int((w.*fn)()); },
+    Drill({name,
+           [&] { StoreAllItems(); },
+           [&w, fn] { return int((w.*fn)()); },
            [&](const Faulted& f) { ExpectFlashOutcome(f, L"Write"); }});
   };
   writes("FlashWriteCmr", &CCaptureWnd::FlashWriteCmr);
@@ -346,7 +357,8 @@ TEST_F(LiveviewFaults, CardFolderLookup) {
   wchar_t folder[256] = {};
   Drill({"GetInitFolderName",
          [&] {
-           ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Card"));
+           ASSERT_TRUE(platform::registry::SetString(
+               L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Card"));
            std::fill(std::begin(folder), std::end(folder), L'\0');
          },
          [&] { return int(w.GetInitFolderName(folder)); },
@@ -409,9 +421,11 @@ TEST_F(LiveviewFaults, SnapshotSaving) {
          [&] {
            std::filesystem::remove_all(card);
            std::filesystem::create_directories(card);
-           ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card"));
+           ASSERT_TRUE(platform::registry::SetString(
+               L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card"));
          },
-         [&] { return view_->WriteJpeg(); }, [&](const Faulted& f) { check(f, true); }});
+         [&] { return view_->WriteJpeg(); },
+         [&](const Faulted& f) { check(f, true); }});
 
   const std::string earlier = "an earlier picture of the same second";
   Drill({"WriteJpeg(over an earlier file)",

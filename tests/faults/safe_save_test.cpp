@@ -11,12 +11,12 @@
 
 #include "camera/camera.h"
 #include "camera/least_sq.h"
+#include "camera/vkr3za_calib.h"
 #include "devices/devices.h"
 #include "devices/eeprom_module.h"
-#include "pointfiles/point_files.h"
-#include "camera/vkr3za_calib.h"
 #include "platform/faults.h"
 #include "platform/registry.h"
+#include "pointfiles/point_files.h"
 #include "tests/image/image_test_util.h"
 #include "tests/support/test_support.h"
 
@@ -135,13 +135,16 @@ TEST_F(SafeSave, BitmapAndJpeg) {
            CString path(L"\\pic.bmp");
            return dib.WriteBMP(path);
          }});
-  Drill({"jpeg", L"\\pic.jpg", [](int version) {
+  Drill({"jpeg",
+         L"\\pic.jpg",
+         [](int version) {
            CDibEx dib;
            // Noise at quality 100: a few hundred kB, so the encoder writes several blocks.
            image_test::Fill24(dib, 320, 240, uint32_t(version));
            CString path(L"\\pic.jpg");
            return dib.WriteJPEG(path);
-         }, /*minWrites=*/2});
+         },
+         /*minWrites=*/2});
 }
 
 TEST_F(SafeSave, EepromAndRegistryStores) {
@@ -152,8 +155,9 @@ TEST_F(SafeSave, EepromAndRegistryStores) {
            return devices::eeprom::SetItem(80, std::vector<uint8_t>(8, uint8_t(version))) ? 1 : 0;
          }});
   Drill({"registry", platform::registry::StorePath(), [](int version) {
-           return platform::registry::SetString(
-                      L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", version == 1 ? L"\\Card" : L"\\Storage Card")
+           return platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory",
+                                                L"PCMCIAFolder",
+                                                version == 1 ? L"\\Card" : L"\\Storage Card")
                       ? 1
                       : 0;
          }});

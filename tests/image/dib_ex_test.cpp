@@ -61,7 +61,8 @@ TEST(DibExCreate, ColourEntriesAndFill) {
   EXPECT_EQ(dib.GetNumColors(), 17);
   EXPECT_EQ(dib.m_infoHeader->biClrUsed, 17u);
   for (int i = 0; i < 17; ++i) EXPECT_EQ(TableOf(dib)[i].rgbRed + TableOf(dib)[i].rgbBlue, 0);
-  EXPECT_TRUE(std::all_of(dib.m_imageBits, dib.m_imageBits + dib.GetSizeImage(), [](BYTE b) { return b == 0; }));
+  EXPECT_TRUE(std::all_of(
+      dib.m_imageBits, dib.m_imageBits + dib.GetSizeImage(), [](BYTE b) { return b == 0; }));
   EXPECT_FALSE(dib.IsGrayScale());
   ASSERT_TRUE(dib.Create(CSize(640, 480), 8, 17, TRUE, 0x1FF));
   EXPECT_EQ(dib.GetNumColors(), 256);
@@ -187,7 +188,8 @@ TEST(DibExThumbnail, RealRatioBoxMeanMatchesNaiveReference) {
       ASSERT_TRUE(dst.CreateThumbnail3(&src, ratio, ratio + 0.4));
       const int w = int(19 / ratio + 0.5), h = int(11 / (ratio + 0.4) + 0.5);
       ASSERT_EQ(dst.GetDimensions(), CSize(w, h));
-      const int hx = std::max(1, int((ratio + 1) * 0.5)), hy = std::max(1, int((ratio + 1.4) * 0.5));
+      const int hx = std::max(1, int((ratio + 1) * 0.5)),
+                hy = std::max(1, int((ratio + 1.4) * 0.5));
       for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x)
           ASSERT_EQ(PixelOf(dst, x, y),

@@ -167,7 +167,10 @@ constexpr char kPilToRgb[] =
 
 // Our files as PIL reads them: same pixels.
 TEST_F(DibTest, PilReadsOurBmps) {
-  struct Case { int width, height, bits; bool grey; };
+  struct Case {
+    int width, height, bits;
+    bool grey;
+  };
   for (Case c : {Case{7, 5, 24, false}, Case{13, 4, 8, true}, Case{5, 6, 8, false}}) {
     CDibEx dib;
     if (c.bits == 24) {
@@ -189,7 +192,8 @@ TEST_F(DibTest, PilReadsOurBmps) {
     ASSERT_TRUE(RunPil(kPilToRgb, {Path("ours.bmp"), Path("ours.rgb")}));
     const std::string rgb = ReadAll(Path("ours.rgb"));
     const auto expected = image_test::RgbOf(dib);
-    EXPECT_EQ(rgb, std::string(expected.begin(), expected.end())) << c.width << "x" << c.height << " " << c.bits;
+    EXPECT_EQ(rgb, std::string(expected.begin(), expected.end()))
+        << c.width << "x" << c.height << " " << c.bits;
   }
 }
 
@@ -207,10 +211,12 @@ void PrintTo(const ForeignBmp& bmp, std::ostream* out) { *out << bmp.args; }
 class ForeignBmpTest : public DibTest, public testing::WithParamInterface<ForeignBmp> {};
 
 TEST_P(ForeignBmpTest, EveryPixelAsItsWriterReadsIt) {
-  const std::string command = "/usr/bin/python3 '" SURVEYCAM_SOURCE_DIR "/tests/image/foreign_bmp.py' '" +
+  const std::string command = "/usr/bin/python3 '" SURVEYCAM_SOURCE_DIR
+                              "/tests/image/foreign_bmp.py' '" +
                               Path("in.bmp") + "' '" + Path("in.rgb") + "' " + GetParam().args;
   const int status = std::system(command.c_str());
-  if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "ImageMagick (convert) is not installed";
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 77)
+    GTEST_SKIP() << "ImageMagick (convert) is not installed";
   ASSERT_EQ(status, 0);
   CDibEx dib;
   CString in(L"\\in.bmp"), out(L"\\out.bmp");
@@ -236,7 +242,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ForeignBmp{"InfoHeaderRgb", "convert rgb BMP3:"},
                     ForeignBmp{"InfoHeaderAlpha", "convert rgba -define bmp3:alpha=true BMP3:"},
                     ForeignBmp{"InfoHeaderRle8", "convert palette BMP3:"},
-                    ForeignBmp{"InfoHeaderRgb565Masks", "masks40 rgb -define bmp:subtype=RGB565 BMP:"},
+                    ForeignBmp{"InfoHeaderRgb565Masks",
+                               "masks40 rgb -define bmp:subtype=RGB565 BMP:"},
                     ForeignBmp{"V5Rgb", "convert rgb BMP:"},
                     ForeignBmp{"V5Alpha", "convert rgba BMP:"},
                     ForeignBmp{"V5Rle8Flipped", "convert palette -flip BMP:"},
@@ -257,9 +264,14 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(DibTest, Rle8RowsAreDecodedBottomUp) {
   std::string bytes = BmpBytes(4, 3, 8);
   const std::string runs(
-      "\0\3\x0A\x0B\x0C\0" "\1\x0D" "\0\0"  // bottom row: A B C D
-      "\0\2\2\0" "\2\x0E" "\0\0"             // middle row: 0 0 E E
-      "\5\x0F" "\0\1",                     // top row: F F F F
+      "\0\3\x0A\x0B\x0C\0"
+      "\1\x0D"
+      "\0\0"  // bottom row: A B C D
+      "\0\2\2\0"
+      "\2\x0E"
+      "\0\0"  // middle row: 0 0 E E
+      "\5\x0F"
+      "\0\1",  // top row: F F F F
       22);
   bytes.replace(bytes.size() - 12, 12, runs);
   EditInfo(bytes, [](BITMAPINFOHEADER& h) {
@@ -270,7 +282,10 @@ TEST_F(DibTest, Rle8RowsAreDecodedBottomUp) {
   ASSERT_TRUE(ReadBytes(dib, bytes));
   EXPECT_EQ(dib.m_infoHeader->biCompression, BI_RGB);
   EXPECT_EQ(std::string(reinterpret_cast<char*>(dib.m_imageBits), size_t(dib.GetSizeImage())),
-            std::string("\x0A\x0B\x0C\x0D" "\0\0\x0E\x0E" "\x0F\x0F\x0F\x0F", 12));
+            std::string("\x0A\x0B\x0C\x0D"
+                        "\0\0\x0E\x0E"
+                        "\x0F\x0F\x0F\x0F",
+                        12));
 }
 
 TEST_F(DibTest, NotABitmapIsReportedAndLeavesTheObjectEmpty) {
@@ -294,35 +309,73 @@ TEST_F(DibTest, ShortFileHeaderFailsSilently) {
 // sanitizer build checks the "without" part).
 TEST_F(DibTest, MalformedHeadersAreRefused) {
   const std::string good = BmpBytes(5, 4, 8);
-  struct Case { const char* what; void (*edit)(std::string&); };
+  struct Case {
+    const char* what;
+    void (*edit)(std::string&);
+  };
   const Case cases[] = {
       {"offset inside the file header", [](std::string& b) { SetOffBits(b, 10); }},
       {"offset inside the info header", [](std::string& b) { SetOffBits(b, 30); }},
       {"offset beyond the file", [](std::string& b) { SetOffBits(b, 1u << 30); }},
       {"pixels beyond the file", [](std::string& b) { b.resize(b.size() - 3); }},
-      {"zero width", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biWidth = 0; }); }},
-      {"absurd width", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biWidth = 0x7FFFFFFF; }); }},
-      {"absurd height", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biHeight = 1 << 30; }); }},
-      {"bit count 7", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biBitCount = 7; }); }},
-      {"bit count 0", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biBitCount = 0; }); }},
-      {"colour table beyond the header", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biClrUsed = 300; }); }},
-      {"4-bit run lengths", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_RLE4; }); }},
-      {"top-down run lengths", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_RLE8; h.biHeight = -4; }); }},
-      {"run lengths claiming a huge picture", [](std::string& b) {
-         EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_RLE8; h.biWidth = h.biHeight = 4000; });
+      {"zero width",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biWidth = 0; }); }},
+      {"absurd width",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biWidth = 0x7FFFFFFF; }); }},
+      {"absurd height",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biHeight = 1 << 30; }); }},
+      {"bit count 7",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biBitCount = 7; }); }},
+      {"bit count 0",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biBitCount = 0; }); }},
+      {"colour table beyond the header",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biClrUsed = 300; }); }},
+      {"4-bit run lengths",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_RLE4; }); }},
+      {"top-down run lengths",
+       [](std::string& b) {
+         EditInfo(b, [](BITMAPINFOHEADER& h) {
+           h.biCompression = BI_RLE8;
+           h.biHeight = -4;
+         });
        }},
-      {"run lengths beyond the file", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_RLE8; h.biSizeImage = 100; }); }},
-      {"masks on a palette image", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_BITFIELDS; }); }},
-      {"image size smaller than the rows", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSizeImage = 3; }); }},
-      {"other header size", [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSize = 20; }); }},
-      {"header larger than its block", [](std::string& b) {
+      {"run lengths claiming a huge picture",
+       [](std::string& b) {
+         EditInfo(b, [](BITMAPINFOHEADER& h) {
+           h.biCompression = BI_RLE8;
+           h.biWidth = h.biHeight = 4000;
+         });
+       }},
+      {"run lengths beyond the file",
+       [](std::string& b) {
+         EditInfo(b, [](BITMAPINFOHEADER& h) {
+           h.biCompression = BI_RLE8;
+           h.biSizeImage = 100;
+         });
+       }},
+      {"masks on a palette image",
+       [](std::string& b) {
+         EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_BITFIELDS; });
+       }},
+      {"image size smaller than the rows",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSizeImage = 3; }); }},
+      {"other header size",
+       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSize = 20; }); }},
+      {"header larger than its block",
+       [](std::string& b) {
          b = BmpBytes(5, 4, 24);
          EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSize = 108; });
        }},
-      {"core palette without its table", [](std::string& b) {
-         b = std::string("BM\x22\0\0\0\0\0\0\0\x1A\0\0\0" "\x0C\0\0\0\2\0\2\0\1\0\x08\0" "\0\0\0\0\0\0\0\0", 34);
+      {"core palette without its table",
+       [](std::string& b) {
+         b = std::string(
+             "BM\x22\0\0\0\0\0\0\0\x1A\0\0\0"
+             "\x0C\0\0\0\2\0\2\0\1\0\x08\0"
+             "\0\0\0\0\0\0\0\0",
+             34);
        }},
-      {"masks beyond the header block", [](std::string& b) {
+      {"masks beyond the header block",
+       [](std::string& b) {
          b = BmpBytes(4, 4, 16);
          EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_BITFIELDS; });
        }},

@@ -61,7 +61,9 @@ inline void FillSmooth24(CDibEx& dib, int width, int height) {
   dib.Create(CSize(width, height), 24, 0, FALSE, 0);
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
-      BYTE bgr[3] = {BYTE(40 + 160 * x / width), BYTE(30 + 180 * y / height), BYTE(128 + 100 * (x + y) / (width + height) - 50)};
+      BYTE bgr[3] = {BYTE(40 + 160 * x / width),
+                     BYTE(30 + 180 * y / height),
+                     BYTE(128 + 100 * (x + y) / (width + height) - 50)};
       dib.SetPixel(bgr, CPoint(x, y), 4);
     }
 }

@@ -35,7 +35,8 @@ TEST_F(JpegTest, DjpegDecodesOurFileCloseToTheSource) {
   image_test::FillSmooth24(dib, 161, 97);  // odd width: padded rows
   CString path(L"\\q100.jpg");
   ASSERT_TRUE(dib.WriteJPEG(path));
-  const std::string command = "djpeg -bmp -outfile '" + Path("djpeg.bmp") + "' '" + Path("q100.jpg") + "'";
+  const std::string command =
+      "djpeg -bmp -outfile '" + Path("djpeg.bmp") + "' '" + Path("q100.jpg") + "'";
   ASSERT_EQ(std::system(command.c_str()), 0);
   CDibEx decoded;
   CString bmp(L"\\djpeg.bmp");
@@ -55,9 +56,10 @@ TEST_F(JpegTest, GreyImagesAreWrittenAsGrey) {
   ASSERT_TRUE(colour.GrayScale(&grey));
   CString path(L"\\grey.jpg");
   ASSERT_TRUE(grey.WriteJPEG(path));
-  ASSERT_TRUE(image_test::RunPil(
-      "import sys\nfrom PIL import Image\nim = Image.open(sys.argv[1])\nsys.exit(0 if im.mode == \"L\" else 1)",
-      {Path("grey.jpg")}));
+  ASSERT_TRUE(
+      image_test::RunPil("import sys\nfrom PIL import Image\nim = "
+                         "Image.open(sys.argv[1])\nsys.exit(0 if im.mode == \"L\" else 1)",
+                         {Path("grey.jpg")}));
   CDibEx back;
   ASSERT_TRUE(back.ReadJPEG(path));
   EXPECT_EQ(back.m_infoHeader->biBitCount, 24);
@@ -69,8 +71,10 @@ struct ScaleCase {
 };
 
 TEST_F(JpegTest, LargePicturesAreReadScaledDown) {
-  for (ScaleCase c : {ScaleCase{3000, 2000, 1500, 1000}, ScaleCase{2000, 1000, 1000, 500},
-                      ScaleCase{1999, 1999, 1999, 1999}, ScaleCase{16000, 10, 0, 0}}) {
+  for (ScaleCase c : {ScaleCase{3000, 2000, 1500, 1000},
+                      ScaleCase{2000, 1000, 1000, 500},
+                      ScaleCase{1999, 1999, 1999, 1999},
+                      ScaleCase{16000, 10, 0, 0}}) {
     CDibEx dib;
     ASSERT_TRUE(dib.Create(CSize(c.width, c.height), 24, 0, FALSE, 90));
     CString path(L"\\big.jpg");

@@ -142,8 +142,10 @@ TEST_F(LifecycleTest, DriverThatCannotBeOpenedReportsE501AndGoesOn) {
   ASSERT_TRUE(Create());
   platform::PumpMessages();
   // Without a device the display and start requests fail too; each is shown.
-  EXPECT_EQ(Texts(), (std::vector<std::wstring>{L"OpenCapture Error! E-501", L"SetCapture Error! E-502",
-                                                 L"StartCapture Error! E-503"}));
+  EXPECT_EQ(
+      Texts(),
+      (std::vector<std::wstring>{
+          L"OpenCapture Error! E-501", L"SetCapture Error! E-502", L"StartCapture Error! E-503"}));
   for (const auto& call : boxes_.calls()) {
     EXPECT_EQ(call.caption, L"ERROR");
     EXPECT_EQ(call.owner, view_->m_hWnd);
@@ -263,15 +265,27 @@ TEST_F(LifecycleTest, ScreenshotShowsLivePictureUnderTheReticle) {
   EXPECT_FALSE(path.empty());
   const platform::Framebuffer& screen = platform::Screen();
   // Reticle of a 320 x 240 client: centre (160, 120).
-  const std::vector<std::pair<int, int>> reticle{
-      {160, 120}, {155, 120}, {165, 120}, {160, 115}, {160, 125},  // centre cross
-      {0, 118},   {148, 118}, {0, 122},   {148, 122},              // doubled left arm
-      {172, 120}, {319, 120},                                      // right arm
-      {160, 0},   {160, 108},                                      // top arm
-      {158, 132}, {158, 239}, {162, 132}, {162, 239}};             // doubled bottom arm
+  const std::vector<std::pair<int, int>> reticle{{160, 120},
+                                                 {155, 120},
+                                                 {165, 120},
+                                                 {160, 115},
+                                                 {160, 125},  // centre cross
+                                                 {0, 118},
+                                                 {148, 118},
+                                                 {0, 122},
+                                                 {148, 122},  // doubled left arm
+                                                 {172, 120},
+                                                 {319, 120},  // right arm
+                                                 {160, 0},
+                                                 {160, 108},  // top arm
+                                                 {158, 132},
+                                                 {158, 239},
+                                                 {162, 132},
+                                                 {162, 239}};  // doubled bottom arm
   for (auto [x, y] : reticle) EXPECT_EQ(screen.At(x, y), 0u) << x << "," << y;
   // Ends not drawn and gaps in the reticle show the picture.
-  for (auto [x, y] : std::vector<std::pair<int, int>>{{149, 118}, {166, 120}, {160, 126}, {160, 109}, {171, 120}}) {
+  for (auto [x, y] : std::vector<std::pair<int, int>>{
+           {149, 118}, {166, 120}, {160, 126}, {160, 109}, {171, 120}}) {
     EXPECT_NE(screen.At(x, y), 0u) << x << "," << y;
   }
   // Inside the live picture: video, not the key colour.
@@ -280,7 +294,8 @@ TEST_F(LifecycleTest, ScreenshotShowsLivePictureUnderTheReticle) {
     for (int x = 10; x < 140; x += 9) colours.insert(screen.At(x, y));
   EXPECT_EQ(colours.count(kKey), 0u);
   ASSERT_EQ(colours.size(), 1u);
-  EXPECT_EQ(*colours.begin(), devices::Unpack565(0xF800)) << "the frame's colour as the driver shows it";
+  EXPECT_EQ(*colours.begin(), devices::Unpack565(0xF800))
+      << "the frame's colour as the driver shows it";
 }
 
 }  // namespace

@@ -7,11 +7,11 @@
 #include <string>
 
 #include "devices/devices.h"
-#include "platform/message_table.h"
 #include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
 #include "platform/desktop.h"
 #include "platform/faults.h"
+#include "platform/message_table.h"
 #include "tests/support/test_support.h"
 
 namespace {
@@ -41,7 +41,9 @@ class MessageTest : public testing_support::DeviceTest {
     platform::ResetDesktop();
     DeviceTest::TearDown();
   }
-  void WriteLanguageFile(const std::string& bytes) { WriteHostFile(Host(L"\\windows\\DispImgMsg.txt"), bytes); }
+  void WriteLanguageFile(const std::string& bytes) {
+    WriteHostFile(Host(L"\\windows\\DispImgMsg.txt"), bytes);
+  }
   std::wstring Table(int i) const { return view_->m_pMessage->Text(i); }
 
   std::unique_ptr<CCaptureWnd> view_;
@@ -61,17 +63,18 @@ TEST_F(MessageTest, BuildsTheLibraryEnglishTableByIndex) {
 }
 
 TEST_F(MessageTest, LanguageFileWithCrLfBracketsAndSurrogatesTranslates) {
-  WriteLanguageFile(Utf16Le(
-      u"Saved OK.\r\n"
-      u"[  Gespeichert  ]\r\n"
-      u"[Memory Error. E-500]\r\n"
-      u"Speicherfehler \U0001F4BE E-500\r\n"
-      u"No such text\r\n"
-      u"ignored\r\n"));
+  WriteLanguageFile(
+      Utf16Le(u"Saved OK.\r\n"
+              u"[  Gespeichert  ]\r\n"
+              u"[Memory Error. E-500]\r\n"
+              u"Speicherfehler \U0001F4BE E-500\r\n"
+              u"No such text\r\n"
+              u"ignored\r\n"));
   ASSERT_EQ(view_->GetImageLangCode(), 1);
   EXPECT_EQ(boxes_.size(), 0u);
   EXPECT_EQ(Table(21), L"  Gespeichert  ");
-  EXPECT_EQ(Table(1), L"Speicherfehler \U0001F4BE E-500") << "surrogate pair decoded into one wide character";
+  EXPECT_EQ(Table(1), L"Speicherfehler \U0001F4BE E-500")
+      << "surrogate pair decoded into one wide character";
   EXPECT_EQ(Table(2), L"OpenCapture Error! E-501") << "untranslated entries stay English";
   ASSERT_EQ(view_->m_StMessage.Src.GetSize(), 3);
   ASSERT_EQ(view_->m_StMessage.Dst.GetSize(), 3);
@@ -170,7 +173,8 @@ TEST_F(MessageTest, MissingMemoryModuleIsReportedAtConstruction) {
   // created, and nothing crashes.
   other.InitAppUseMessage();
   EXPECT_EQ(other.FlashReadCmr(), FALSE);
-  EXPECT_EQ(other.Create(nullptr, RECT{0, 0, 320, 240}, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0), 0);
+  EXPECT_EQ(other.Create(nullptr, RECT{0, 0, 320, 240}, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0),
+            0);
   EXPECT_EQ(other.GetSafeHwnd(), nullptr);
   EXPECT_EQ(boxes_.size(), 1u);
 }
@@ -182,8 +186,9 @@ namespace {
 // The image and storage classes show their errors from the view's table, so
 // a translation reaches them too; without a view they speak English.
 TEST_F(MessageTest, ImageAndCardErrorsUseTheTranslatedTable) {
-  WriteLanguageFile(Utf16Le(u"Invalid bitmap file. E-513\nUngueltige Bitmap E-513\n"
-                            u"The card is not mounted. E-519\nKeine Karte E-519\n"));
+  WriteLanguageFile(
+      Utf16Le(u"Invalid bitmap file. E-513\nUngueltige Bitmap E-513\n"
+              u"The card is not mounted. E-519\nKeine Karte E-519\n"));
   ASSERT_EQ(view_->GetImageLangCode(), 1);
   WriteHostFile(Host(L"\\bad.bmp"), "PK not a bitmap, a zip file");
   CDibEx dib;
@@ -194,7 +199,8 @@ TEST_F(MessageTest, ImageAndCardErrorsUseTheTranslatedTable) {
   EXPECT_EQ(std::wstring(platform::MessageText(platform::kMsgNotMounted)), L"Keine Karte E-519");
 
   view_.reset();
-  EXPECT_EQ(std::wstring(platform::MessageText(platform::kMsgNotMounted)), L"The card is not mounted. E-519");
+  EXPECT_EQ(std::wstring(platform::MessageText(platform::kMsgNotMounted)),
+            L"The card is not mounted. E-519");
 }
 
 }  // namespace

@@ -29,15 +29,16 @@ VCAP_DISP_PARAMETER Expected(RECT src, RECT dst) {
   return d;
 }
 
-::testing::AssertionResult SameBytes(const VCAP_DISP_PARAMETER& actual, const VCAP_DISP_PARAMETER& expected) {
+::testing::AssertionResult SameBytes(const VCAP_DISP_PARAMETER& actual,
+                                     const VCAP_DISP_PARAMETER& expected) {
   if (std::memcmp(&actual, &expected, sizeof actual) == 0) return ::testing::AssertionSuccess();
   auto rect = [](const RECT& r) {
-    return "(" + std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
-           std::to_string(r.bottom) + ")";
+    return "(" + std::to_string(r.left) + "," + std::to_string(r.top) + "," +
+           std::to_string(r.right) + "," + std::to_string(r.bottom) + ")";
   };
-  return ::testing::AssertionFailure() << "src " << rect(actual.SrcRect) << " dst " << rect(actual.DstRect)
-                                       << ", expected src " << rect(expected.SrcRect) << " dst "
-                                       << rect(expected.DstRect);
+  return ::testing::AssertionFailure()
+         << "src " << rect(actual.SrcRect) << " dst " << rect(actual.DstRect) << ", expected src "
+         << rect(expected.SrcRect) << " dst " << rect(expected.DstRect);
 }
 
 class ZoomTest : public testing_support::DeviceTest {

@@ -57,7 +57,8 @@ void StoreCalibration(const sim::Calibration& c) {
 // Films another source and notes whether the view's timer was at rest while
 // a frame was taken.
 struct TimerWitness : devices::FrameSource {
-  TimerWitness(std::shared_ptr<devices::FrameSource> scene, const CCaptureWnd& view) : scene(std::move(scene)), view(view) {}
+  TimerWitness(std::shared_ptr<devices::FrameSource> scene, const CCaptureWnd& view)
+      : scene(std::move(scene)), view(view) {}
   void Render(const devices::FrameRequest& request, uint16_t* pixels) override {
     locked = locked || view.m_bTimerLock == 1;
     scene->Render(request, pixels);
@@ -95,7 +96,8 @@ class CornerModeTest : public SurveyViewTest {
     const double px = calibration_.tele_center_x + f * eye.x / -eye.z;
     const double py = calibration_.tele_center_y - f * eye.y / -eye.z;
     const VCAP_DISP_PARAMETER& d = view_->m_DispParam[0];
-    const double s = double(d.DstRect.right - d.DstRect.left + 1) / (d.SrcRect.right - d.SrcRect.left + 1);
+    const double s =
+        double(d.DstRect.right - d.DstRect.left + 1) / (d.SrcRect.right - d.SrcRect.left + 1);
     return {d.DstRect.left + (px - d.SrcRect.left) * s + (s - 1) / 2,
             d.DstRect.top + (py - d.SrcRect.top) * s + (s - 1) / 2};
   }
@@ -107,12 +109,14 @@ class CornerModeTest : public SurveyViewTest {
     const sim::Vec3 normal = (instrument_->station().State().AxisPoint() - centre).Normalized();
     const sim::Vec3 right = sim::Vec3(0, 0, 1).Cross(normal).Normalized();
     const sim::Vec3 up = normal.Cross(right);
-    std::vector<std::pair<double, double>> at = {{0, 0}, {0.8, 0.8}, {-0.8, -0.8}, {0, 0.8}, {0.8, 0}, {0, -0.8}, {-0.8, 0}};
+    std::vector<std::pair<double, double>> at = {
+        {0, 0}, {0.8, 0.8}, {-0.8, -0.8}, {0, 0.8}, {0.8, 0}, {0, -0.8}, {-0.8, 0}};
     for (double k : {1.0, 0.9})
       for (double sx : {-1.0, 1.0})
         for (double sy : {-1.0, 1.0}) at.push_back({sx * k, sy * k});
     std::vector<ClientPt> out;
-    for (const auto& [u, v] : at) out.push_back(TeleClient(centre + right * (u * t.half_size) + up * (v * t.half_size)));
+    for (const auto& [u, v] : at)
+      out.push_back(TeleClient(centre + right * (u * t.half_size) + up * (v * t.half_size)));
     return out;
   }
   void Shoot(const std::string& name) {
@@ -172,8 +176,8 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
     const double off_x = (unit(rng) * 50 - 25) / s - sx * half_px;
     const double off_y = (unit(rng) * 50 - 25) / s + sy * half_px;
     const sim::StationState state = instrument_->station().State();
-    const sim::Target board =
-        sim_test::TargetAt(state, v + off_y * kDegPerPixel, h + off_x * kDegPerPixel, distance, 0.25);
+    const sim::Target board = sim_test::TargetAt(
+        state, v + off_y * kDegPerPixel, h + off_x * kDegPerPixel, distance, 0.25);
     if (board.z - board.half_size < 0.2) {
       --trial;
       continue;
@@ -215,8 +219,8 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
       ++hits;
       worst_hit = std::max(worst_hit, std::hypot(dx, dy));
     } else {
-      ADD_FAILURE() << "corner " << view_->m_ptCorner.x << "," << view_->m_ptCorner.y << " want " << want.x << ","
-                    << want.y << " (corner " << expected << ") zoom " << s;
+      ADD_FAILURE() << "corner " << view_->m_ptCorner.x << "," << view_->m_ptCorner.y << " want "
+                    << want.x << "," << want.y << " (corner " << expected << ") zoom " << s;
     }
     EXPECT_EQ(view_->m_ptTap.x, tap_x);  // the tap mark stays where tapped
     if (trial == 0) Shoot("corner_mode_found");
@@ -226,7 +230,8 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
       const ClientPt before = want;
       Turn(v - dv, h + dh);
       const std::vector<ClientPt> after = BoardCorners(board);
-      const double ax = (after[size_t(expected)].x - 160.0) / s, ay = (after[size_t(expected)].y - 120.0) / s;
+      const double ax = (after[size_t(expected)].x - 160.0) / s,
+                   ay = (after[size_t(expected)].y - 120.0) / s;
       EXPECT_LE(std::fabs(ax), 1.0) << before.x;
       EXPECT_LE(std::fabs(ay), 1.0) << before.y;
       if (std::fabs(ax) <= 1.0 && std::fabs(ay) <= 1.0) ++aimed;
@@ -251,8 +256,11 @@ TEST_F(CornerModeTest, ZoomFindsTheCornerAgainAtTheNewScale) {
   const sim::StationState state = instrument_->station().State();
   // Half size 80 camera pixels; the top-left corner 12 right and 9 above the centre.
   const double half_px = 80.0, distance = 0.25 * 248.46 / 0.0056 / half_px;
-  const sim::Target board = sim_test::TargetAt(
-      state, 88.0 + (-9 + half_px) * kDegPerPixel, 10.0 + (12 + half_px) * kDegPerPixel, distance, 0.25);
+  const sim::Target board = sim_test::TargetAt(state,
+                                               88.0 + (-9 + half_px) * kDegPerPixel,
+                                               10.0 + (12 + half_px) * kDegPerPixel,
+                                               distance,
+                                               0.25);
   instrument_->AddTarget(board);
   view_->BeginCornerMode();
   view_->SetGetMeas();

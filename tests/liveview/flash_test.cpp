@@ -20,23 +20,43 @@ namespace eep = devices::eeprom;
 double Get(CCaptureWnd& w, int index) {
   CCamera& c = w.m_Camera;
   switch (index) {
-    case 80: return c.FocalLength;
-    case 81: return c.PrincipalPoint.X;
-    case 82: return c.PrincipalPoint.Y;
-    case 83: return c.Dist.GetDistModel();
-    case 84: case 85: case 86: case 87: return c.Dist.GetPara(index - 84);
-    case 88: return c.Resolution.X;
-    case 89: return c.Resolution.Y;
-    case 90: return w.m_nCenterX[1];
-    case 91: return w.m_nCenterY[1];
-    case 92: return w.m_nCenterX[0];
-    case 93: return w.m_nCenterY[0];
-    case 94: return w.m_CcdOffset.X;
-    case 95: return w.m_CcdOffset.Y;
-    case 96: return w.m_CcdOffset.Z;
-    case 97: return w.m_CcdAngle.omega;
-    case 98: return w.m_CcdAngle.phi;
-    default: return w.m_CcdAngle.kappa;
+    case 80:
+      return c.FocalLength;
+    case 81:
+      return c.PrincipalPoint.X;
+    case 82:
+      return c.PrincipalPoint.Y;
+    case 83:
+      return c.Dist.GetDistModel();
+    case 84:
+    case 85:
+    case 86:
+    case 87:
+      return c.Dist.GetPara(index - 84);
+    case 88:
+      return c.Resolution.X;
+    case 89:
+      return c.Resolution.Y;
+    case 90:
+      return w.m_nCenterX[1];
+    case 91:
+      return w.m_nCenterY[1];
+    case 92:
+      return w.m_nCenterX[0];
+    case 93:
+      return w.m_nCenterY[0];
+    case 94:
+      return w.m_CcdOffset.X;
+    case 95:
+      return w.m_CcdOffset.Y;
+    case 96:
+      return w.m_CcdOffset.Z;
+    case 97:
+      return w.m_CcdAngle.omega;
+    case 98:
+      return w.m_CcdAngle.phi;
+    default:
+      return w.m_CcdAngle.kappa;
   }
 }
 
@@ -93,8 +113,9 @@ TEST_F(FlashTest, NeverWrittenMemoryGivesDefaultsSilently) {
   EXPECT_EQ(w.m_nCenterY[1], 240);
   EXPECT_EQ(w.m_CcdOffset.X, -94.5);  // stopped at item 90: offsets untouched
   EXPECT_EQ(boxes_.size(), 0u);
-  EXPECT_EQ(eep::Calls(), (std::vector<std::string>{"unlock", "read 80 fail", "lock", "unlock", "read 90 fail",
-                                                      "lock"}));
+  EXPECT_EQ(eep::Calls(),
+            (std::vector<std::string>{
+                "unlock", "read 80 fail", "lock", "unlock", "read 90 fail", "lock"}));
   EXPECT_TRUE(eep::IsLocked());
 }
 
@@ -110,7 +131,8 @@ TEST_F(FlashTest, WrittenRecordsReadBackInItemLayout) {
   EXPECT_TRUE(reader.FlashReadDat());
   CCaptureWnd expected;
   Fill(expected, true);
-  for (int index = 80; index <= 99; ++index) EXPECT_EQ(Get(reader, index), Get(expected, index)) << index;
+  for (int index = 80; index <= 99; ++index)
+    EXPECT_EQ(Get(reader, index), Get(expected, index)) << index;
   EXPECT_EQ(boxes_.size(), 0u);
 }
 
@@ -239,8 +261,9 @@ TEST_F(FlashTest, UserOffsetsMoveTheCentresAndWriteItems90To93) {
   EXPECT_EQ(w.m_nCenterY[1], 238);
   EXPECT_EQ(w.m_nCenterX[0], 309);
   EXPECT_EQ(w.m_nCenterY[0], 254);
-  EXPECT_EQ(eep::Calls(), (std::vector<std::string>{"unlock", "write 90", "write 91", "write 92", "write 93",
-                                                      "lock"}));
+  EXPECT_EQ(
+      eep::Calls(),
+      (std::vector<std::string>{"unlock", "write 90", "write 91", "write 92", "write 93", "lock"}));
   EXPECT_EQ(eep::Item(92), (std::vector<uint8_t>{0x35, 0x01}));  // 309
   platform::fault::Arm("eep.write.92");
   EXPECT_FALSE(w.UserCCDOffsetSet());

@@ -127,12 +127,12 @@ TEST_F(MarksTest, UserOffsetMovesTheReticleByTheOffsetAtTheDisplayScale) {
   Fresh();
   view_->DrawCursor(dc_.get());  // mode 6: the moved reticle instead
   const uint32_t black = 0;
-  EXPECT_EQ(fb_.At(167, 116), black);       // centre cross
+  EXPECT_EQ(fb_.At(167, 116), black);  // centre cross
   EXPECT_EQ(fb_.At(167 - 5, 116), black);
   EXPECT_EQ(fb_.At(167 + 20, 116), black);  // right arm
   EXPECT_EQ(fb_.At(165, 200), black);       // doubled bottom arm
   EXPECT_EQ(fb_.At(169, 200), black);
-  EXPECT_NE(fb_.At(160, 200), black);       // not the fixed reticle
+  EXPECT_NE(fb_.At(160, 200), black);  // not the fixed reticle
   EXPECT_GT(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
   // After the mode ends the reticle stays moved but the read-out goes.
   view_->EndUserCCDMode();
@@ -153,7 +153,9 @@ TEST_F(MarksTest, CornerCrossHysteresis) {
     Fresh();
     view_->DrawCornerCross(dc_.get(), POINT{x, y});
   };
-  auto cross_at = [&](int x, int y) { return fb_.At(x - 9, y) == kRed && fb_.At(x, y + 9) == kRed; };
+  auto cross_at = [&](int x, int y) {
+    return fb_.At(x - 9, y) == kRed && fb_.At(x, y + 9) == kRed;
+  };
   draw_at(100, 100);
   EXPECT_TRUE(cross_at(100, 100));
   draw_at(108, 92);  // 8 and 8: stays

@@ -15,7 +15,8 @@ const uint32_t kGreen = platform::PixelFromColorref(65280);
 int Count(const platform::Framebuffer& fb, uint32_t pixel, RECT area) {
   int n = 0;
   for (int y = std::max(0, int(area.top)); y < std::min(fb.height, int(area.bottom)); ++y)
-    for (int x = std::max(0, int(area.left)); x < std::min(fb.width, int(area.right)); ++x) n += fb.At(x, y) == pixel;
+    for (int x = std::max(0, int(area.left)); x < std::min(fb.width, int(area.right)); ++x)
+      n += fb.At(x, y) == pixel;
   return n;
 }
 
@@ -70,7 +71,7 @@ TEST_F(OverlayTest, PointsAreGivenInSurveyAxes) {
   view_->UpdateAngle(90.0, 0.0);  // looking north (survey X)
   CKvoArray<CXYZ, CXYZ&> points;
   CXYZ north(L"NORTH", 10.0, 0.5, 0.5);  // 10 m north, 0.5 m east
-  CXYZ east(L"E", 0.5, 10.0, 0.5);   // 10 m east: out of view
+  CXYZ east(L"E", 0.5, 10.0, 0.5);       // 10 m east: out of view
   points.Add(north);
   points.Add(east);
   view_->SetPoints(&points);

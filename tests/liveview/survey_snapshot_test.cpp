@@ -32,7 +32,9 @@ class SnapshotTest : public SurveyViewTest {
       ASSERT_TRUE(CreateDirectoryW(L"\\Storage Card", nullptr));
     }
   }
-  bool Exists(const wchar_t* device_path) const { return std::filesystem::exists(Host(device_path)); }
+  bool Exists(const wchar_t* device_path) const {
+    return std::filesystem::exists(Host(device_path));
+  }
   int StopRequests() const {
     int n = 0;
     for (const auto& r : devices::capture::Log()) n += r.code == IOCTL_VCAP_STOP_CAPTURE;

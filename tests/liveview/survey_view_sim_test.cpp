@@ -29,7 +29,7 @@ sim::Calibration CalibrationWithModel(int model) {
   c.dist.SetDistModel(DIST_MODEL(model));
   const int count = c.dist.GetNumPara();
   const double params[3][5] = {{0, 0, 0, 0, 0},
-                               {-2.1e-3, 1.4e-5, 1.2e-4, -6.0e-5, 0},    // K1 K2 P1 P2
+                               {-2.1e-3, 1.4e-5, 1.2e-4, -6.0e-5, 0},        // K1 K2 P1 P2
                                {-2.0e-3, 1.1e-5, -3.0e-7, 9.0e-5, 5.0e-5}};  // K1 K2 K3 P1 P2
   const int row = model == 0 ? 0 : model == 2 ? 1 : 2;
   for (int i = 0; i < count; ++i) c.dist.AddPara(i, params[row][i]);
@@ -51,7 +51,8 @@ class SimViewTest : public SurveyViewTest {
     devices::SetFrameSource(instrument_);
     ASSERT_TRUE(sim::WriteCalibrationToMemory(c));
     CreateView();
-    if (c.dist.GetDistModel() == DIST_RADIAL3_DECENTER) view_->m_Camera.Dist = c.dist;  // five terms: not in the record
+    if (c.dist.GetDistModel() == DIST_RADIAL3_DECENTER)
+      view_->m_Camera.Dist = c.dist;  // five terms: not in the record
   }
   // Points the instrument and tells the view, as the host does.
   void Turn(double v, double h) {

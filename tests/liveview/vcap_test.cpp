@@ -36,7 +36,8 @@ struct Recorder {
 class RecordingCap : public platform::devices::StreamDevice {
  public:
   explicit RecordingCap(Recorder* r) : r_(r) {}
-  BOOL IoControl(DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytes) override {
+  BOOL IoControl(
+      DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytes) override {
     r_->calls.push_back({code, in, inSize, out, outSize, bytes});
     return TRUE;
   }
@@ -56,7 +57,8 @@ class VCapRequestTest : public testing_support::DeviceTest {
     platform::devices::RegisterStreamDriver(L"CAP0:", [this](DWORD access, DWORD share) {
       access_ = access;
       share_ = share;
-      if (rec_.refuse) return platform::devices::OpenResult{nullptr, ERROR_GEN_FAILURE, rec_.null_handle};
+      if (rec_.refuse)
+        return platform::devices::OpenResult{nullptr, ERROR_GEN_FAILURE, rec_.null_handle};
       return platform::devices::OpenResult{std::make_shared<RecordingCap>(&rec_)};
     });
   }
@@ -183,11 +185,14 @@ TEST(FrameConvertTest, VectorAndPortableAgreeOnEveryValueAndOddWidths) {
     for (int width : {1, 15, 16, 17, 18, 19, 31, 32, 33, 34, 35, 37, 48, 49, 50, 51, 640}) {
       const int height = 65536 / width + 1;
       std::vector<WORD> pixels(size_t(width) * height);
-      for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = WORD(i * 40503u);  // visits all 65536 values
+      for (size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = WORD(i * 40503u);  // visits all 65536 values
       // Tight rows too: the vector stores overlap and must stay inside their row.
       for (int stride : {width * 3, (width * 3 + 3) & ~3}) {
         std::vector<BYTE> fast(size_t(stride) * height, 0x5A), slow(size_t(stride) * height, 0x5A);
-        if (!liveview::ConvertFrame565To24Using(path, pixels.data(), width, height, fast.data(), stride)) break;
+        if (!liveview::ConvertFrame565To24Using(
+                path, pixels.data(), width, height, fast.data(), stride))
+          break;
         liveview::ConvertFrame565To24Portable(pixels.data(), width, height, slow.data(), stride);
         ASSERT_EQ(fast, slow) << "path " << int(path) << " width " << width << " stride " << stride;
         std::fill(fast.begin(), fast.end(), 0x5A);

@@ -47,7 +47,8 @@ class BoardCentreTest : public ::testing::Test {
     scene.AddTarget({L"T", x, y, z, 0.5});
     instrument_.SetScene(scene);
     frame = Render(instrument_);
-    return *sim_test::LibraryProject(instrument_.calibration(), instrument_.station().State(), y, x, z);
+    return *sim_test::LibraryProject(
+        instrument_.calibration(), instrument_.station().State(), y, x, z);
   }
   sim::Instrument instrument_;
   sim::Scene empty_;
@@ -60,15 +61,21 @@ TEST_F(BoardCentreTest, SubPixelCentreAtEveryPhase) {
   const int n = 24;
   for (int k = 0; k < n; ++k) {
     // 40 to 45 m away, stepping about 0.11 px across and 0.08 px down.
-    double x = 1000.0 + 40.0 * std::cos(0.5236) + k * 0.0031, y = 2000.0 + 40.0 * std::sin(0.5236) - k * 0.0017;
+    double x = 1000.0 + 40.0 * std::cos(0.5236) + k * 0.0031,
+           y = 2000.0 + 40.0 * std::sin(0.5236) - k * 0.0017;
     double z = 51.8 - k * 0.0023;
     Frame frame;
     sim_test::SensorPoint truth = Show(x, y, z, frame);
     std::vector<float> light = Light(frame);
     const double half = 0.5 / 40.0 * 8.0 / 0.0056;
     double cx = 0, cy = 0;
-    ASSERT_TRUE(photogrammetry::FindBoardCentre({light.data(), 640, 480}, truth.px + 0.9 * std::sin(k), truth.py - 0.9 * std::cos(k),
-                                       half, 1.5, cx, cy));
+    ASSERT_TRUE(photogrammetry::FindBoardCentre({light.data(), 640, 480},
+                                                truth.px + 0.9 * std::sin(k),
+                                                truth.py - 0.9 * std::cos(k),
+                                                half,
+                                                1.5,
+                                                cx,
+                                                cy));
     double e = std::hypot(cx - truth.px, cy - truth.py);
     sum2 += e * e / n;
     worst = std::max(worst, e);
@@ -87,18 +94,24 @@ TEST_F(BoardCentreTest, NothingToMeasureIsRefused) {
   instrument_.SetScene(empty_);
   std::vector<float> sky = Light(Render(instrument_));
   double x = -1, y = -1;
-  EXPECT_FALSE(photogrammetry::FindBoardCentre({sky.data(), 640, 480}, 320.0, 200.0, 18.0, 1.5, x, y));
+  EXPECT_FALSE(
+      photogrammetry::FindBoardCentre({sky.data(), 640, 480}, 320.0, 200.0, 18.0, 1.5, x, y));
   EXPECT_EQ(x, -1);
 
   Frame frame;
-  sim_test::SensorPoint truth = Show(1000.0 + 40.0 * std::cos(0.5236), 2000.0 + 40.0 * std::sin(0.5236), 51.5, frame);
+  sim_test::SensorPoint truth =
+      Show(1000.0 + 40.0 * std::cos(0.5236), 2000.0 + 40.0 * std::sin(0.5236), 51.5, frame);
   std::vector<float> light = Light(frame);
   // The board found from its own picture, not from a picture's edge, a board
   // too small to have an inside or an empty image.
-  EXPECT_TRUE(photogrammetry::FindBoardCentre({light.data(), 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
-  EXPECT_FALSE(photogrammetry::FindBoardCentre({light.data(), 640, 480}, 10.0, 240.0, 17.0, 1.5, x, y));
-  EXPECT_FALSE(photogrammetry::FindBoardCentre({light.data(), 640, 480}, truth.px, truth.py, 3.0, 1.5, x, y));
-  EXPECT_FALSE(photogrammetry::FindBoardCentre({nullptr, 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
+  EXPECT_TRUE(photogrammetry::FindBoardCentre(
+      {light.data(), 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
+  EXPECT_FALSE(
+      photogrammetry::FindBoardCentre({light.data(), 640, 480}, 10.0, 240.0, 17.0, 1.5, x, y));
+  EXPECT_FALSE(photogrammetry::FindBoardCentre(
+      {light.data(), 640, 480}, truth.px, truth.py, 3.0, 1.5, x, y));
+  EXPECT_FALSE(
+      photogrammetry::FindBoardCentre({nullptr, 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
 }
 
 }  // namespace

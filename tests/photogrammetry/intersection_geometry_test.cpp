@@ -12,11 +12,11 @@
 #include <random>
 
 #include "photogrammetry/dlt.h"
-#include "storage/photogrammetry_job.h"
 #include "photogrammetry/space_intersection.h"
 #include "sim/calibration.h"
 #include "sim/camera_pose.h"
 #include "sim/station.h"
+#include "storage/photogrammetry_job.h"
 #include "tests/sim/library_projection.h"
 #include "tests/support/test_support.h"
 
@@ -50,7 +50,10 @@ sim::StationState Pose(double x, double y, double h_deg) {
 
 // Image coordinates of the points the wide camera sees, from the library's
 // projection chain, with optional Gaussian noise.
-PointArray Picture(const sim::Calibration& c, const sim::StationState& s, const PointArray& ground, double noise,
+PointArray Picture(const sim::Calibration& c,
+                   const sim::StationState& s,
+                   const PointArray& ground,
+                   double noise,
                    unsigned seed) {
   std::mt19937 rng(seed);
   std::normal_distribution<double> n(0.0, noise);
@@ -104,8 +107,8 @@ TEST(DLTOnTheInstrument, PhotographsFromOneStationDoNotIntersect) {
   PointArray control = Block(60, L"C", 3);
   const CXYZ target(L"T", 1046.0, 2031.0, 51.3);
   // Two pictures 7 degrees apart from the west station, one from the east.
-  const sim::StationState poses[] = {Pose(1000.0, 2000.0, 30.0), Pose(1000.0, 2000.0, 37.0),
-                                     Pose(1090.0, 2000.0, 140.0)};
+  const sim::StationState poses[] = {
+      Pose(1000.0, 2000.0, 30.0), Pose(1000.0, 2000.0, 37.0), Pose(1090.0, 2000.0, 140.0)};
   CDLT dlt[3];
   CXYZ seen[3];
   for (int k = 0; k < 3; ++k) {
@@ -145,10 +148,11 @@ TEST_F(JobTest, WeaklyControlledPhotographsStayOutOfTheIntersection) {
   ASSERT_EQ(project.Create(L"Job"), 1);
   ASSERT_EQ(project.SetControlPoints(control), 1);
   WriteHostFile(Host(L"\\pic.jpg"), "\xFF\xD8 picture \xFF\xD9");
-  const sim::StationState poses[] = {Pose(1000.0, 2000.0, 34.0), Pose(1090.0, 2000.0, 140.0),
-                                     Pose(1046.0, 2090.0, 270.0)};
+  const sim::StationState poses[] = {
+      Pose(1000.0, 2000.0, 34.0), Pose(1090.0, 2000.0, 140.0), Pose(1046.0, 2090.0, 270.0)};
   for (int k = 0; k < 3; ++k) {
-    PointArray image = Picture(c, poses[k], control, 0.0, 0), seen = Picture(c, poses[k], targets, 0.0, 0);
+    PointArray image = Picture(c, poses[k], control, 0.0, 0),
+               seen = Picture(c, poses[k], targets, 0.0, 0);
     ASSERT_EQ(seen.GetSize(), 1);
     if (k == 2) {  // the third picture shows seven controls, and its target 3 px off
       while (image.GetSize() > 7) image.RemoveAt(image.GetSize() - 1);
@@ -182,7 +186,8 @@ TEST_F(JobTest, WeaklyControlledPhotographsStayOutOfTheIntersection) {
   std::vector<std::string> lines = strict.Lines();
   ASSERT_EQ(lines.size(), 5u);
   EXPECT_NE(lines[2].find("DLT not solved (7 controls)"), std::string::npos) << lines[2];
-  EXPECT_NE(lines[4].find("2 of 3 photos solved, 1 points intersected"), std::string::npos) << lines[4];
+  EXPECT_NE(lines[4].find("2 of 3 photos solved, 1 points intersected"), std::string::npos)
+      << lines[4];
 }
 
 }  // namespace

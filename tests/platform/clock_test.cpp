@@ -1,10 +1,10 @@
 // The clock's calendar: days from a civil date and back, over every day of
 // the years a FILETIME or SYSTEMTIME can hold.
+#include "platform/clock.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
-
-#include "platform/clock.h"
 
 namespace {
 
@@ -32,11 +32,13 @@ TEST(Calendar, EveryDayRoundTripsAndFollowsTheDayBefore) {
     const SYSTEMTIME t = ToSystemTime(day * 86400000 + 3723004);  // 01:02:03.004
     ASSERT_EQ(DaysFromCivil(t.wYear, t.wMonth, t.wDay), day);
     ASSERT_EQ(t.wDayOfWeek, (before.wDayOfWeek + 1) % 7) << day;
-    const bool nextDay = t.wDay == before.wDay + 1 && t.wMonth == before.wMonth && t.wYear == before.wYear;
-    const bool nextMonth =
-        t.wDay == 1 && (t.wMonth == before.wMonth + 1 || (t.wMonth == 1 && t.wYear == before.wYear + 1));
+    const bool nextDay =
+        t.wDay == before.wDay + 1 && t.wMonth == before.wMonth && t.wYear == before.wYear;
+    const bool nextMonth = t.wDay == 1 && (t.wMonth == before.wMonth + 1 ||
+                                           (t.wMonth == 1 && t.wYear == before.wYear + 1));
     ASSERT_TRUE(nextDay || nextMonth) << day;
-    ASSERT_EQ(t.wHour * 10000000 + t.wMinute * 100000 + t.wSecond * 1000 + t.wMilliseconds, 10203004);
+    ASSERT_EQ(t.wHour * 10000000 + t.wMinute * 100000 + t.wSecond * 1000 + t.wMilliseconds,
+              10203004);
     before = t;
   }
   EXPECT_EQ(ToSystemTime(DaysFromCivil(2024, 5, 3) * 86400000).wDayOfWeek, 5);  // a Friday

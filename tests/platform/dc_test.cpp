@@ -132,9 +132,11 @@ TEST_F(DcTest, StretchDibitsBothRowOrders) {
   const BYTE bottomUp[8] = {3, 3, 0, 0, 0, 1, 2, 0};
   const BYTE topDown[8] = {0, 1, 2, 0, 3, 3, 0, 0};
   auto* bmi = reinterpret_cast<BITMAPINFO*>(&info);
-  ASSERT_EQ(StretchDIBits(dc_.m_hDC, 0, 0, 3, 2, 0, 0, 3, 2, bottomUp, bmi, DIB_RGB_COLORS, SRCCOPY), 2);
+  ASSERT_EQ(
+      StretchDIBits(dc_.m_hDC, 0, 0, 3, 2, 0, 0, 3, 2, bottomUp, bmi, DIB_RGB_COLORS, SRCCOPY), 2);
   info.header.biHeight = -2;
-  ASSERT_EQ(StretchDIBits(dc_.m_hDC, 5, 0, 3, 2, 0, 0, 3, 2, topDown, bmi, DIB_RGB_COLORS, SRCCOPY), 2);
+  ASSERT_EQ(StretchDIBits(dc_.m_hDC, 5, 0, 3, 2, 0, 0, 3, 2, topDown, bmi, DIB_RGB_COLORS, SRCCOPY),
+            2);
   const uint32_t expected[2][3] = {{0xFF0000, 0x00FF00, 0x0000FF}, {0xFFFFFF, 0xFFFFFF, 0xFF0000}};
   for (int y = 0; y < 2; ++y)
     for (int x = 0; x < 3; ++x) {
@@ -245,8 +247,10 @@ TEST(DcPng, PilReadsTheScreenshot) {
   ASSERT_TRUE(platform::WritePng(fb, path));
   const std::string command =
       "/usr/bin/python3 -c 'import sys\nfrom PIL import Image\nim = Image.open(sys.argv[1])\n"
-      "ok = im.size == (7, 3) and im.getpixel((6, 2)) == (0xAB, 0xCD, 0xEF) and im.getpixel((0, 0)) == (0x11, 0x22, 0x33)\n"
-      "sys.exit(0 if ok else 1)' '" + path + "'";
+      "ok = im.size == (7, 3) and im.getpixel((6, 2)) == (0xAB, 0xCD, 0xEF) and im.getpixel((0, "
+      "0)) == (0x11, 0x22, 0x33)\n"
+      "sys.exit(0 if ok else 1)' '" +
+      path + "'";
   EXPECT_EQ(std::system(command.c_str()), 0);
   std::filesystem::remove(path);
   EXPECT_FALSE(platform::WritePng(fb, "/nonexistent/dir/x.png"));

@@ -27,7 +27,8 @@ struct Seen {
 class RecordingDevice : public platform::devices::StreamDevice {
  public:
   explicit RecordingDevice(Seen* seen) : seen_(seen) {}
-  BOOL IoControl(DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytes) override {
+  BOOL IoControl(
+      DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytes) override {
     *seen_ = Seen{code, in, inSize, out, outSize, bytes, seen_->calls + 1, seen_->closes};
     return code == 1 ? TRUE : FALSE;
   }
@@ -48,7 +49,8 @@ class StreamDeviceTest : public ::testing::Test {
 
 TEST_F(StreamDeviceTest, MissingDeviceFailsAsWin32) {
   platform::SetLastErrorCode(0);
-  EXPECT_EQ(CreateFileW(L"NOPE9:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(CreateFileW(L"NOPE9:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr),
+            INVALID_HANDLE_VALUE);
   EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
   EXPECT_FALSE(DeviceIoControl(INVALID_HANDLE_VALUE, 1, nullptr, 0, nullptr, 0, nullptr, nullptr));
   EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
@@ -59,7 +61,8 @@ TEST_F(StreamDeviceTest, RequestsReachTheDriverUnchangedAndCloseOnce) {
     return platform::devices::OpenResult{std::make_shared<RecordingDevice>(&seen_)};
   });
   const long before = platform::LiveHandles();
-  HANDLE h = CreateFileW(L"tst1:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  HANDLE h =
+      CreateFileW(L"tst1:", GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(h, INVALID_HANDLE_VALUE);
   ASSERT_NE(h, nullptr);
   char in[4];

@@ -59,33 +59,39 @@ TEST_F(RegistryTest, ReadsTheCardFolderAsTheDeviceStoresIt) {
 TEST_F(RegistryTest, SizesAndTypesFollowWin32) {
   Store(kStore);
   HKEY h = nullptr;
-  ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &h), ERROR_SUCCESS);
+  ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &h),
+            ERROR_SUCCESS);
   DWORD size = 0;
   EXPECT_EQ(RegQueryValueExW(h, L"PCMCIAFolder", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
   EXPECT_EQ(size, 28u);  // 13 characters and the terminator, 2 bytes each as on the device
-  wchar_t small[13];  // one short of the terminator
+  wchar_t small[13];     // one short of the terminator
   size = DWORD(std::size(small)) * platform::registry::kCharBytes;
-  EXPECT_EQ(RegQueryValueExW(h, L"PCMCIAFolder", nullptr, nullptr, reinterpret_cast<BYTE*>(small), &size),
-            LONG(ERROR_MORE_DATA));
+  EXPECT_EQ(
+      RegQueryValueExW(h, L"PCMCIAFolder", nullptr, nullptr, reinterpret_cast<BYTE*>(small), &size),
+      LONG(ERROR_MORE_DATA));
   EXPECT_EQ(size, 28u);
   // A character beyond 16 bits counts two units there.
-  ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"Name", L"a\U0001F600"));
+  ASSERT_TRUE(
+      platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"Name", L"a\U0001F600"));
   EXPECT_EQ(RegQueryValueExW(h, L"Name", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
   EXPECT_EQ(size, 8u);
   DWORD number = 0, type = 0;
   size = sizeof number;
-  EXPECT_EQ(RegQueryValueExW(h, L"Retries", nullptr, &type, reinterpret_cast<BYTE*>(&number), &size),
-            ERROR_SUCCESS);
+  EXPECT_EQ(
+      RegQueryValueExW(h, L"Retries", nullptr, &type, reinterpret_cast<BYTE*>(&number), &size),
+      ERROR_SUCCESS);
   EXPECT_EQ(type, REG_DWORD);
   EXPECT_EQ(number, 31u);
-  EXPECT_EQ(RegQueryValueExW(h, L"Missing", nullptr, nullptr, nullptr, &size), LONG(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(RegQueryValueExW(h, L"Missing", nullptr, nullptr, nullptr, &size),
+            LONG(ERROR_FILE_NOT_FOUND));
   EXPECT_EQ(RegCloseKey(h), ERROR_SUCCESS);
   EXPECT_EQ(RegCloseKey(h), LONG(ERROR_INVALID_HANDLE));
 }
 
 TEST_F(RegistryTest, MissingStoreKeyOrRootFails) {
   std::wstring value;
-  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), LONG(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value),
+            LONG(ERROR_FILE_NOT_FOUND));
   Store(kStore);
   EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Other", L"PCMCIAFolder", &value), LONG(ERROR_FILE_NOT_FOUND));
   // A parent of a stored key exists but holds no values.
@@ -93,7 +99,8 @@ TEST_F(RegistryTest, MissingStoreKeyOrRootFails) {
   // "SYSTEM\QZ7" is a prefix of a key name, not a parent key.
   EXPECT_EQ(Query(L"SYSTEM\\QZ7", L"x", &value), LONG(ERROR_FILE_NOT_FOUND));
   HKEY h = nullptr;
-  EXPECT_NE(RegOpenKeyExW(reinterpret_cast<HKEY>(uintptr_t{0x1234}), L"SYSTEM", 0, KEY_READ, &h), ERROR_SUCCESS);
+  EXPECT_NE(RegOpenKeyExW(reinterpret_cast<HKEY>(uintptr_t{0x1234}), L"SYSTEM", 0, KEY_READ, &h),
+            ERROR_SUCCESS);
 }
 
 TEST_F(RegistryTest, MalformedLinesAreSkippedAndGoodOnesKept) {
@@ -122,9 +129,12 @@ TEST_F(RegistryTest, MalformedLinesAreSkippedAndGoodOnesKept) {
 }
 
 TEST_F(RegistryTest, SetStringWritesAStoreThatReadsBack) {
-  ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\SD Card"));
-  ASSERT_TRUE(platform::registry::SetString(L"HKEY_LOCAL_MACHINE\\SYSTEM\\QZ7mInit\\Memory", L"Level", L"7"));
-  ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"pcmciafolder", L"\\Karte ä"));
+  ASSERT_TRUE(platform::registry::SetString(
+      L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\SD Card"));
+  ASSERT_TRUE(platform::registry::SetString(
+      L"HKEY_LOCAL_MACHINE\\SYSTEM\\QZ7mInit\\Memory", L"Level", L"7"));
+  ASSERT_TRUE(platform::registry::SetString(
+      L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"pcmciafolder", L"\\Karte ä"));
   EXPECT_FALSE(platform::registry::SetString(L"NOROOT\\X", L"a", L"b"));
   std::string text = ReadHostFile(Host(L"\\registry.txt"));
   EXPECT_NE(text.find("[HKLM\\SYSTEM\\QZ7mInit\\Memory]"), std::string::npos) << text;

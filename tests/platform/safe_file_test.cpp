@@ -149,7 +149,8 @@ TEST_F(SafeFileTest, AppendAndUpdateOpenTheFileItself) {
   EXPECT_TRUE(append.Commit());
 
   SafeFile update;
-  ASSERT_TRUE(update.Open(L"\\log.txt", CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite));
+  ASSERT_TRUE(
+      update.Open(L"\\log.txt", CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite));
   ASSERT_TRUE(update.Write("X", 1));
   update.Close();  // closing keeps what was written in place
   EXPECT_EQ(Bytes(L"\\log.txt"), "Xbcd");

@@ -1,11 +1,12 @@
-#include <algorithm>
-#include <clocale>
+#include "platform/text.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <clocale>
+
 #include "platform/afx_string.h"
 #include "platform/kvo_array.h"
-#include "platform/text.h"
 
 namespace {
 
@@ -74,8 +75,9 @@ TEST(Utf8, InvalidSequencesBecomeReplacementCharactersStably) {
   };
   for (const std::string& bytes : cases) {
     const std::wstring once = platform::Utf8ToWide(bytes);
-    EXPECT_EQ(once.size(), std::count(once.begin(), once.end(), L'\xFFFD') +
-                               std::count(once.begin(), once.end(), L'M'))
+    EXPECT_EQ(once.size(),
+              std::count(once.begin(), once.end(), L'\xFFFD') +
+                  std::count(once.begin(), once.end(), L'M'))
         << bytes;
     EXPECT_EQ(platform::Utf8ToWide(platform::WideToUtf8(once)), once);
   }

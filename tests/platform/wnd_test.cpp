@@ -1,5 +1,7 @@
 // CWnd and the desktop: creation, coordinates, the message queue, timers on
 // the platform clock, painting with erase, keys, taps and the wait cursor.
+#include "platform/wnd.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,7 +11,6 @@
 #include "platform/dc.h"
 #include "platform/desktop.h"
 #include "platform/paint_dc.h"
-#include "platform/wnd.h"
 #include "tests/support/test_support.h"
 
 namespace {
@@ -92,7 +93,13 @@ class WndTest : public testing_support::DeviceTest {
 TEST_F(WndTest, CreateSendsCreateStructAndBindsHandle) {
   Probe w;
   int param = 0;
-  ASSERT_TRUE(w.CreateEx(WS_EX_TOPMOST, L"cls", L"name", WS_CHILD | WS_VISIBLE, RECT{10, 20, 110, 80}, nullptr, 42,
+  ASSERT_TRUE(w.CreateEx(WS_EX_TOPMOST,
+                         L"cls",
+                         L"name",
+                         WS_CHILD | WS_VISIBLE,
+                         RECT{10, 20, 110, 80},
+                         nullptr,
+                         42,
                          &param));
   EXPECT_TRUE(IsWindow(w.m_hWnd));
   EXPECT_EQ(w.created.x, 10);
@@ -102,15 +109,18 @@ TEST_F(WndTest, CreateSendsCreateStructAndBindsHandle) {
   EXPECT_EQ(w.created.lpCreateParams, &param);
   EXPECT_EQ(w.created.dwExStyle, WS_EX_TOPMOST);
   EXPECT_EQ(w.GetDlgCtrlID(), 42);
-  EXPECT_EQ(w.created.hwndParent, platform::DesktopWindow()->m_hWnd);  // no parent: the desktop's child
+  EXPECT_EQ(w.created.hwndParent,
+            platform::DesktopWindow()->m_hWnd);  // no parent: the desktop's child
   EXPECT_EQ(platform::LiveWindows(), 1u);
-  EXPECT_FALSE(w.CreateEx(0, nullptr, nullptr, WS_CHILD, RECT{0, 0, 1, 1}, nullptr, 1)) << "already created";
+  EXPECT_FALSE(w.CreateEx(0, nullptr, nullptr, WS_CHILD, RECT{0, 0, 1, 1}, nullptr, 1))
+      << "already created";
 }
 
 TEST_F(WndTest, CreateAnsweredMinusOneDestroysAndDropsPostedMessages) {
   Probe w;
   w.createAnswer = -1;
-  EXPECT_FALSE(w.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{0, 0, 50, 50}, nullptr, 1));
+  EXPECT_FALSE(
+      w.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{0, 0, 50, 50}, nullptr, 1));
   EXPECT_EQ(w.m_hWnd, nullptr);
   EXPECT_EQ(platform::LiveWindows(), 0u);
   EXPECT_EQ(platform::QueuedMessages(), 0u);
@@ -120,8 +130,10 @@ TEST_F(WndTest, CreateAnsweredMinusOneDestroysAndDropsPostedMessages) {
 
 TEST_F(WndTest, ClientAndScreenMappingThroughNestedWindows) {
   Probe parent, child;
-  ASSERT_TRUE(parent.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{10, 20, 210, 170}, nullptr, 1));
-  ASSERT_TRUE(child.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{5, 6, 45, 36}, &parent, 2));
+  ASSERT_TRUE(parent.CreateEx(
+      0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{10, 20, 210, 170}, nullptr, 1));
+  ASSERT_TRUE(
+      child.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{5, 6, 45, 36}, &parent, 2));
   EXPECT_EQ(child.created.hwndParent, parent.m_hWnd);
 
   CRect client;
@@ -170,9 +182,16 @@ TEST_F(WndTest, TimersFireInDueOrderWithoutSleeping) {
   // Merge the two logs by time; ties keep the timer started first (a).
   for (int64_t t : a.timerTimes) fired.push_back({'a', t - start_});
   for (int64_t t : b.timerTimes) fired.push_back({'b', t - start_});
-  std::stable_sort(fired.begin(), fired.end(), [](auto& x, auto& y) { return x.second < y.second; });
-  std::vector<std::pair<char, int64_t>> expected{{'a', 200}, {'b', 300}, {'a', 400}, {'a', 600}, {'b', 600},
-                                                 {'a', 800}, {'b', 900}, {'a', 1000}};
+  std::stable_sort(
+      fired.begin(), fired.end(), [](auto& x, auto& y) { return x.second < y.second; });
+  std::vector<std::pair<char, int64_t>> expected{{'a', 200},
+                                                 {'b', 300},
+                                                 {'a', 400},
+                                                 {'a', 600},
+                                                 {'b', 600},
+                                                 {'a', 800},
+                                                 {'b', 900},
+                                                 {'a', 1000}};
   EXPECT_EQ(fired, expected);
   EXPECT_EQ(a.timerIds.front(), 2025u);
 }
@@ -221,7 +240,8 @@ TEST_F(WndTest, PaintErasesFirstThenPaintsClippedToTheWindow) {
     seenAtPresent = screen.At(20, 30);
   });
   Probe w;
-  ASSERT_TRUE(w.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{10, 20, 60, 50}, nullptr, 1));
+  ASSERT_TRUE(
+      w.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{10, 20, 60, 50}, nullptr, 1));
   platform::PumpMessages();
   EXPECT_EQ(w.log, (std::vector<std::string>{"create", "user5", "erase", "paint"}));
   EXPECT_EQ(CRect(w.eraseClip), CRect(0, 0, 50, 30));
@@ -229,7 +249,7 @@ TEST_F(WndTest, PaintErasesFirstThenPaintsClippedToTheWindow) {
   EXPECT_EQ(screen.width, platform::kDefaultScreenWidth);
   EXPECT_EQ(screen.At(10, 20), Px(kBlue));  // the pixel OnPaint set at client (0, 0)
   EXPECT_EQ(screen.At(59, 49), Px(kRed));   // erased, last pixel inside
-  EXPECT_EQ(screen.At(60, 49), 0u);      // outside: desktop black
+  EXPECT_EQ(screen.At(60, 49), 0u);         // outside: desktop black
   EXPECT_EQ(screen.At(9, 20), 0u);
   EXPECT_EQ(presents, 1);
   EXPECT_EQ(seenAtPresent, Px(kRed));
@@ -262,7 +282,8 @@ TEST_F(WndTest, PaintErasesFirstThenPaintsClippedToTheWindow) {
 TEST_F(WndTest, HiddenWindowIsNotPaintedAndUpdateWindowPaintsAtOnce) {
   Probe hidden, shown;
   ASSERT_TRUE(hidden.CreateEx(0, nullptr, nullptr, WS_CHILD, RECT{0, 0, 20, 20}, nullptr, 1));
-  ASSERT_TRUE(shown.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{0, 0, 20, 20}, nullptr, 2));
+  ASSERT_TRUE(
+      shown.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{0, 0, 20, 20}, nullptr, 2));
   platform::PumpMessages();
   EXPECT_EQ(Count(hidden.log, "paint"), 0);
   EXPECT_EQ(Count(shown.log, "paint"), 1);
@@ -278,8 +299,10 @@ TEST_F(WndTest, ChildOverParentIsRepaintedAfterTheParent) {
   Probe parent, child;
   parent.eraseColour = kRed;
   child.eraseColour = kGreen;
-  ASSERT_TRUE(parent.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{0, 0, 100, 100}, nullptr, 1));
-  ASSERT_TRUE(child.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{10, 10, 20, 20}, &parent, 2));
+  ASSERT_TRUE(parent.CreateEx(
+      0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{0, 0, 100, 100}, nullptr, 1));
+  ASSERT_TRUE(
+      child.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{10, 10, 20, 20}, &parent, 2));
   platform::PumpMessages();
   parent.log.clear();
   child.log.clear();
@@ -305,8 +328,10 @@ TEST_F(WndTest, KeyStateHasHighBitWhileHeldAndTogglesOnPress) {
 
 TEST_F(WndTest, TapGoesToTopmostWindowInClientCoordinates) {
   Probe lower, upper;
-  ASSERT_TRUE(lower.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{10, 20, 110, 120}, nullptr, 1));
-  ASSERT_TRUE(upper.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{50, 60, 80, 90}, nullptr, 2));
+  ASSERT_TRUE(lower.CreateEx(
+      0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{10, 20, 110, 120}, nullptr, 1));
+  ASSERT_TRUE(
+      upper.CreateEx(0, nullptr, nullptr, WS_CHILD | WS_VISIBLE, RECT{50, 60, 80, 90}, nullptr, 2));
   EXPECT_EQ(platform::InjectTap(15, 27), lower.m_hWnd);
   platform::PumpMessages();
   EXPECT_EQ(lower.lastTap, CPoint(5, 7));

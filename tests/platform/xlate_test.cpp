@@ -1,9 +1,9 @@
 // Xlate: identity until the host installs a translation.
+#include "platform/xlate.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "platform/xlate.h"
 
 namespace {
 

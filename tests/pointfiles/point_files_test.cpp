@@ -8,9 +8,9 @@
 
 #include <string>
 
-#include "platform/file_messages.h"
 #include "platform/faults.h"
 #include "platform/file.h"
+#include "platform/file_messages.h"
 #include "platform/fs.h"
 #include "tests/geometry/decimal_comma_locale.h"
 #include "tests/support/test_support.h"

@@ -34,10 +34,22 @@ TEST(ProjectionCap, FreshObjectIsIdentity) {
 TEST(ProjectionCap, FrustumIsTheStandardPerspectiveMatrix) {
   // glFrustum(l, r, b, t, n, f) written out by hand for l=-2, r=3, b=-1, t=1.5, n=1, f=10.
   const double l = -2, r = 3, b = -1, t = 1.5, n = 1, f = 10;
-  const double expected[16] = {2 * n / (r - l), 0, (r + l) / (r - l), 0,
-                               0, 2 * n / (t - b), (t + b) / (t - b), 0,
-                               0, 0, -(f + n) / (f - n), -2 * f * n / (f - n),
-                               0, 0, -1, 0};
+  const double expected[16] = {2 * n / (r - l),
+                               0,
+                               (r + l) / (r - l),
+                               0,
+                               0,
+                               2 * n / (t - b),
+                               (t + b) / (t - b),
+                               0,
+                               0,
+                               0,
+                               -(f + n) / (f - n),
+                               -2 * f * n / (f - n),
+                               0,
+                               0,
+                               -1,
+                               0};
   CProjection_Cap p;
   p.SetPrjMatrix(l, r, t, b, n, f);  // note: top before bottom
   for (int i = 0; i < 16; ++i) EXPECT_DOUBLE_EQ(p.ProjMatrix[i], expected[i]) << i;

@@ -1,8 +1,6 @@
 // What a host sees of the image classes through the umbrella header alone:
 // BMP files exchanged with a third-party reader/writer (PIL), the image
 // operations, drawing, and JPEG without the instrument's module.
-#include "surveycam.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -11,13 +9,16 @@
 #include <iterator>
 #include <string>
 
+#include "surveycam.h"
+
 namespace {
 
 class ImagePublic : public ::testing::Test {
  protected:
   void SetUp() override {
     dir_ = std::filesystem::temp_directory_path() /
-           ("surveycam_image_public_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+           ("surveycam_image_public_" +
+            std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
     std::filesystem::remove_all(dir_);
     std::filesystem::create_directories(dir_);
   }
@@ -48,17 +49,21 @@ TEST_F(ImagePublic, PilReadsOurOddWidthBmp) {
     }
   CString path = Wide("ours.bmp");
   ASSERT_TRUE(dib.WriteBMP(path));
-  ASSERT_TRUE(Pil("import sys\nfrom PIL import Image\n"
-                  "open(sys.argv[2], \"wb\").write(Image.open(sys.argv[1]).convert(\"RGB\").tobytes())",
-                  Path("ours.bmp"), Path("ours.rgb")));
+  ASSERT_TRUE(
+      Pil("import sys\nfrom PIL import Image\n"
+          "open(sys.argv[2], \"wb\").write(Image.open(sys.argv[1]).convert(\"RGB\").tobytes())",
+          Path("ours.bmp"),
+          Path("ours.rgb")));
   EXPECT_EQ(ReadAll(Path("ours.rgb")), expected);
 }
 
 TEST_F(ImagePublic, WeReadPilPaletteBmp) {
-  ASSERT_TRUE(Pil("import sys\nfrom PIL import Image\nim = Image.new(\"P\", (5, 2))\n"
-                  "im.putpalette([v for i in range(256) for v in (i, 255 - i, 7)])\n"
-                  "im.putdata([0, 1, 2, 3, 4, 250, 251, 252, 253, 254])\nim.save(sys.argv[1])",
-                  Path("pil.bmp"), ""));
+  ASSERT_TRUE(
+      Pil("import sys\nfrom PIL import Image\nim = Image.new(\"P\", (5, 2))\n"
+          "im.putpalette([v for i in range(256) for v in (i, 255 - i, 7)])\n"
+          "im.putdata([0, 1, 2, 3, 4, 250, 251, 252, 253, 254])\nim.save(sys.argv[1])",
+          Path("pil.bmp"),
+          ""));
   CDibEx dib;
   CString path = Wide("pil.bmp");
   ASSERT_TRUE(dib.ReadBMP(path));

@@ -4,8 +4,6 @@
 // driven on the desktop through creation, timer ticks, zoom, camera switch,
 // survey points, a tap with aiming, auto exposure and a saved snapshot, and
 // judged from the screen's pixels and the simulator's ground truth.
-#include "surveycam.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,6 +14,8 @@
 #include <set>
 #include <string>
 #include <vector>
+
+#include "surveycam.h"
 
 #ifndef SIMINST_DIR
 #error "SIMINST_DIR must name the folder of SIMINST.so"
@@ -56,7 +56,8 @@ const SimInst& Module() {
     if (!s.module) return s;
     s.complete = Fetch(s.module, L"SimInstRegisterDevices", s.RegisterDevices) &&
                  Fetch(s.module, L"SimInstUnregisterDevices", s.UnregisterDevices) &&
-                 Fetch(s.module, L"SimInstInstall", s.Install) && Fetch(s.module, L"SimInstUninstall", s.Uninstall) &&
+                 Fetch(s.module, L"SimInstInstall", s.Install) &&
+                 Fetch(s.module, L"SimInstUninstall", s.Uninstall) &&
                  Fetch(s.module, L"SimInstSetStation", s.SetStation) &&
                  Fetch(s.module, L"SimInstSetAngles", s.SetAngles) &&
                  Fetch(s.module, L"SimInstAddTarget", s.AddTarget) &&
@@ -79,7 +80,8 @@ constexpr uint32_t kKeyColour = 0x404040;
 // the survey X axis towards Y) from the telescope's axis point.
 CXYZ PointAt(double v, double h, double d) {
   const double horizontal = d * std::sin(v * kRad);
-  return CXYZ(kStationX + horizontal * std::cos(h * kRad), kStationY + horizontal * std::sin(h * kRad),
+  return CXYZ(kStationX + horizontal * std::cos(h * kRad),
+              kStationY + horizontal * std::sin(h * kRad),
               kStationZ + kHeight + d * std::cos(v * kRad));
 }
 
@@ -109,7 +111,8 @@ std::optional<Box> BoardOnScreen(const platform::Framebuffer& with,
     }
   }
   if (max_x < 0 || min_x == x0 || max_x == x1 || min_y == y0 || max_y == y1) return std::nullopt;
-  return Box{(min_x + max_x + 1) / 2.0, (min_y + max_y + 1) / 2.0, max_x - min_x + 1, max_y - min_y + 1};
+  return Box{
+      (min_x + max_x + 1) / 2.0, (min_y + max_y + 1) / 2.0, max_x - min_x + 1, max_y - min_y + 1};
 }
 
 class LiveViewOnSimInst : public ::testing::Test {
@@ -117,7 +120,8 @@ class LiveViewOnSimInst : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(Module().complete) << "SIMINST.so not loaded from " << SIMINST_DIR;
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    root_ = std::filesystem::current_path() / "public-roots" / (std::string("liveview.") + info->name());
+    root_ = std::filesystem::current_path() / "public-roots" /
+            (std::string("liveview.") + info->name());
     std::filesystem::remove_all(root_);
     std::filesystem::create_directories(root_);
     platform::fs::SetDeviceRoot(root_.string());
@@ -134,13 +138,15 @@ class LiveViewOnSimInst : public ::testing::Test {
     ASSERT_EQ(sim().SetSampleEveryPixel(1), 1);
     ASSERT_EQ(sim().SetStation(kStationX, kStationY, kStationZ, kHeight), 1);
     ASSERT_EQ(sim().StoreCalibration(&camera_, &orient_), 1);
-    ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Card"));
+    ASSERT_TRUE(platform::registry::SetString(
+        L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Card"));
     CreateDirectoryW(L"\\Card", nullptr);
 
     view_ = std::make_unique<CCaptureWnd>();
     view_->InitAppUseMessage();
     const RECT rect{0, 0, 320, 240};
-    ASSERT_TRUE(view_->Create(platform::DesktopWindow(), rect, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+    ASSERT_TRUE(
+        view_->Create(platform::DesktopWindow(), rect, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
     platform::PumpMessages();
   }
 
@@ -301,7 +307,8 @@ TEST_F(LiveViewOnSimInst, SurveyPointsAreDrawnOnTheirTargetsBoards) {
   // from the line of sight; every board stands clear of the ground.
   // The screen shows the middle 320 x 240 pixels of the sensor at scale 1,
   // about 12.8 by 9.6 degrees.
-  const double offsets[][3] = {{0, 0, 25}, {-3, -4.5, 18}, {-2, 4, 30}, {2.5, -3, 12}, {-2.5, 5, 40}, {2, 4, 20}};
+  const double offsets[][3] = {
+      {0, 0, 25}, {-3, -4.5, 18}, {-2, 4, 30}, {2.5, -3, 12}, {-2.5, 5, 40}, {2, 4, 20}};
   int judged = 0;
   for (double v : {84.0, 88.0}) {
     for (double h : {37.25, 211.5}) {

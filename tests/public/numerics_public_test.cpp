@@ -1,11 +1,11 @@
 // What a host sees: the camera model, least squares, projection pipeline and
 // filters through the umbrella header only, checked against hand-worked values.
-#include "surveycam.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
+
+#include "surveycam.h"
 
 namespace {
 

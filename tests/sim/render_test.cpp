@@ -181,7 +181,8 @@ TEST(SimRender, WritesPicturesOfBothCameras) {
     EXPECT_EQ(std::string(signature + 1, 3), "PNG");
     std::string ppm = (dir / (camera == 0 ? "tele.ppm" : "wide.ppm")).string();
     ASSERT_TRUE(sim::WritePpm(picture, ppm));
-    EXPECT_EQ(std::filesystem::file_size(ppm), std::string("P6\n640 480\n255\n").size() + 640 * 480 * 3);
+    EXPECT_EQ(std::filesystem::file_size(ppm),
+              std::string("P6\n640 480\n255\n").size() + 640 * 480 * 3);
   }
 }
 

@@ -98,9 +98,9 @@ struct Counts {
 };
 
 std::ostream& operator<<(std::ostream& os, const Counts& c) {
-  return os << "files " << c.files << " handles " << c.handles << " heap blocks " << c.heap_blocks << " modules "
-            << c.modules << " keys " << c.keys << " windows " << c.windows << " timers " << c.timers
-            << " capture " << c.capture;
+  return os << "files " << c.files << " handles " << c.handles << " heap blocks " << c.heap_blocks
+            << " modules " << c.modules << " keys " << c.keys << " windows " << c.windows
+            << " timers " << c.timers << " capture " << c.capture;
 }
 
 Counts TakeCounts() {
@@ -118,15 +118,16 @@ Counts TakeCounts() {
 struct Look {
   uint64_t screen = 0;
   int exposure = 0;
-  std::vector<double> overlay;  // per survey point: result, sx, sy, visible
+  std::vector<double> overlay;   // per survey point: result, sx, sy, visible
   std::vector<uint8_t> records;  // both display records and the driver's
   int centres[4] = {};
   bool operator==(const Look&) const = default;
 };
 
 std::ostream& operator<<(std::ostream& os, const Look& l) {
-  return os << "screen " << std::hex << l.screen << std::dec << " exposure " << l.exposure << " centres "
-            << l.centres[0] << "," << l.centres[1] << " " << l.centres[2] << "," << l.centres[3];
+  return os << "screen " << std::hex << l.screen << std::dec << " exposure " << l.exposure
+            << " centres " << l.centres[0] << "," << l.centres[1] << " " << l.centres[2] << ","
+            << l.centres[3];
 }
 
 uint64_t Hash(const platform::Framebuffer& frame) {
@@ -217,8 +218,8 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
   void SetClock(int ticks) {
     const int64_t now = platform::clock::NowMs();
     const int64_t midnight = now - now % 86400000 + 86400000;
-    platform::clock::SetLocal(
-        platform::clock::ToSystemTime(midnight - int64_t(ticks / 2) * CCaptureWnd::kFrameTimerPeriodMs));
+    platform::clock::SetLocal(platform::clock::ToSystemTime(
+        midnight - int64_t(ticks / 2) * CCaptureWnd::kFrameTimerPeriodMs));
   }
 
   void Start(int ticks) {
@@ -230,8 +231,11 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
     const sim::StationState state = instrument_->station().State();
     // Boards around the home direction for the wide camera, and one far
     // board whose corner sits near the tele camera's reticle at home.
-    const double offsets[][4] = {{-0.08, 0.08, 150, 0.25}, {-4, -7, 18, 0.3}, {3, 6, 30, 0.3},
-                                 {2, -3, 22, 0.3},        {-1, 9, 60, 0.3}};
+    const double offsets[][4] = {{-0.08, 0.08, 150, 0.25},
+                                 {-4, -7, 18, 0.3},
+                                 {3, 6, 30, 0.3},
+                                 {2, -3, 22, 0.3},
+                                 {-1, 9, 60, 0.3}};
     for (const auto& o : offsets) {
       sim::Target t = sim_test::TargetAt(state, kHomeV + o[0], kHomeH + o[1], o[2], o[3]);
       t.name = L"P" + std::to_wstring(points_.GetSize() + 1);
@@ -278,13 +282,26 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
   void LeaveMode() {
     const int mode = view_->GetMode();
     switch (mode) {
-      case 1: view_->EndOffsetMode(); break;
-      case 2: view_->EndCornerMode(); break;
-      case 3: view_->EndDistanceMode(); break;
-      case 4: view_->EndRemMode(); break;
-      case 5: view_->EndCCDAttachMode(); break;
-      case 6: view_->EndUserCCDMode(); break;
-      default: break;
+      case 1:
+        view_->EndOffsetMode();
+        break;
+      case 2:
+        view_->EndCornerMode();
+        break;
+      case 3:
+        view_->EndDistanceMode();
+        break;
+      case 4:
+        view_->EndRemMode();
+        break;
+      case 5:
+        view_->EndCCDAttachMode();
+        break;
+      case 6:
+        view_->EndUserCCDMode();
+        break;
+      default:
+        break;
     }
     if (view_->GetMode() != 0) {
       view_->BeginDistanceMode();
@@ -299,7 +316,9 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
   void EnterMode() {
     LeaveMode();
     switch (Chance(0.3) ? 2 : Uniform(1, 6)) {  // corner work is the most common
-      case 1: view_->BeginOffsetMode(view_->m_dCurV, view_->m_dCurH); break;
+      case 1:
+        view_->BeginOffsetMode(view_->m_dCurV, view_->m_dCurH);
+        break;
       case 2:  // on the tele camera, as corners are aimed at
         if (Chance(0.8)) view_->SetCurCamera(0);
         view_->BeginCornerMode();
@@ -307,15 +326,19 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
         break;
       case 3:
         view_->BeginDistanceMode();
-        for (int i = 0; i < Uniform(1, 3); ++i) view_->AddDistanceAB(points_[Uniform(0, points_.GetSize() - 1)]);
+        for (int i = 0; i < Uniform(1, 3); ++i)
+          view_->AddDistanceAB(points_[Uniform(0, points_.GetSize() - 1)]);
         EXPECT_LE(view_->m_MeasPoints.GetSize(), 2);
         break;
       case 4:
         view_->BeginRemMode();
-        for (int i = 0; i < Uniform(1, 3); ++i) view_->AddRemCoord(points_[Uniform(0, points_.GetSize() - 1)]);
+        for (int i = 0; i < Uniform(1, 3); ++i)
+          view_->AddRemCoord(points_[Uniform(0, points_.GetSize() - 1)]);
         EXPECT_EQ(view_->m_MeasPoints.GetSize(), 1);
         break;
-      case 5: view_->SetCCDAttachMode(); break;
+      case 5:
+        view_->SetCCDAttachMode();
+        break;
       default:
         view_->SetUserCCDMode();
         view_->UserCCDOffset(Uniform(-3, 3), Uniform(-3, 3));
@@ -333,8 +356,8 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
     int x = 160 + Uniform(-near, near), y = 120 + Uniform(-near, near);
     if (outside) x = Chance(0.5) ? Uniform(0, 160 - half - 1) : Uniform(160 + half + 1, 319);
     x = std::clamp(x, 0, 319);
-    const bool taken = view_->GetMode() == 2 && view_->StsGetMeas() == 1 && view_->GetCurCamera() == 0 &&
-                       view_->m_bTiltErr == 0;
+    const bool taken = view_->GetMode() == 2 && view_->StsGetMeas() == 1 &&
+                       view_->GetCurCamera() == 0 && view_->m_bTiltErr == 0;
     const size_t boxes = boxes_.size();
     platform::InjectTap(x, y);
     platform::PumpMessages();
@@ -473,13 +496,17 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
     GetLocalTime(&now);
     const int camera = view_->GetCurCamera();
     const std::wstring day = platform::FormatW(L"%.4d%.2d%.2d", now.wYear, now.wMonth, now.wDay);
-    const std::wstring folders[3] = {kCard, std::wstring(kCard) + L"\\JPEG",
-                                     std::wstring(kCard) + L"\\JPEG\\" + day};
+    const std::wstring folders[3] = {
+        kCard, std::wstring(kCard) + L"\\JPEG", std::wstring(kCard) + L"\\JPEG\\" + day};
     long found = 0;
     for (const auto& f : folders) found += std::filesystem::is_directory(Host(f.c_str()));
     const std::wstring path =
-        folders[2] + platform::FormatW(L"\\%.2d%.2d%.2d%s%.3d.jpg", now.wHour, now.wMinute, now.wSecond,
-                                       camera == 0 ? L"T" : L"W", int(view_->m_dZoom[camera] * 100 + 0.5));
+        folders[2] + platform::FormatW(L"\\%.2d%.2d%.2d%s%.3d.jpg",
+                                       now.wHour,
+                                       now.wMinute,
+                                       now.wSecond,
+                                       camera == 0 ? L"T" : L"W",
+                                       int(view_->m_dZoom[camera] * 100 + 0.5));
     const long handles = platform::LiveHandles();
     const size_t boxes = boxes_.size();
     if (full) platform::fs::SetFreeSpaceOverride(kFullCardBytes);
@@ -522,17 +549,47 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
   void Event() {
     ++events_;
     switch (Uniform(0, 19)) {
-      case 0: case 1: view_->SetCurCamera(Uniform(0, 1)); break;
-      case 2: case 3: ZoomEvent(); break;
-      case 4: case 5: EnterMode(); break;
-      case 6: case 7: case 8: TapEvent(); break;
-      case 9: case 10: case 11: KeyEvent(); break;
-      case 12: view_->m_nAEMode = Uniform(0, 3); break;
-      case 13: instrument_->SetLighting(sim::Lighting(Uniform(0, 2))); break;
-      case 14: case 15: TurnEvent(); break;
-      case 16: view_->SnapShot(); break;
-      case 17: Chance(0.2) ? view_->SetTiltErr() : view_->ClrTiltErr(); break;
-      case 18: Chance(0.5) ? CalibrationEvent() : FilesEvent(); break;
+      case 0:
+      case 1:
+        view_->SetCurCamera(Uniform(0, 1));
+        break;
+      case 2:
+      case 3:
+        ZoomEvent();
+        break;
+      case 4:
+      case 5:
+        EnterMode();
+        break;
+      case 6:
+      case 7:
+      case 8:
+        TapEvent();
+        break;
+      case 9:
+      case 10:
+      case 11:
+        KeyEvent();
+        break;
+      case 12:
+        view_->m_nAEMode = Uniform(0, 3);
+        break;
+      case 13:
+        instrument_->SetLighting(sim::Lighting(Uniform(0, 2)));
+        break;
+      case 14:
+      case 15:
+        TurnEvent();
+        break;
+      case 16:
+        view_->SnapShot();
+        break;
+      case 17:
+        Chance(0.2) ? view_->SetTiltErr() : view_->ClrTiltErr();
+        break;
+      case 18:
+        Chance(0.5) ? CalibrationEvent() : FilesEvent();
+        break;
       default:
         if (Chance(0.3)) view_->Reverse();
         if (Chance(0.3)) UserOffsetEvent();
@@ -585,12 +642,14 @@ class FieldDayTest : public survey_view_test::SurveyViewTest {
       exposures.push_back(view_->m_StartParam.Brightness);
     }
     if (exposures.size() >= 5) {
-      EXPECT_TRUE(std::all_of(exposures.end() - 5, exposures.end(), [&](int e) { return e == exposures.back(); }))
+      EXPECT_TRUE(std::all_of(
+          exposures.end() - 5, exposures.end(), [&](int e) { return e == exposures.back(); }))
           << "exposure still moving at the end of minute " << minutes_;
     }
     for (const auto& call : boxes_.calls()) ADD_FAILURE() << platform::WideToUtf8(call.text);
     boxes_.clear();
-    devices::capture::ClearLog();  // the simulated driver's request log is the test's, not the view's
+    devices::capture::ClearLog();  // the simulated driver's request log is the test's, not the
+                                   // view's
     devices::eeprom::ClearCalls();
     ++minutes_;
   }
@@ -669,7 +728,8 @@ TEST_F(FieldDayTest, AnHourOfWorkLeavesNoTraceAndChangesNothing) {
       EXPECT_EQ(look, first) << "after the warm-up";
       continue;
     }
-    counts.handles -= search_handles_ - warm.handles;  // the saves' search handles, checked per save
+    counts.handles -=
+        search_handles_ - warm.handles;  // the saves' search handles, checked per save
     EXPECT_EQ(counts, base) << "after minute " << m;
     EXPECT_EQ(look, reference) << "after minute " << m;
   }
@@ -681,16 +741,28 @@ TEST_F(FieldDayTest, AnHourOfWorkLeavesNoTraceAndChangesNothing) {
   // then stay: the second half of the day must not add to the heap.
   if (end.bytes && half.bytes && warm.bytes) {
     const long late = long(*end.bytes) - long(*half.bytes);
-    EXPECT_LT(late, 64 * 1024 + 1024 * (end.handles - half.handles)) << "heap bytes grew in the second half";
-    std::printf("heap bytes in use: %zu after the warm-up, %zu half-way, %zu at the end\n", *warm.bytes,
-                *half.bytes, *end.bytes);
+    EXPECT_LT(late, 64 * 1024 + 1024 * (end.handles - half.handles))
+        << "heap bytes grew in the second half";
+    std::printf("heap bytes in use: %zu after the warm-up, %zu half-way, %zu at the end\n",
+                *warm.bytes,
+                *half.bytes,
+                *end.bytes);
   }
   std::ostringstream counts;
   counts << base;
-  std::printf("field day: %d ticks, %d minutes, %d events, %d saves, %ld search handles left open by saves\n"
-              "corner-mode taps taken: %d, corners found: %d\n"
-              "counts after the warm-up and at every later minute: %s\n",
-              ticks_, minutes_, events_, saves_, search_handles_, taps_taken_, corners_found_, counts.str().c_str());
+  std::printf(
+      "field day: %d ticks, %d minutes, %d events, %d saves, %ld search handles left open by "
+      "saves\n"
+      "corner-mode taps taken: %d, corners found: %d\n"
+      "counts after the warm-up and at every later minute: %s\n",
+      ticks_,
+      minutes_,
+      events_,
+      saves_,
+      search_handles_,
+      taps_taken_,
+      corners_found_,
+      counts.str().c_str());
   RecordProperty("ticks", ticks_);
   RecordProperty("saves", saves_);
   RecordProperty("search_handles_left_open", std::to_string(search_handles_));

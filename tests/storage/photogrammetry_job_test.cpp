@@ -7,6 +7,8 @@
 // pixels by the boards' point symmetry; the job solves each photograph's DLT
 // from the control targets and intersects the check targets, which are
 // compared with their true coordinates.
+#include "storage/photogrammetry_job.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,12 +18,11 @@
 #include <vector>
 
 #include "devices/jpeg_module.h"
-#include "photogrammetry/board_centre.h"
-#include "storage/photogrammetry_job.h"
-#include "pointfiles/point_files.h"
-#include "storage/project.h"
 #include "image/dib_ex.h"
+#include "photogrammetry/board_centre.h"
+#include "pointfiles/point_files.h"
 #include "sim/instrument.h"
+#include "storage/project.h"
 #include "tests/sim/library_projection.h"
 #include "tests/sim/picture.h"
 #include "tests/support/test_support.h"
@@ -32,7 +33,7 @@ using PointArray = CKvoArray<CXYZ, CXYZ&>;
 using sim_test::Frame;
 
 constexpr double kPi = 3.141592653589793;
-constexpr double kBoardHalf = 0.5;          // m: the site file's boards are placed for this size
+constexpr double kBoardHalf = 0.5;           // m: the site file's boards are placed for this size
 constexpr double kWidePixel = 8.0 / 0.0056;  // wide camera's focal length in pixels
 constexpr int kMinControls = 10;             // DLTs from fewer stay out of the intersection
 
@@ -68,8 +69,8 @@ void Direction(const sim::StationState& s, const CXYZ& p, double& v_deg, double&
 }
 
 struct Measurement {
-  PointArray image;             // Name, x, y of every board measured
-  std::vector<double> errors;   // measured minus true position, pixels
+  PointArray image;            // Name, x, y of every board measured
+  std::vector<double> errors;  // measured minus true position, pixels
 };
 
 // Finds every target's centre in one picture. The expected positions (the
@@ -77,7 +78,9 @@ struct Measurement {
 // which board is which, as an operator tapping near a target would; the
 // centre itself comes from the pixels, by the board's point symmetry. Boards
 // near the edge or overlapping another board are left out.
-Measurement MeasurePicture(const sim::Instrument& instrument, const PointArray& targets, const Frame& frame) {
+Measurement MeasurePicture(const sim::Instrument& instrument,
+                           const PointArray& targets,
+                           const Frame& frame) {
   sim::StationState s = instrument.station().State();
   CXYZ eye(s.x, s.y, s.z + s.instrument_height);
   std::vector<sim_test::SensorPoint> guesses;
@@ -116,7 +119,11 @@ class PhotogrammetryJob : public testing_support::DeviceTest {};
 TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
   devices::RegisterJpegModule();
   PointArray site;
-  ASSERT_EQ(ReadCSVFile(CString(testing_support::SourcePath("examples/photogrammetry_site.csv").c_str()), site, 1), 1);
+  ASSERT_EQ(
+      ReadCSVFile(CString(testing_support::SourcePath("examples/photogrammetry_site.csv").c_str()),
+                  site,
+                  1),
+      1);
   PointArray stations, targets, check, control;
   for (CXYZ& p : site) {
     (p.Code == L"STN" ? stations : targets).Add(p);
@@ -172,8 +179,13 @@ TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
   std::sort(errors.begin(), errors.end());
   double rms = 0.0;
   for (double e : errors) rms += e * e / double(errors.size());
-  std::printf("%d boards measured on %d photos: centre error RMS %.3f px, median %.3f, worst %.3f px\n",
-              int(errors.size()), photos, std::sqrt(rms), errors[errors.size() / 2], errors.back());
+  std::printf(
+      "%d boards measured on %d photos: centre error RMS %.3f px, median %.3f, worst %.3f px\n",
+      int(errors.size()),
+      photos,
+      std::sqrt(rms),
+      errors[errors.size() / 2],
+      errors.back());
 
   photogrammetry::JobReport report;
   ASSERT_EQ(photogrammetry::SolvePhotogrammetryJob(project, &check, report, kMinControls), 1);
@@ -185,9 +197,12 @@ TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
     EXPECT_LT(p.sigma, 0.2) << platform::WideToUtf8(p.name.c_str());
   }
   for (const CXYZ& truth : check) {
-    auto it = std::find_if(report.points.begin(), report.points.end(),
-                           [&](const photogrammetry::JobPoint& r) { return r.point.Name == truth.Name; });
-    ASSERT_NE(it, report.points.end()) << platform::WideToUtf8(truth.Name.c_str()) << " not intersected";
+    auto it = std::find_if(
+        report.points.begin(), report.points.end(), [&](const photogrammetry::JobPoint& r) {
+          return r.point.Name == truth.Name;
+        });
+    ASSERT_NE(it, report.points.end())
+        << platform::WideToUtf8(truth.Name.c_str()) << " not intersected";
     EXPECT_TRUE(it->known);
     EXPECT_GE(it->photos, 4);
     EXPECT_GE(it->angle, 30.0);

@@ -32,12 +32,22 @@ struct Pinhole {
   double f;
   double cx, cy;
 
-  Pinhole(double X, double Y, double Z, double tx, double ty, double tz, double focal, double px, double py)
+  Pinhole(double X,
+          double Y,
+          double Z,
+          double tx,
+          double ty,
+          double tz,
+          double focal,
+          double px,
+          double py)
       : centre{X, Y, Z}, f(focal), cx(px), cy(py) {
     double fw[3] = {tx - X, ty - Y, tz - Z};
     Normalise(fw);
     const double up[3] = {0.04, -0.03, 1.0};  // not vertical: the picture is rolled
-    double right[3] = {fw[1] * up[2] - fw[2] * up[1], fw[2] * up[0] - fw[0] * up[2], fw[0] * up[1] - fw[1] * up[0]};
+    double right[3] = {fw[1] * up[2] - fw[2] * up[1],
+                       fw[2] * up[0] - fw[0] * up[2],
+                       fw[0] * up[1] - fw[1] * up[0]};
     Normalise(right);
     double down[3] = {fw[1] * right[2] - fw[2] * right[1],
                       fw[2] * right[0] - fw[0] * right[2],
@@ -77,7 +87,10 @@ PointArray SitePoints(int count, const wchar_t* prefix, unsigned seed) {
   return points;
 }
 
-PointArray Photograph(const Pinhole& camera, const PointArray& ground, double noise_px, unsigned seed) {
+PointArray Photograph(const Pinhole& camera,
+                      const PointArray& ground,
+                      double noise_px,
+                      unsigned seed) {
   std::mt19937 rng(seed);
   std::normal_distribution<double> noise(0.0, noise_px);
   PointArray image;
@@ -201,13 +214,13 @@ TEST_F(DLTFile, MalformedFilesAreRefusedAndChangeNothing) {
     return text;
   };
   const std::string bad[] = {
-      good.substr(0, good.size() - 4),       // no end line
+      good.substr(0, good.size() - 4),         // no end line
       replaced("controls\t1", "controls\t2"),  // count larger than the lines
       replaced("L7\t7.5", "L7\t7,5"),          // decimal comma
       replaced("L7\t7.5", "L7\tnan"),
-      replaced("L3\t", "L4\t"),                // wrong order
-      replaced("DLT\t1", "DLT\t2"),            // unknown version
-      replaced("C1\t0.1\t-0.2", "C1\t0.1"),    // missing field
+      replaced("L3\t", "L4\t"),              // wrong order
+      replaced("DLT\t1", "DLT\t2"),          // unknown version
+      replaced("C1\t0.1\t-0.2", "C1\t0.1"),  // missing field
       replaced("controls\t1", "controls\t-1"),
       "",
   };
@@ -265,7 +278,8 @@ TEST(SpaceIntersection, NoisyRaysGiveTheirResiduals) {
   EXPECT_GT(p.Len(truth), 0.002);
   // Four observations, three unknowns: one degree of freedom of residual.
   double sum2 = 0.0;
-  for (int i = 0; i < 2; ++i) sum2 += std::pow(rays.GetResidualX(i), 2) + std::pow(rays.GetResidualY(i), 2);
+  for (int i = 0; i < 2; ++i)
+    sum2 += std::pow(rays.GetResidualX(i), 2) + std::pow(rays.GetResidualY(i), 2);
   EXPECT_NEAR(std::sqrt(sum2 / 2), rays.m_dSigma, 1e-12);
   EXPECT_GT(rays.m_dSigma, 0.01);
 }
@@ -293,10 +307,12 @@ class ProjectTest : public testing_support::DeviceTest {
     WriteHostFile(Host(L"\\JPEG\\20240503\\140805W100.jpg"), "\xFF\xD8 second picture \xFF\xD9");
   }
   std::string Index(const wchar_t* name) {
-    return ReadHostFile(Host((L"\\IMG_MAIN\\project\\" + std::wstring(name) + L"\\project.hdr").c_str()));
+    return ReadHostFile(
+        Host((L"\\IMG_MAIN\\project\\" + std::wstring(name) + L"\\project.hdr").c_str()));
   }
   std::string Backup(const wchar_t* name) {
-    return ReadHostFile(Host((L"\\IMG_MAIN\\project\\" + std::wstring(name) + L"\\project.bkh").c_str()));
+    return ReadHostFile(
+        Host((L"\\IMG_MAIN\\project\\" + std::wstring(name) + L"\\project.bkh").c_str()));
   }
   CProject project_;
 };
@@ -351,7 +367,8 @@ TEST_F(ProjectTest, PhotographsAreCopiedInAndListedInTheIndex) {
   ASSERT_EQ(project_.AddPhoto(L"\\JPEG\\20240503\\140805W100.jpg", second), 1);
   EXPECT_EQ(first, CString(L"P001"));
   EXPECT_EQ(second, CString(L"east"));
-  EXPECT_EQ(ReadHostFile(Host(L"\\IMG_MAIN\\project\\Site\\P001.jpg")), "\xFF\xD8 first picture \xFF\xD9");
+  EXPECT_EQ(ReadHostFile(Host(L"\\IMG_MAIN\\project\\Site\\P001.jpg")),
+            "\xFF\xD8 first picture \xFF\xD9");
   EXPECT_NE(Index(L"Site").find("photo\teast\teast.jpg\teast.imc\teast.DLT\n"), std::string::npos);
   CString again = L"east";
   project_.m_bShowMessage = 0;

@@ -10,9 +10,9 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/message_table.h"
 #include "platform/faults.h"
 #include "platform/fs.h"
+#include "platform/message_table.h"
 #include "platform/registry.h"
 #include "tests/support/test_support.h"
 
@@ -37,7 +37,8 @@ class RTCardTest : public testing_support::DeviceTest {
  protected:
   void SetUp() override {
     DeviceTest::SetUp();
-    ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", kCard));
+    ASSERT_TRUE(
+        platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", kCard));
   }
   void MountCard() { fs::create_directories(Host(kCard)); }
   void Put(const wchar_t* path, const std::string& bytes) { WriteHostFile(Host(path), bytes); }
@@ -46,7 +47,8 @@ class RTCardTest : public testing_support::DeviceTest {
   // Names in a host folder, to prove no temporary or partial file stayed.
   std::vector<std::string> Names(const wchar_t* folder) {
     std::vector<std::string> names;
-    for (const auto& e : fs::directory_iterator(Host(folder))) names.push_back(e.path().filename().string());
+    for (const auto& e : fs::directory_iterator(Host(folder)))
+      names.push_back(e.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
   }
@@ -70,7 +72,8 @@ TEST_F(RTCardTest, CardRootComesFromRegistryAndMountedMeansFolderExists) {
   EXPECT_EQ(card_.IsCardPath(L"\\IMG_MAIN\\a.jpg"), 0);
 
   // A trailing separator in the registry value is ignored.
-  ASSERT_TRUE(platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\SD\\"));
+  ASSERT_TRUE(
+      platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\SD\\"));
   EXPECT_EQ(card_.ReadCardRoot(), 1);
   EXPECT_EQ(card_.GetCardRoot(), CString(L"\\SD"));
   EXPECT_EQ(card_.IsMounted(), 0);
@@ -108,7 +111,8 @@ TEST_F(RTCardTest, ListingIsSortedWithSizesTimesAndFolders) {
   fs::create_directories(Host(L"\\Storage Card\\d.jpg"));
   // 2024-05-03 14:07:09 UTC = 1714745229 s after 1970-01-01.
   fs::last_write_time(Host(L"\\Storage Card\\a.jpg"),
-                      fs::file_time_type::clock::from_sys(std::chrono::sys_seconds(std::chrono::seconds(1714745229))));
+                      fs::file_time_type::clock::from_sys(
+                          std::chrono::sys_seconds(std::chrono::seconds(1714745229))));
 
   CKvoArray<RTCARD_FILE_INFO, RTCARD_FILE_INFO&> list;
   ASSERT_EQ(card_.GetFileList(L"\\Storage Card", L"*.jpg", list), 1);

@@ -16,26 +16,40 @@
 #include "geometry/xyz.h"
 
 // How gtest prints the values in a failure message.
-inline void PrintTo(const CXYZ& p, std::ostream* os) { *os << "(" << p.X << ", " << p.Y << ", " << p.Z << ")"; }
+inline void PrintTo(const CXYZ& p, std::ostream* os) {
+  *os << "(" << p.X << ", " << p.Y << ", " << p.Z << ")";
+}
 inline void PrintTo(const CWPK& a, std::ostream* os) {
   *os << "(omega " << a.omega << ", phi " << a.phi << ", kappa " << a.kappa << ")";
 }
 inline void PrintTo(const CRot& r, std::ostream* os) {
-  for (int i = 0; i < 3; ++i) *os << (i ? " " : "[") << r.m[i][0] << ", " << r.m[i][1] << ", " << r.m[i][2] << (i < 2 ? ";" : "]");
+  for (int i = 0; i < 3; ++i)
+    *os << (i ? " " : "[") << r.m[i][0] << ", " << r.m[i][1] << ", " << r.m[i][2]
+        << (i < 2 ? ";" : "]");
 }
 
 namespace testing_support {
 
 // Compares `n` named values with their expected ones; explains the first
 // that is off by more than `tolerance`.
-inline bool AllNear(const double* actual, const double* expected, const char* const* names, int n,
-                    double tolerance, ::testing::MatchResultListener* listener) {
+inline bool AllNear(const double* actual,
+                    const double* expected,
+                    const char* const* names,
+                    int n,
+                    double tolerance,
+                    ::testing::MatchResultListener* listener) {
   for (int i = 0; i < n; ++i) {
     const double off = std::fabs(actual[i] - expected[i]);
     if (!(off <= tolerance)) {
       char text[160];
-      std::snprintf(text, sizeof text, "%s is %.17g, expected %.17g (off by %.3g, tolerance %.3g)",
-                    names[i], actual[i], expected[i], off, tolerance);
+      std::snprintf(text,
+                    sizeof text,
+                    "%s is %.17g, expected %.17g (off by %.3g, tolerance %.3g)",
+                    names[i],
+                    actual[i],
+                    expected[i],
+                    off,
+                    tolerance);
       *listener << text;
       return false;
     }
@@ -57,16 +71,29 @@ MATCHER_P2(IsNearPoint, point, tolerance, "X, Y, Z within " + ::testing::PrintTo
   return AllNear(actual, expected, kNames, 3, tolerance, result_listener);
 }
 
-MATCHER_P2(IsNearWPK, angles, tolerance, "omega, phi, kappa within " + ::testing::PrintToString(tolerance)) {
+MATCHER_P2(IsNearWPK,
+           angles,
+           tolerance,
+           "omega, phi, kappa within " + ::testing::PrintToString(tolerance)) {
   static const char* const kNames[] = {"omega", "phi", "kappa"};
   const double actual[] = {arg.omega, arg.phi, arg.kappa};
   const double expected[] = {angles.omega, angles.phi, angles.kappa};
   return AllNear(actual, expected, kNames, 3, tolerance, result_listener);
 }
 
-MATCHER_P2(IsNearRot, rotation, tolerance, "a rotation within " + ::testing::PrintToString(tolerance)) {
-  static const char* const kNames[] = {"m[0][0]", "m[0][1]", "m[0][2]", "m[1][0]", "m[1][1]",
-                                       "m[1][2]", "m[2][0]", "m[2][1]", "m[2][2]"};
+MATCHER_P2(IsNearRot,
+           rotation,
+           tolerance,
+           "a rotation within " + ::testing::PrintToString(tolerance)) {
+  static const char* const kNames[] = {"m[0][0]",
+                                       "m[0][1]",
+                                       "m[0][2]",
+                                       "m[1][0]",
+                                       "m[1][1]",
+                                       "m[1][2]",
+                                       "m[2][0]",
+                                       "m[2][1]",
+                                       "m[2][2]"};
   return AllNear(&arg.m[0][0], &rotation.m[0][0], kNames, 9, tolerance, result_listener);
 }
 

@@ -39,7 +39,9 @@ void DeviceTest::TearDown() {
   platform::fs::SetFreeSpaceOverride(std::nullopt);
 }
 
-std::string DeviceTest::Host(const wchar_t* devicePath) const { return platform::fs::HostPath(devicePath); }
+std::string DeviceTest::Host(const wchar_t* devicePath) const {
+  return platform::fs::HostPath(devicePath);
+}
 
 std::string DeviceTest::ReadHostFile(const std::string& hostPath) const {
   std::ifstream in(hostPath, std::ios::binary);

@@ -3,16 +3,16 @@
 // worked out by hand, a file round trip, and the live view on a memory
 // module of its own and without a capture driver. Prints what failed and
 // exits non-zero on any failure.
-#include "surveycam.h"
-
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
+
+#include "surveycam.h"
 
 namespace {
 
@@ -56,7 +56,8 @@ void CameraFileRoundTrip(const std::filesystem::path& dir) {
   Check(in.Read(path.c_str()) == 1, "camera file read");
   Check(Near(in.FocalLength, 8.0214, 1e-9), "focal length kept");
   Check(Near(in.PrincipalPoint.Y, 1.337, 1e-9), "principal point kept");
-  Check(int(in.Dist.GetDistModel()) == 2 && Near(in.Dist.GetPara(3), -6.0e-5, 1e-15), "distortion kept");
+  Check(int(in.Dist.GetDistModel()) == 2 && Near(in.Dist.GetPara(3), -6.0e-5, 1e-15),
+        "distortion kept");
 }
 
 // The instrument's non-volatile memory as a host-provided in-process module
@@ -91,14 +92,16 @@ void Put(int index, T value) {
 void LiveViewOnTheHostsModules(const std::filesystem::path& dir) {
   platform::fs::SetDeviceRoot((dir / "device").string());
   std::vector<platform::MessageBoxCall> boxes;
-  platform::MessageBoxHandler previous = platform::SetMessageBoxHandler([&](const platform::MessageBoxCall& call) {
-    boxes.push_back(call);
-    return IDOK;
-  });
+  platform::MessageBoxHandler previous =
+      platform::SetMessageBoxHandler([&](const platform::MessageBoxCall& call) {
+        boxes.push_back(call);
+        return IDOK;
+      });
   {
     CCaptureWnd view;
-    Check(boxes.size() == 1 && boxes[0].text == L"Load Module Error" && boxes[0].caption == L"Error",
-          "a missing EEP.DLL shows \"Load Module Error\"");
+    Check(
+        boxes.size() == 1 && boxes[0].text == L"Load Module Error" && boxes[0].caption == L"Error",
+        "a missing EEP.DLL shows \"Load Module Error\"");
   }
   boxes.clear();
   const double focal = 8.0214;
@@ -112,23 +115,26 @@ void LiveViewOnTheHostsModules(const std::filesystem::path& dir) {
   const int16_t centres[4] = {324, 236, 318, 243};
   for (int i = 0; i < 4; ++i) Put(90 + i, centres[i]);
   for (int i = 94; i < 100; ++i) Put(i, 0.0);
-  platform::modules::Register(L"EEP.DLL", {{"SysEepRead", reinterpret_cast<void*>(&EepRead)},
-                                           {"SysEepWrite", reinterpret_cast<void*>(&EepWrite)},
-                                           {"UnLockDisk", reinterpret_cast<void*>(&UnLockDisk)}});
+  platform::modules::Register(L"EEP.DLL",
+                              {{"SysEepRead", reinterpret_cast<void*>(&EepRead)},
+                               {"SysEepWrite", reinterpret_cast<void*>(&EepWrite)},
+                               {"UnLockDisk", reinterpret_cast<void*>(&UnLockDisk)}});
   {
     CCaptureWnd view;
     view.InitAppUseMessage();
     const RECT rect{0, 0, 320, 240};
-    Check(view.Create(platform::DesktopWindow(), rect, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0) != 0,
-          "the view is created on the host's memory module");
+    Check(
+        view.Create(platform::DesktopWindow(), rect, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0) != 0,
+        "the view is created on the host's memory module");
     platform::PumpMessages();  // the posted initialisation: no capture driver
-    Check(view.m_Camera.FocalLength == focal && view.m_nCenterX[1] == 324 && view.m_nCenterY[0] == 243,
+    Check(view.m_Camera.FocalLength == focal && view.m_nCenterX[1] == 324 &&
+              view.m_nCenterY[0] == 243,
           "the view read its calibration from the host's memory module");
     Check(locks >= 2, "the memory was locked again after each read");
     // CreateFileW gives the invalid handle, which the view takes as opened;
     // the display and start requests on it fail.
-    Check(boxes.size() == 2 && boxes[0].text == L"SetCapture Error! E-502" && boxes[0].caption == L"ERROR" &&
-              boxes[1].text == L"StartCapture Error! E-503",
+    Check(boxes.size() == 2 && boxes[0].text == L"SetCapture Error! E-502" &&
+              boxes[0].caption == L"ERROR" && boxes[1].text == L"StartCapture Error! E-503",
           "a missing CAP0: shows E-502 and E-503");
     view.DestroyWindow();
     platform::PumpMessages();
@@ -143,7 +149,8 @@ void LiveViewOnTheHostsModules(const std::filesystem::path& dir) {
 // Usage: consumer [WORK_DIR] (default: a folder in the temporary directory).
 int main(int argc, char** argv) {
   const std::filesystem::path dir =
-      argc > 1 ? std::filesystem::path(argv[1]) : std::filesystem::temp_directory_path() / "surveycam_consumer";
+      argc > 1 ? std::filesystem::path(argv[1])
+               : std::filesystem::temp_directory_path() / "surveycam_consumer";
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
   SurveyAngles();
