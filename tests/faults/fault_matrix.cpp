@@ -1,7 +1,8 @@
 #include "tests/faults/fault_matrix.h"
 
-#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <filesystem>
 
 #include "platform/faults.h"
 #include "platform/file.h"
@@ -14,9 +15,9 @@
 namespace fault_matrix {
 namespace {
 
-struct Counters {
-  long files, handles, heap, modules, keys;
-};
+// Open files, handles, heap blocks, loaded modules, open registry keys.
+using Counters = std::array<long, 5>;
+constexpr const char* kCounterNames[] = {"files", "handles", "heap", "modules", "keys"};
 
 Counters Take() {
   return {CFile::OpenFiles(),
@@ -26,24 +27,19 @@ Counters Take() {
           platform::registry::OpenKeys()};
 }
 
-Counters Delta(const Counters& a, const Counters& b) {
-  return {b.files - a.files,
-          b.handles - a.handles,
-          b.heap - a.heap,
-          b.modules - a.modules,
-          b.keys - a.keys};
+Counters Since(const Counters& a) {
+  Counters b = Take();
+  for (size_t i = 0; i < b.size(); ++i) b[i] -= a[i];
+  return b;
 }
 
 // Which calls of a point to fail: all of them when there are few, else the
 // first three, one in the middle and the last three (a reader that takes a
 // byte a call makes hundreds of identical reads).
 std::vector<int> Skips(int calls) {
+  if (calls > 12) return {0, 1, 2, calls / 2, calls - 3, calls - 2, calls - 1};
   std::vector<int> skips;
-  if (calls <= 12) {
-    for (int i = 0; i < calls; ++i) skips.push_back(i);
-    return skips;
-  }
-  for (int i : {0, 1, 2, calls / 2, calls - 3, calls - 2, calls - 1}) skips.push_back(i);
+  for (int i = 0; i < calls; ++i) skips.push_back(i);
   return skips;
 }
 
@@ -51,16 +47,16 @@ std::vector<int> Skips(int calls) {
 
 const std::vector<std::string>& KnownPoints() {
   static const std::vector<std::string> points = [] {
-    std::vector<std::string> p = {"file.open",      "file.read",      "file.write",
-                                  "file.flush",     "file.rename",    "fs.create_directory",
-                                  "fs.free_space",  "fs.find",        "fs.delete",
-                                  "fs.move",        "fs.copy",        "registry.open",
-                                  "registry.query", "registry.close", "module.load",
-                                  "module.proc",    "alloc",          "jpeg.encode",
-                                  "jpeg.decode",    "cap.open",       "cap.start",
-                                  "cap.stop",       "cap.read",       "cap.read_rect",
-                                  "cap.event",      "cap.display",    "eep.unlock",
-                                  "eep.lock"};
+    std::vector<std::string> p;
+    for (const char* file : {"open", "read", "write", "flush", "rename"})
+      p.push_back(std::string("file.") + file);
+    for (const char* fs : {"create_directory", "free_space", "find", "delete", "move", "copy"})
+      p.push_back(std::string("fs.") + fs);
+    for (const char* key : {"open", "query", "close"}) p.push_back(std::string("registry.") + key);
+    p.insert(p.end(), {"module.load", "module.proc", "alloc", "jpeg.encode", "jpeg.decode"});
+    for (const char* cap : {"open", "start", "stop", "read", "read_rect", "event", "display"})
+      p.push_back(std::string("cap.") + cap);
+    p.insert(p.end(), {"eep.unlock", "eep.lock"});
     for (int item = 80; item <= 99; ++item) {
       p.push_back("eep.read." + std::to_string(item));
       p.push_back("eep.write." + std::to_string(item));
@@ -68,6 +64,17 @@ const std::vector<std::string>& KnownPoints() {
     return p;
   }();
   return points;
+}
+
+std::string Pattern(size_t size, int seed) {
+  std::string bytes(size, '\0');
+  uint32_t state = uint32_t(seed) * 2654435761u + 1;
+  for (char& c : bytes) c = char((state = state * 1664525u + 1013904223u) >> 24);
+  return bytes;
+}
+
+bool IsSavePoint(const std::string& point) {
+  return point == "file.write" || point == "file.flush" || point == "file.rename";
 }
 
 void FaultMatrix::SetUp() {
@@ -80,23 +87,21 @@ void FaultMatrix::TearDown() {
   DeviceTest::TearDown();
 }
 
-Reach FaultMatrix::Drill(const Operation& op) {
+void FaultMatrix::Drill(const Operation& op) {
   SCOPED_TRACE(op.name);
   op.prepare();
   boxes_.clear();
   platform::fault::DisarmAll();
   const Counters before = Take();
   op.run();
-  const Counters clean = Delta(before, Take());
-  Reach reach;
+  const Counters clean = Since(before);
+  std::vector<std::pair<std::string, int>> reach;
   for (const std::string& point : KnownPoints())
     if (const int calls = platform::fault::Calls(point); calls > 0)
       reach.emplace_back(point, calls);
   EXPECT_FALSE(reach.empty());
 
   for (const auto& [point, calls] : reach) {
-    if (std::find(op.skipPoints.begin(), op.skipPoints.end(), point) != op.skipPoints.end())
-      continue;
     for (int skip : Skips(calls)) {
       SCOPED_TRACE(point + " #" + std::to_string(skip + 1));
       op.prepare();
@@ -109,29 +114,34 @@ Reach FaultMatrix::Drill(const Operation& op) {
       platform::fault::Arm(point, skip, point == "file.read" ? -1 : 1);
       const Counters start = Take();
       Faulted f{point, skip, op.run(), {}};
-      const Counters left = Delta(start, Take());
+      const Counters left = Since(start);
       EXPECT_GT(platform::fault::Calls(point), skip) << "the failed call was not reached";
       platform::fault::DisarmAll();
       f.boxes = boxes_.calls();
-      EXPECT_LE(left.files, clean.files);
-      EXPECT_LE(left.handles, clean.handles);
-      EXPECT_LE(left.heap, clean.heap);
-      EXPECT_LE(left.modules, clean.modules);
-      EXPECT_LE(left.keys, clean.keys);
+      for (size_t i = 0; i < left.size(); ++i)
+        EXPECT_LE(left[i], clean[i]) << kCounterNames[i] << " leaked";
       op.check(f);
     }
+    // One line per operation and point, collected into FAULTS.md.
+    std::printf("[matrix] %s | %s | %d\n", op.name.c_str(), point.c_str(), calls);
   }
-  // One line per operation and point, collected into FAULTS.md.
-  for (const auto& [point, calls] : reach) {
-    const bool skipped =
-        std::find(op.skipPoints.begin(), op.skipPoints.end(), point) != op.skipPoints.end();
-    std::printf("[matrix] %s | %s | %d%s\n",
-                op.name.c_str(),
-                point.c_str(),
-                calls,
-                skipped ? " | skipped" : "");
-  }
-  return reach;
+}
+
+void FaultMatrix::Put(const std::wstring& path, const std::string& bytes) const {
+  WriteHostFile(Host(path.c_str()), bytes);
+}
+
+std::string FaultMatrix::Get(const std::wstring& path) const {
+  return ReadHostFile(Host(path.c_str()));
+}
+
+bool FaultMatrix::Exists(const std::wstring& path) const {
+  return std::filesystem::exists(Host(path.c_str()));
+}
+
+void FaultMatrix::ExpectKept(const std::wstring& path, const std::string& bytes) const {
+  EXPECT_EQ(Get(path), bytes);
+  EXPECT_FALSE(Exists(platform::SafeFile::TempPath(path.c_str())));
 }
 
 std::wstring FaultMatrix::OnlyText(const Faulted& f) {
@@ -142,6 +152,26 @@ std::wstring FaultMatrix::OnlyText(const Faulted& f) {
 std::wstring FaultMatrix::OnlyCaption(const Faulted& f) {
   if (f.boxes.size() != 1) return L"<" + std::to_wstring(f.boxes.size()) + L" boxes>";
   return f.boxes[0].caption;
+}
+
+std::vector<std::wstring> FaultMatrix::Texts(const Faulted& f) {
+  std::vector<std::wstring> texts;
+  for (const auto& box : f.boxes) texts.push_back(box.text);
+  return texts;
+}
+
+void FaultMatrix::ExpectBox(const Faulted& f, const std::wstring& text, const wchar_t* caption) {
+  EXPECT_EQ(OnlyText(f), text);
+  EXPECT_EQ(OnlyCaption(f), caption);
+}
+
+void FaultMatrix::ExpectRefused(const Faulted& f,
+                                const std::wstring& path,
+                                const std::vector<std::wstring>& then) {
+  ASSERT_EQ(f.boxes.size(), 1 + then.size());
+  EXPECT_EQ(f.boxes[0].text.rfind(path + L"\n", 0), 0u) << "no file name first";
+  EXPECT_EQ(f.boxes[0].caption, L"ERROR");
+  for (size_t i = 0; i < then.size(); ++i) EXPECT_EQ(f.boxes[1 + i].text, then[i]);
 }
 
 }  // namespace fault_matrix

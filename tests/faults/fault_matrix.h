@@ -25,6 +25,9 @@ struct Faulted {
   int skip = 0;  // the failed call is the (skip + 1)th of its point
   int result = 0;
   std::vector<platform::MessageBoxCall> boxes;
+  bool Under(const char* prefix) const { return point.rfind(prefix, 0) == 0; }
+  // The failed call is one of the first `n` of `p`.
+  bool Early(const char* p, int n) const { return point == p && skip < n; }
 };
 
 struct Operation {
@@ -32,13 +35,12 @@ struct Operation {
   std::function<void()> prepare;  // fresh inputs before every run (not counted)
   std::function<int()> run;       // the operation; its 1/0 result
   std::function<void(const Faulted&)> check;
-  // Points the clean run reaches but that this operation leaves out, each
-  // with the reason recorded in FAULTS.md.
-  std::vector<std::string> skipPoints = {};
 };
 
-// The (point, calls) pairs an operation reached in its clean run.
-using Reach = std::vector<std::pair<std::string, int>>;
+// A deterministic byte pattern of `size` bytes.
+std::string Pattern(size_t size, int seed);
+// A call of a safe save after its open: a write, the flush or the rename.
+bool IsSavePoint(const std::string& point);
 
 class FaultMatrix : public testing_support::DeviceTest {
  protected:
@@ -46,11 +48,29 @@ class FaultMatrix : public testing_support::DeviceTest {
   // checked here, not the disk's speed at fsync.
   void SetUp() override;
   void TearDown() override;
-  // Runs the whole matrix of `op`; returns what the clean run reached.
-  Reach Drill(const Operation& op);
-  // Text of the only box, or a note that there was not exactly one.
+  // Runs the whole matrix of `op`.
+  void Drill(const Operation& op);
+
+  // Device files on the host side of the device root.
+  void Put(const std::wstring& path, const std::string& bytes) const;
+  std::string Get(const std::wstring& path) const;
+  bool Exists(const std::wstring& path) const;
+  // The file holds `bytes` and no safe-save temporary is left beside it.
+  void ExpectKept(const std::wstring& path, const std::string& bytes) const;
+
+  // Text or caption of the only box, or a note that there was not exactly one.
   static std::wstring OnlyText(const Faulted& f);
   static std::wstring OnlyCaption(const Faulted& f);
+  static std::vector<std::wstring> Texts(const Faulted& f);
+  // Exactly one box, with this text and caption.
+  static void ExpectBox(const Faulted& f,
+                        const std::wstring& text,
+                        const wchar_t* caption = L"ERROR");
+  // The refused open's box (its text starts with the path, caption "ERROR"),
+  // then boxes with the texts `then`.
+  static void ExpectRefused(const Faulted& f,
+                            const std::wstring& path,
+                            const std::vector<std::wstring>& then = {});
 };
 
 }  // namespace fault_matrix

@@ -1,13 +1,15 @@
 // Fault matrix of the file readers and writers: camera file, orientation
-// file, point files, scan file, BMP and JPEG.
+// file, point files, scan file, BMP and JPEG, the registry's store and the
+// normal-equation dump.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "camera/camera.h"
+#include "camera/least_sq.h"
 #include "camera/vkr3za_calib.h"
 #include "devices/devices.h"
+#include "platform/registry.h"
 #include "pointfiles/point_files.h"
 #include "tests/faults/fault_matrix.h"
 #include "tests/image/image_test_util.h"
@@ -15,39 +17,16 @@
 namespace {
 
 using PointArray = CKvoArray<CXYZ, CXYZ&>;
-
 using fault_matrix::Faulted;
-using fault_matrix::FaultMatrix;
-using fault_matrix::Operation;
+using fault_matrix::IsSavePoint;
 
 constexpr const char kOld[] = "previous contents\n";
 
-bool IsSavePoint(const std::string& point) {
-  return point == "file.write" || point == "file.flush" || point == "file.rename";
-}
-
-class FileFaults : public FaultMatrix {
+class FileFaults : public fault_matrix::FaultMatrix {
  protected:
   void SetUp() override {
     FaultMatrix::SetUp();
     devices::RegisterAll();
-  }
-  std::string Bytes(const wchar_t* path) const { return ReadHostFile(Host(path)); }
-  void Put(const wchar_t* path, const std::string& bytes) const {
-    WriteHostFile(Host(path), bytes);
-  }
-
-  // A failed open for writing whose cause is access refused shows the file
-  // name in one box captioned "ERROR".
-  void ExpectAccessRefused(const Faulted& f, const wchar_t* path) const {
-    ASSERT_EQ(f.boxes.size(), 1u);
-    EXPECT_NE(f.boxes[0].text.find(path), std::wstring::npos);
-    EXPECT_EQ(f.boxes[0].caption, L"ERROR");
-  }
-  // A writer that replaces `path`: whatever failed, the old bytes stay.
-  void ExpectOldKept(const wchar_t* path) const {
-    EXPECT_EQ(Bytes(path), kOld);
-    EXPECT_FALSE(std::filesystem::exists(Host(path) + ".tmp~"));
   }
 };
 
@@ -62,82 +41,6 @@ CCamera SampleCamera() {
   return cam;
 }
 
-TEST_F(FileFaults, CameraFile) {
-  Drill({"CCamera::Write",
-         [&] { Put(L"\\c.cmr", kOld); },
-         [] { return SampleCamera().Write(L"\\c.cmr"); },
-         [&](const Faulted& f) {
-           ExpectOldKept(L"\\c.cmr");
-           if (f.point == "file.open") {
-             EXPECT_EQ(f.result, 0);
-             ExpectAccessRefused(f, L"\\c.cmr");
-           } else {
-             EXPECT_TRUE(IsSavePoint(f.point));
-             EXPECT_EQ(f.result, 0);  // the old file stays, and the caller learns it
-             EXPECT_TRUE(f.boxes.empty());
-           }
-         }});
-
-  CCamera read;
-  Drill({"CCamera::Read",
-         [&] {
-           SampleCamera().Write(L"\\r.cmr");
-           read.Init();
-           read.FocalLength = -7.0;
-         },
-         [&] { return read.Read(L"\\r.cmr"); },
-         [&](const Faulted& f) {
-           EXPECT_EQ(f.result, 0);
-           EXPECT_EQ(read.FocalLength, -7.0);  // nothing was read: nothing changed
-           if (f.point == "file.open")
-             ExpectAccessRefused(f, L"\\r.cmr");
-           else
-             EXPECT_TRUE(f.boxes.empty());
-         }});
-}
-
-TEST_F(FileFaults, OrientationFile) {
-  VKR3ZA_CALIB calib;
-  Drill({"VKR3ZA_CALIB::Write",
-         [&] { Put(L"\\o.txt", kOld); },
-         [&] { return calib.Write(L"\\o.txt"); },
-         [&](const Faulted& f) {
-           ExpectOldKept(L"\\o.txt");
-           if (f.point == "file.open") {
-             EXPECT_EQ(f.result, 0);
-             EXPECT_EQ(OnlyCaption(f), L"ERROR");
-             EXPECT_EQ(OnlyText(f).rfind(L"\\o.txt\n", 0), 0u);
-           } else {
-             EXPECT_TRUE(IsSavePoint(f.point));
-             EXPECT_EQ(f.result, 0);
-             EXPECT_TRUE(f.boxes.empty());
-           }
-         }});
-
-  VKR3ZA_CALIB read;
-  Drill({"VKR3ZA_CALIB::Read",
-         [&] {
-           VKR3ZA_CALIB source;
-           source.Ccd1CenterX = 301;
-           source.Ccd2Offset = CXYZ(1.5, -2.5, 3.5);
-           source.Write(L"\\r.txt");
-           read = VKR3ZA_CALIB();
-           read.Ccd2Offset.Z = 99.0;
-         },
-         [&] { return read.Read(L"\\r.txt"); },
-         [&](const Faulted& f) {
-           if (f.result == 1) {
-             // Only the line end of the last line was lost: every value is in.
-             EXPECT_TRUE(f.boxes.empty());
-             EXPECT_EQ(read.Ccd1CenterX, 301);
-             EXPECT_EQ(read.Ccd2Offset.Z, 3.5);
-             return;
-           }
-           EXPECT_EQ(OnlyCaption(f), L"ERROR");
-           EXPECT_EQ(OnlyText(f).rfind(L"\\r.txt\n", 0), 0u);
-         }});
-}
-
 PointArray Site(int n) {
   PointArray points;
   for (int i = 0; i < n; ++i) {
@@ -148,39 +51,142 @@ PointArray Site(int n) {
   return points;
 }
 
-TEST_F(FileFaults, PointFiles) {
+// A writer that replaces a whole file.
+struct Saver {
+  const char* name;
+  const wchar_t* path;
+  std::function<int()> save;
+  bool namesRefusedFile;  // a refused open shows the file's name
+};
+
+// Whatever call of a whole-file save fails, the previous file stays byte for
+// byte, no temporary is left and the writer answers 0; only a refused open
+// is reported.
+TEST_F(FileFaults, WholeFileSaves) {
   PointArray site = Site(300);  // about 12 kB: several reader blocks
-  auto replaceCheck = [&](const wchar_t* path) {
-    return [this, path](const Faulted& f) {
-      EXPECT_EQ(f.result, 0);
-      ExpectOldKept(path);
-      if (f.point == "file.open")
-        ExpectAccessRefused(f, path);
-      else
-        EXPECT_TRUE(f.boxes.empty());
-    };
+  CSize size(640, 480);
+  CDibEx picture;
+  image_test::Fill24(picture, 320, 240, 7);  // noise: the encoder writes several blocks
+  CString bmp(L"\\p.bmp"), jpg(L"\\p.jpg");
+  const auto setCard = [](const wchar_t* folder) {
+    return platform::registry::SetString(
+        L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", folder);
   };
-  Drill({"WriteCSVFile(replace)",
-         [&] { Put(L"\\p.csv", kOld); },
-         [&] { return WriteCSVFile(L"\\p.csv", site, 0); },
-         replaceCheck(L"\\p.csv")});
-  Drill({"WriteImcFile",
-         [&] { Put(L"\\p.imc", kOld); },
-         [&] {
-           CSize size(640, 480);
-           return WriteImcFile(L"\\p.imc", L"title", size, site);
-         },
-         replaceCheck(L"\\p.imc")});
+  const Saver savers[] = {
+      {"CCamera::Write", L"\\c.cmr", [] { return SampleCamera().Write(L"\\c.cmr"); }, true},
+      {"VKR3ZA_CALIB::Write", L"\\o.txt", [] { return VKR3ZA_CALIB().Write(L"\\o.txt"); }, true},
+      {"WriteCSVFile(replace)",
+       L"\\p.csv",
+       [&] { return WriteCSVFile(L"\\p.csv", site, 0); },
+       true},
+      {"WriteImcFile",
+       L"\\p.imc",
+       [&] { return WriteImcFile(L"\\p.imc", L"title", size, site); },
+       true},
+      {"CDibEx::WriteBMP", L"\\p.bmp", [&] { return picture.WriteBMP(bmp); }, false},
+      {"CDibEx::WriteJPEG", L"\\p.jpg", [&] { return picture.WriteJPEG(jpg); }, false},
+      {"CLeastSq::SaveErrorNoeqStatus",
+       L"\\Noeq.txt",
+       [] {
+         CLeastSq lsq(2);
+         lsq.SetNoeq(0, 0, 4.0);
+         return lsq.SaveErrorNoeqStatus(2, 2);
+       },
+       false},
+      {"registry::SetString",
+       platform::registry::StorePath(),
+       [&] { return int(setCard(L"\\New")); },
+       false},
+  };
+  for (const Saver& s : savers) {
+    std::string old;
+    Drill({s.name,
+           [&] {
+             if (s.path == platform::registry::StorePath())
+               ASSERT_TRUE(setCard(L"\\Storage Card"));  // the store has its own format
+             else
+               Put(s.path, kOld);
+             old = Get(s.path);
+           },
+           s.save,
+           [&](const Faulted& f) {
+             EXPECT_EQ(f.result, 0);
+             ExpectKept(s.path, old);
+             if (f.point == "file.open" && s.namesRefusedFile)
+               ExpectRefused(f, s.path);
+             else
+               EXPECT_TRUE(f.boxes.empty());
+           }});
+  }
+}
+
+// Appending writers: earlier lines stay whatever fails.
+TEST_F(FileFaults, Appends) {
+  PointArray site = Site(300);
   Drill({"WriteCSVFile(append)",
          [&] { Put(L"\\a.csv", kOld); },
          [&] { return WriteCSVFile(L"\\a.csv", site, 1); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);
-           EXPECT_EQ(Bytes(L"\\a.csv").rfind(kOld, 0), 0u) << "earlier lines stay";
-           if (f.point == "file.open") ExpectAccessRefused(f, L"\\a.csv");
+           EXPECT_EQ(Get(L"\\a.csv").rfind(kOld, 0), 0u) << "earlier lines stay";
+           if (f.point == "file.open") ExpectRefused(f, L"\\a.csv");
+         }});
+  Drill({"ScanFileAdd",
+         [&] { Put(L"\\s.txt", kOld); },
+         [&] { return ScanFileAdd(L"\\s.txt", CXYZ(L"P1", 1, 2, 3), L"note"); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, 0);
+           EXPECT_EQ(Get(L"\\s.txt"), kOld);
+           if (f.point == "file.open") {
+             ASSERT_EQ(f.boxes.size(), 3u);  // access refused, then ScanFileOpen, ScanFileAdd
+             EXPECT_EQ(f.boxes[1].caption, L"ScanFileOpen");
+             EXPECT_EQ(f.boxes[2].caption, L"ScanFileAdd");
+           }
+         }});
+}
+
+TEST_F(FileFaults, CameraAndOrientationReads) {
+  CCamera cam;
+  Drill({"CCamera::Read",
+         [&] {
+           SampleCamera().Write(L"\\r.cmr");
+           cam.Init();
+           cam.FocalLength = -7.0;
+         },
+         [&] { return cam.Read(L"\\r.cmr"); },
+         [&](const Faulted& f) {
+           EXPECT_EQ(f.result, 0);
+           EXPECT_EQ(cam.FocalLength, -7.0);  // nothing was read: nothing changed
+           if (f.point == "file.open")
+             ExpectRefused(f, L"\\r.cmr");
+           else
+             EXPECT_TRUE(f.boxes.empty());
          }});
 
-  PointArray read;
+  VKR3ZA_CALIB calib;
+  Drill({"VKR3ZA_CALIB::Read",
+         [&] {
+           VKR3ZA_CALIB source;
+           source.Ccd1CenterX = 301;
+           source.Ccd2Offset = CXYZ(1.5, -2.5, 3.5);
+           source.Write(L"\\r.txt");
+           calib = VKR3ZA_CALIB();
+           calib.Ccd2Offset.Z = 99.0;
+         },
+         [&] { return calib.Read(L"\\r.txt"); },
+         [&](const Faulted& f) {
+           if (f.result == 1) {  // only the line end of the last line was lost: every value is in
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_EQ(calib.Ccd1CenterX, 301);
+             EXPECT_EQ(calib.Ccd2Offset.Z, 3.5);
+             return;
+           }
+           ExpectRefused(f, L"\\r.txt");
+         }});
+}
+
+TEST_F(FileFaults, PointFileReads) {
+  PointArray site = Site(300), read;
   Drill({"ReadCSVFile",
          [&] {
            WriteCSVFile(L"\\r.csv", site, 0);
@@ -190,7 +196,7 @@ TEST_F(FileFaults, PointFiles) {
          [&](const Faulted& f) {
            if (f.point == "file.open") {
              EXPECT_EQ(f.result, 0);
-             ExpectAccessRefused(f, L"\\r.csv");
+             ExpectRefused(f, L"\\r.csv");
              return;
            }
            // A read that fails looks like the end of the file: the points
@@ -201,17 +207,15 @@ TEST_F(FileFaults, PointFiles) {
            EXPECT_TRUE(f.boxes.empty());
          }});
   CKvoString title;
-  CSize size;
+  CSize size(640, 480);
   Drill({"ReadImcFile",
          [&] {
-           CSize written(640, 480);
-           WriteImcFile(L"\\r.imc", L"title", written, site);
+           WriteImcFile(L"\\r.imc", L"title", size, site);
            read.RemoveAll();
-           title = L"kept";
          },
          [&] { return ReadImcFile(L"\\r.imc", title, size, read, 1); },
          [&](const Faulted& f) {
-           if (f.point == "file.open") ExpectAccessRefused(f, L"\\r.imc");
+           if (f.point == "file.open") ExpectRefused(f, L"\\r.imc");
            // The count line promises 300 points: a cut file fails, unless
            // only the final end-of-file read was lost.
            if (f.result == 1) {
@@ -220,65 +224,28 @@ TEST_F(FileFaults, PointFiles) {
            }
            EXPECT_TRUE(f.result == 0 || f.point == "file.read");
          }});
-  Drill({"ScanFileAdd",
-         [&] { Put(L"\\s.txt", kOld); },
-         [&] { return ScanFileAdd(L"\\s.txt", CXYZ(L"P1", 1, 2, 3), L"note"); },
-         [&](const Faulted& f) {
-           EXPECT_EQ(f.result, 0);
-           EXPECT_EQ(Bytes(L"\\s.txt").rfind(kOld, 0), 0u);
-           if (f.point == "file.open") {
-             ASSERT_EQ(f.boxes.size(), 3u);  // access refused, then ScanFileOpen, ScanFileAdd
-             EXPECT_EQ(f.boxes[1].caption, L"ScanFileOpen");
-             EXPECT_EQ(f.boxes[2].caption, L"ScanFileAdd");
-           }
-         }});
 }
 
-TEST_F(FileFaults, BitmapAndJpeg) {
-  CDibEx picture;
+// A failed BMP read keeps the blocks it had allocated attached until the next
+// Empty (the leak check counts them against the clean read's); a failed JPEG
+// read attaches nothing.
+TEST_F(FileFaults, BitmapAndJpegReads) {
+  CDibEx picture, loaded;
   image_test::Fill24(picture, 96, 64, 7);
-  CString bmp(L"\\p.bmp"), jpg(L"\\p.jpg");
-  auto saveCheck = [&](const wchar_t* path) {
-    return [this, path](const Faulted& f) {
-      EXPECT_EQ(f.result, FALSE);
-      ExpectOldKept(path);
-      EXPECT_TRUE(f.boxes.empty());
-    };
-  };
-  Drill({"CDibEx::WriteBMP",
-         [&] { Put(L"\\p.bmp", kOld); },
-         [&] { return picture.WriteBMP(bmp); },
-         saveCheck(L"\\p.bmp")});
-  Drill({"CDibEx::WriteJPEG",
-         [&] { Put(L"\\p.jpg", kOld); },
-         [&] { return picture.WriteJPEG(jpg); },
-         saveCheck(L"\\p.jpg")});
-
-  // A failed BMP read keeps the blocks it had allocated attached until the
-  // next Empty (the leak check counts them against the clean read's); a
-  // failed JPEG read attaches nothing.
-  CDibEx loaded;
-  auto loadCheck = [&](const Faulted& f) {
-    EXPECT_EQ(f.result, FALSE);
-    EXPECT_TRUE(f.boxes.empty());
-  };
-  Drill({"CDibEx::ReadBMP",
-         [&] {
-           picture.WriteBMP(bmp);
-           loaded.Empty();
-         },
-         [&] { return loaded.ReadBMP(bmp); },
-         loadCheck});
-  Drill({"CDibEx::ReadJPEG",
-         [&] {
-           picture.WriteJPEG(jpg);
-           loaded.Empty();
-         },
-         [&] { return loaded.ReadJPEG(jpg); },
-         [&](const Faulted& f) {
-           loadCheck(f);
-           EXPECT_EQ(loaded.m_imageBits, nullptr);
-         }});
+  for (const bool bmp : {true, false}) {
+    CString path(bmp ? L"\\p.bmp" : L"\\p.jpg");
+    Drill({bmp ? "CDibEx::ReadBMP" : "CDibEx::ReadJPEG",
+           [&] {
+             bmp ? picture.WriteBMP(path) : picture.WriteJPEG(path);
+             loaded.Empty();
+           },
+           [&] { return bmp ? loaded.ReadBMP(path) : loaded.ReadJPEG(path); },
+           [&](const Faulted& f) {
+             EXPECT_EQ(f.result, FALSE);
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_TRUE(bmp || loaded.m_imageBits == nullptr);
+           }});
+  }
 }
 
 }  // namespace

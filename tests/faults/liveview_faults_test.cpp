@@ -1,10 +1,12 @@
 // Fault matrix of the live view's operations: the window's whole life,
-// calibration memory, language file, card folder lookup and snapshot saving.
+// operating it, the corner display, calibration memory, language file, card
+// folder lookup and snapshot saving.
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,25 +18,64 @@
 #include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
 #include "platform/desktop.h"
-#include "platform/fs.h"
 #include "platform/registry.h"
-#include "platform/text.h"
 #include "platform/wnd.h"
 #include "tests/faults/fault_matrix.h"
 
 namespace {
 
 using fault_matrix::Faulted;
-using fault_matrix::FaultMatrix;
-using fault_matrix::Operation;
 namespace eep = devices::eeprom;
+using Items = std::vector<std::optional<std::vector<uint8_t>>>;  // items 80..99
 
-bool EndsWith(const std::wstring& text, const std::wstring& tail) {
-  return text.size() >= tail.size() &&
-         text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+constexpr const wchar_t* kE500 = L"Memory Error. E-500";
+constexpr const wchar_t* kE504 = L"Record of a picture went wrong. E-504";
+
+// Gives every calibration item of `w` a value of its own, set by `base`.
+void Fill(CCaptureWnd& w, int base) {
+  CCamera& c = w.m_Camera;
+  c.FocalLength = base + 80;
+  c.PrincipalPoint = CXYZ(base + 81, base + 82, 0);
+  c.Dist.SetDistModel(base > 200 ? DIST_RADIAL_DECENTER : DIST_RADIAL);
+  for (int i = 0; i < 4; ++i) c.Dist.AddPara(i, base + 84 + i);
+  c.Resolution = CXYZ(base + 88, base + 89, 0);
+  w.m_nCenterX[1] = base + 90;
+  w.m_nCenterY[1] = base + 91;
+  w.m_nCenterX[0] = base + 92;
+  w.m_nCenterY[0] = base + 93;
+  w.m_CcdOffset = CXYZ(base + 94, base + 95, base + 96);
+  w.m_CcdAngle = CWPK(base + 97, base + 98, base + 99);
 }
 
-class LiveviewFaults : public FaultMatrix {
+Items Stored() {
+  Items items;
+  for (int i = eep::kFirstItem; i <= eep::kLastItem; ++i) items.push_back(eep::Item(i));
+  return items;
+}
+
+// The items `w` holds, as its own writes store them (into an erased memory).
+Items HeldBy(CCaptureWnd& w) {
+  eep::EraseAll();
+  w.FlashWriteCmr();
+  w.FlashWriteDat();
+  return Stored();
+}
+
+// A bright quarter in the lower right of the frame: one clear corner at the
+// centre of the sensor.
+class Quadrant : public devices::FrameSource {
+ public:
+  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
+    for (int y = 0; y < devices::kFrameHeight; ++y)
+      for (int x = 0; x < devices::kFrameWidth; ++x)
+        pixels[size_t(y) * devices::kFrameWidth + size_t(x)] =
+            x >= devices::kFrameWidth / 2 && y >= devices::kFrameHeight / 2
+                ? devices::Pack565(230, 230, 230)
+                : devices::Pack565(30, 30, 30);
+  }
+};
+
+class LiveviewFaults : public fault_matrix::FaultMatrix {
  protected:
   void SetUp() override {
     FaultMatrix::SetUp();
@@ -44,8 +85,7 @@ class LiveviewFaults : public FaultMatrix {
     platform::ResetDesktop();
   }
   void TearDown() override {
-    if (view_ && view_->GetSafeHwnd()) view_->DestroyWindow();
-    view_.reset();
+    StopView();
     platform::ResetDesktop();
     devices::SetFrameSource(nullptr);
     FaultMatrix::TearDown();
@@ -54,58 +94,55 @@ class LiveviewFaults : public FaultMatrix {
   // Every calibration item written once with recognisable values.
   static void StoreAllItems() {
     CCaptureWnd writer;
-    writer.m_Camera.FocalLength = 8.5;
-    writer.m_nCenterX[1] = 333;
-    writer.m_CcdOffset = CXYZ(0.25, 0.5, 0.75);
+    Fill(writer, 300);
     ASSERT_TRUE(writer.FlashWriteCmr());
     ASSERT_TRUE(writer.FlashWriteDat());
   }
 
-  // The memory protocol's outcome for one failed call of `op` ("Read" or
-  // "Write"): the lock is always given back; the first failure is named.
-  static void ExpectFlashOutcome(const Faulted& f, const std::wstring& op) {
+  // The item whose transfer failed: an item's own point, or the memory's
+  // file under the write of item `first` + skip.
+  static int FailingItem(const Faulted& f, int first) {
+    if (f.Under("eep.read.") || f.Under("eep.write."))
+      return std::stoi(f.point.substr(f.point.rfind('.') + 1));
+    return first + f.skip;
+  }
+  // A failed read of a record's first item (80, 90) or of the offsets (94)
+  // sets defaults, silently.
+  static bool SilentDefault(const Faulted& f) {
+    return f.point == "eep.read.80" || f.point == "eep.read.90" || f.point == "eep.read.94";
+  }
+  // The memory protocol's outcome for one failed call of a transfer ("Read"
+  // or "Write") from item `first`: the lock is always given back; the first
+  // failure is named.
+  static void ExpectFlashOutcome(const Faulted& f, const std::wstring& op, int first) {
     // A failed lock leaves the memory unlocked, as the device does.
     EXPECT_EQ(eep::IsLocked(), f.point != "eep.lock");
+    EXPECT_EQ(f.result, SilentDefault(f) ? TRUE : FALSE);
     if (f.point == "eep.unlock") {
-      EXPECT_EQ(f.result, FALSE);
-      ASSERT_EQ(f.boxes.size(), 1u);
-      EXPECT_EQ(f.boxes[0].text, L"Unlock Command Error");
-      EXPECT_EQ(f.boxes[0].caption, L"FlashLock");
-      return;
-    }
-    if (f.point == "eep.lock") {
-      EXPECT_EQ(f.result, FALSE);
+      ExpectBox(f, L"Unlock Command Error", L"FlashLock");
+    } else if (f.point == "eep.lock") {
       ASSERT_FALSE(f.boxes.empty());
       EXPECT_EQ(f.boxes.back().text, L"Lock Command Error");
       EXPECT_EQ(f.boxes.back().caption, L"FlashLock");
-      return;
+    } else if (SilentDefault(f)) {
+      EXPECT_TRUE(f.boxes.empty());
+    } else {
+      ExpectBox(f, std::wstring(memory_items::Name(FailingItem(f, first))) + L" " + op, L"Error");
     }
-    // An item (its own fault point, or the memory's file under it) failed.
-    if (f.point.rfind("eep.", 0) == 0) {
-      const int item = std::stoi(f.point.substr(f.point.rfind('.') + 1));
-      const bool silentDefault = op == L"Read" && (item == 80 || item == 90 || item == 94);
-      if (silentDefault) {
-        EXPECT_EQ(f.result, TRUE);
-        EXPECT_TRUE(f.boxes.empty());
-        return;
-      }
-      EXPECT_EQ(f.result, FALSE);
-      EXPECT_EQ(OnlyText(f), std::wstring(memory_items::Name(item)) + L" " + op);
-      EXPECT_EQ(OnlyCaption(f), L"Error");
-      return;
-    }
-    EXPECT_EQ(f.result, FALSE);
-    EXPECT_TRUE(EndsWith(OnlyText(f), L" " + op)) << f.point;
-    EXPECT_EQ(OnlyCaption(f), L"Error");
   }
 
   // A live view on the whole 320 x 240 screen, started as the host starts it.
-  void StartView(double baseScale) {
+  bool StartView(double baseScale) {
     view_ = std::make_unique<CCaptureWnd>();
     view_->InitAppUseMessage();
-    ASSERT_TRUE(view_->Create(
-        nullptr, RECT{0, 0, 320, 240}, baseScale, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+    const bool created =
+        view_->Create(nullptr, RECT{0, 0, 320, 240}, baseScale, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0);
     platform::PumpMessages();
+    return created;
+  }
+  void StopView() {
+    if (view_ && view_->GetSafeHwnd()) view_->DestroyWindow();
+    view_.reset();
   }
 
   std::unique_ptr<CCaptureWnd> view_;
@@ -113,7 +150,7 @@ class LiveviewFaults : public FaultMatrix {
 
 // The texts the window shows for one failed call of its life, in order.
 std::vector<std::wstring> ExpectedLifeBoxes(const std::string& point) {
-  if (point == "alloc") return {L"Memory Error. E-500"};
+  if (point == "alloc") return {kE500};
   // A failed CreateFileW answers the invalid handle, which counts as opened:
   // no E-501, but the driver refuses the display record and the start.
   if (point == "cap.open") return {L"SetCapture Error! E-502", L"StartCapture Error! E-503"};
@@ -125,55 +162,50 @@ std::vector<std::wstring> ExpectedLifeBoxes(const std::string& point) {
 // Construction, creation, the posted start of capture, three frame-timer
 // steps, destruction: every call of that life failed in turn.
 TEST_F(LiveviewFaults, WholeWindowLife) {
+  HWND hwnd = nullptr;
   Drill({"CCaptureWnd life",
          [] {
            StoreAllItems();
            devices::capture::Reset();
          },
-         [] {
-           auto view = std::make_unique<CCaptureWnd>();
-           view->InitAppUseMessage();
-           const int created =
-               view->Create(nullptr, RECT{0, 0, 320, 240}, 0.5, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0);
-           platform::PumpMessages();
+         [&] {
+           const int created = StartView(0.5);
+           hwnd = view_->m_hWnd;
            for (int tick = 0; tick < 3; ++tick)
              platform::AdvanceTime(CCaptureWnd::kFrameTimerPeriodMs);
-           if (view->GetSafeHwnd()) view->DestroyWindow();
-           view.reset();
-           return created ? 1 : 0;
+           StopView();
+           return created;
          },
-         [](const Faulted& f) {
+         [&](const Faulted& f) {
            // Whatever failed, the life ends with nothing left running.
            EXPECT_EQ(platform::LiveWindows(), 0u);
            EXPECT_EQ(platform::RunningTimers(), 0u);
            EXPECT_EQ(devices::capture::OpenInstances(), 0);
-           const bool memoryPoint =
-               f.point.rfind("eep.", 0) == 0 || f.point.rfind("module.", 0) == 0;
-           if (!memoryPoint) {
-             // Capture initialisation reports and goes on; the window lives.
+           const bool frames = devices::capture::FramesProduced() > 0;
+           if (!f.Under("eep.") && !f.Under("module.")) {
+             // Capture initialisation reports and goes on; the window lives,
+             // and capture runs unless its driver object or start failed.
              EXPECT_EQ(f.result, 1);
-             std::vector<std::wstring> texts;
+             EXPECT_EQ(Texts(f), ExpectedLifeBoxes(f.point));
              for (const auto& box : f.boxes) {
-               texts.push_back(box.text);
                EXPECT_EQ(box.caption, L"ERROR");
+               EXPECT_EQ(box.owner, hwnd);
              }
-             EXPECT_EQ(texts, ExpectedLifeBoxes(f.point));
+             EXPECT_EQ(frames,
+                       f.point != "alloc" && f.point != "cap.open" && f.point != "cap.start");
              return;
            }
-           if (f.result == 0) {
-             // A window whose calibration cannot be read never starts capture.
-             EXPECT_EQ(devices::capture::FramesProduced(), 0u);
-           }
+           // A window whose calibration cannot be read never starts capture.
+           EXPECT_TRUE(f.result == 1 || !frames);
            if (f.point == "module.load") {
              EXPECT_EQ(f.result, 0);
-             EXPECT_EQ(OnlyText(f), L"Load Module Error");
-             EXPECT_EQ(OnlyCaption(f), L"Error");
+             ExpectBox(f, L"Load Module Error", L"Error");
            } else if (f.point == "module.proc") {
              // A missing entry point: the calibration cannot be read, silently.
              EXPECT_EQ(f.result, 0);
              EXPECT_TRUE(f.boxes.empty());
            } else {
-             ExpectFlashOutcome(f, L"Read");
+             ExpectFlashOutcome(f, L"Read", 80);
            }
          }});
 }
@@ -185,11 +217,10 @@ TEST_F(LiveviewFaults, OperatingTheView) {
   CDibEx grabbed;
   Drill({"operating the view",
          [&] {
-           if (view_ && view_->GetSafeHwnd()) view_->DestroyWindow();
-           view_.reset();
+           StopView();
            StoreAllItems();
            devices::capture::Reset();
-           StartView(0.5);
+           ASSERT_TRUE(StartView(0.5));
            grabbed.Empty();
          },
          [&] {
@@ -215,40 +246,20 @@ TEST_F(LiveviewFaults, OperatingTheView) {
            EXPECT_EQ(view_->GetSnapShot(), 0);
            EXPECT_TRUE(devices::capture::IsRunning());
            // Only the grab reports, and then it has no picture.
-           if (f.point == "alloc") {
-             EXPECT_EQ(OnlyText(f), L"Memory Error. E-500");
-             EXPECT_EQ(OnlyCaption(f), L"ERROR");
-           } else if (f.point == "cap.read") {
-             EXPECT_EQ(OnlyText(f), L"Record of a picture went wrong. E-504");
-           } else {
-             EXPECT_TRUE(f.boxes.empty());
-             EXPECT_NE(grabbed.m_imageBits, nullptr);
-             return;
-           }
-           EXPECT_EQ(grabbed.m_imageBits, nullptr);
+           const bool lost = f.point == "alloc" || f.point == "cap.read";
+           EXPECT_EQ(Texts(f),
+                     lost ? std::vector<std::wstring>{f.point == "alloc" ? kE500 : kE504}
+                          : std::vector<std::wstring>{});
+           EXPECT_EQ(grabbed.m_imageBits == nullptr, lost);
          }});
 }
-
-// A bright quarter in the lower right of the frame: one clear corner at the
-// centre of the sensor.
-class Quadrant : public devices::FrameSource {
- public:
-  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
-    for (int y = 0; y < devices::kFrameHeight; ++y)
-      for (int x = 0; x < devices::kFrameWidth; ++x)
-        pixels[size_t(y) * devices::kFrameWidth + size_t(x)] =
-            x >= devices::kFrameWidth / 2 && y >= devices::kFrameHeight / 2
-                ? devices::Pack565(230, 230, 230)
-                : devices::Pack565(30, 30, 30);
-  }
-};
 
 // A tap in corner mode, then the paint: the tap only takes its point; the
 // corner display grabs the picture under the window and searches it for a
 // corner near the tap.
 TEST_F(LiveviewFaults, CornerSearch) {
   devices::SetFrameSource(std::make_shared<Quadrant>());
-  StartView(0.5);
+  ASSERT_TRUE(StartView(0.5));
   view_->SetCurCamera(0);  // corners are searched in the tele camera's picture
   double dv = 0.0, dh = 0.0;
   Drill({"corner display",
@@ -267,54 +278,84 @@ TEST_F(LiveviewFaults, CornerSearch) {
            // The timer is given back whatever happened to the search.
            EXPECT_EQ(view_->m_bTimerLock, 0);
            EXPECT_EQ(view_->m_bTapped, 1);
-           std::vector<std::wstring> texts;
-           for (const auto& box : f.boxes) texts.push_back(box.text);
            if (f.point == "alloc" || f.point == "cap.read_rect") {
              // No picture to search: the grab's cause, and no cross.
              EXPECT_EQ(f.result, 0);
-             const std::wstring cause = f.point == "alloc"
-                                            ? L"Memory Error. E-500"
-                                            : L"Record of a picture went wrong. E-504";
-             EXPECT_EQ(texts, (std::vector<std::wstring>{cause}));
+             EXPECT_EQ(Texts(f), std::vector<std::wstring>{f.point == "alloc" ? kE500 : kE504});
              return;
            }
            // The driver's other answers are not checked: the corner is found.
            EXPECT_EQ(f.result, 1);
-           EXPECT_TRUE(texts.empty());
+           EXPECT_TRUE(f.boxes.empty());
            EXPECT_NEAR(view_->m_ptCorner.x, 160, 1);
            EXPECT_NEAR(view_->m_ptCorner.y, 120, 1);
          }});
 }
 
+// One transfer between the window and the memory.
+struct Transfer {
+  const char* name;
+  BOOL (CCaptureWnd::*fn)();
+  bool read;
+  int first, count;  // the items it moves
+};
+
+// Each transfer stops at the first failure, with nothing read or written
+// past it, and gives the lock back; the user offsets change the centres in
+// memory first, whatever happens.
 TEST_F(LiveviewFaults, CalibrationMemory) {
   CCaptureWnd w;
   ASSERT_NE(w.m_pSysEepRead, nullptr);
-  auto reads = [&](const char* name, BOOL (CCaptureWnd::*fn)()) {
-    Drill({name,
-           [&] { StoreAllItems(); },
-           [&w, fn] { return int((w.*fn)()); },
-           [&](const Faulted& f) { ExpectFlashOutcome(f, L"Read"); }});
-  };
-  reads("FlashReadCmr", &CCaptureWnd::FlashReadCmr);
-  reads("FlashReadDat", &CCaptureWnd::FlashReadDat);
-
-  auto writes = [&](const char* name, BOOL (CCaptureWnd::*fn)()) {
-    Drill({name,
-           [&] { StoreAllItems(); },
-           [&w, fn] { return int((w.*fn)()); },
-           [&](const Faulted& f) { ExpectFlashOutcome(f, L"Write"); }});
-  };
-  writes("FlashWriteCmr", &CCaptureWnd::FlashWriteCmr);
-  writes("FlashWriteDat", &CCaptureWnd::FlashWriteDat);
-
-  // The user offsets change the centres in memory first, whatever happens.
-  Drill({"UserCCDOffsetSet",
-         [&] {
-           StoreAllItems();
-           w.m_nCenterX[1] = 320;
-         },
-         [&] { return int(w.UserCCDOffsetSet()); },
-         [&](const Faulted& f) { ExpectFlashOutcome(f, L"Write"); }});
+  Fill(w, 300);
+  const Items stored = HeldBy(w);
+  Fill(w, 100);
+  const Items before = HeldBy(w);
+  const Transfer transfers[] = {{"FlashReadCmr", &CCaptureWnd::FlashReadCmr, true, 80, 10},
+                                {"FlashReadDat", &CCaptureWnd::FlashReadDat, true, 90, 10},
+                                {"FlashWriteCmr", &CCaptureWnd::FlashWriteCmr, false, 80, 10},
+                                {"FlashWriteDat", &CCaptureWnd::FlashWriteDat, false, 90, 10},
+                                {"UserCCDOffsetSet", &CCaptureWnd::UserCCDOffsetSet, false, 90, 4}};
+  for (const Transfer& t : transfers) {
+    const std::string op = t.read ? "read " : "write ";
+    const auto prepare = [&] {
+      eep::EraseAll();
+      for (int i = 0; i < 20 && t.read; ++i) ASSERT_TRUE(eep::SetItem(80 + i, *stored[i]));
+      Fill(w, t.read ? 100 : 300);
+      w.m_nUserCCDOffsetX[1] = 3;
+      eep::ClearCalls();
+    };
+    prepare();
+    (w.*t.fn)();
+    const int centre = w.m_nCenterX[1];
+    const Items clean = t.read ? HeldBy(w) : Stored();  // what a clean transfer leaves
+    Drill({t.name,
+           prepare,
+           [&] { return int((w.*t.fn)()); },
+           [&](const Faulted& f) {
+             ExpectFlashOutcome(f, t.read ? L"Read" : L"Write", t.first);
+             EXPECT_TRUE(t.read || w.m_nCenterX[1] == centre);
+             const int end = t.first + t.count;
+             int failing = f.point == "eep.unlock" ? t.first - 1 : FailingItem(f, t.first);
+             if (f.point == "eep.lock") failing = end;
+             std::vector<std::string> log{f.point == "eep.unlock" ? "unlock fail" : "unlock"};
+             for (int i = t.first; i < std::min(failing + 1, end); ++i)
+               log.push_back(op + std::to_string(i) + (i == failing ? " fail" : ""));
+             log.push_back(f.point == "eep.lock" ? "lock fail" : "lock");
+             EXPECT_EQ(eep::Calls(), log);
+             const Items now = t.read ? HeldBy(w) : Stored();
+             for (int i = t.first; i < end; ++i) {
+               if (SilentDefault(f) && i >= failing) break;  // defaults from here on
+               const auto& expected = i < failing ? clean[i - 80]
+                                      : t.read    ? before[i - 80]
+                                                  : std::nullopt;
+               EXPECT_EQ(now[i - 80], expected) << i;
+             }
+             if (f.point == "eep.read.94") {  // the centres read, the offsets zero
+               EXPECT_EQ(w.m_CcdOffset.Z, 0.0);
+               EXPECT_EQ(w.m_CcdAngle.kappa, 0.0);
+             }
+           }});
+  }
 }
 
 std::string Utf16Le(const std::u16string& text) {
@@ -330,17 +371,15 @@ TEST_F(LiveviewFaults, LanguageFile) {
   std::unique_ptr<CCaptureWnd> w;
   Drill({"GetImageLangCode",
          [&] {
-           WriteHostFile(Host(L"\\windows\\DispImgMsg.txt"), Utf16Le(u"Saved OK.\nGespeichert.\n"));
+           Put(L"\\windows\\DispImgMsg.txt", Utf16Le(u"Saved OK.\nGespeichert.\n"));
            w = std::make_unique<CCaptureWnd>();
            w->InitAppUseMessage();
-           boxes_.clear();
          },
          [&] { return w->GetImageLangCode(); },
          [&](const Faulted& f) {
            if (f.point == "file.open") {
              EXPECT_EQ(f.result, 0);
-             EXPECT_EQ(OnlyText(f), L"File Read Error. E-505");
-             EXPECT_EQ(OnlyCaption(f), L"ERROR");
+             ExpectBox(f, L"File Read Error. E-505");
              return;
            }
            // A read or allocation failure leaves the translation empty: the
@@ -349,7 +388,10 @@ TEST_F(LiveviewFaults, LanguageFile) {
            EXPECT_TRUE(f.boxes.empty());
            EXPECT_EQ(std::wstring(w->m_pMessage->Text(21)), L"Saved OK.");
          }});
-  w.reset();
+}
+
+bool SetCardFolder(const wchar_t* folder) {
+  return platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", folder);
 }
 
 TEST_F(LiveviewFaults, CardFolderLookup) {
@@ -357,86 +399,64 @@ TEST_F(LiveviewFaults, CardFolderLookup) {
   wchar_t folder[256] = {};
   Drill({"GetInitFolderName",
          [&] {
-           ASSERT_TRUE(platform::registry::SetString(
-               L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Card"));
+           ASSERT_TRUE(SetCardFolder(L"\\Card"));
            std::fill(std::begin(folder), std::end(folder), L'\0');
          },
          [&] { return int(w.GetInitFolderName(folder)); },
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, FALSE);
            EXPECT_TRUE(f.boxes.empty());
-           EXPECT_EQ(platform::registry::OpenKeys(), 0);
+           // The value is in hand before the key is closed.
+           EXPECT_EQ(std::wstring(folder), f.point == "registry.close" ? L"\\Card" : L"");
          }});
 }
 
-// A flat green frame for the view to film.
-class Green : public devices::FrameSource {
- public:
-  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
-    std::fill(pixels, pixels + devices::kFrameWidth * devices::kFrameHeight, uint16_t(63 << 5));
-  }
-};
-
 TEST_F(LiveviewFaults, SnapshotSaving) {
-  devices::SetFrameSource(std::make_shared<Green>());
-  StartView(1.0);
-  const std::string card = Host(L"\\Storage Card");
-  const std::string saved = Host(L"\\Storage Card\\JPEG\\20240503\\140709T100.jpg");
-
-  auto check = [&](const Faulted& f, bool fresh) {
-    EXPECT_FALSE(platform::WaitCursorShown());
-    // A failed grab of the displayed picture tells its own cause first
-    // (E-500 no memory, E-504 no picture from the driver), then the save
-    // fails with E-522.
-    const bool grab = f.point == "alloc" || f.point.rfind("cap.", 0) == 0;
-    if (grab && f.boxes.size() == 2) {
-      EXPECT_TRUE(f.boxes[0].text == L"Memory Error. E-500" ||
-                  f.boxes[0].text == L"Record of a picture went wrong. E-504")
-          << platform::WideToUtf8(f.boxes[0].text);
-      EXPECT_EQ(f.result, 0);
-    } else {
-      ASSERT_EQ(f.boxes.size(), 1u);
-    }
-    const std::wstring& text = f.boxes.back().text;
-    if (f.result == 1) {
-      EXPECT_EQ(text, L"Saved OK.");
-      return;
-    }
-    if (fresh) {
-      EXPECT_FALSE(std::filesystem::exists(saved)) << "no file, not even a partial one";
-    }
-    if (f.point.rfind("registry.", 0) == 0) {
-      EXPECT_EQ(text, L"Registry Access Error");
-      EXPECT_EQ(f.boxes.back().caption, L"Error");
-    } else if (f.point == "fs.free_space") {
-      EXPECT_EQ(text, L"The capacity of the memory doesn't suffice. E-523");
-    } else if (f.point == "fs.create_directory" || f.point == "fs.find") {
-      // A folder that cannot be found is created, which fails when it exists.
-      EXPECT_EQ(text, L"Folder maked error. E-521");
-    } else {
-      EXPECT_EQ(text, L"Jpg Write Error. E-522");
-    }
-  };
-  Drill({"WriteJpeg(new folders)",
-         [&] {
-           std::filesystem::remove_all(card);
-           std::filesystem::create_directories(card);
-           ASSERT_TRUE(platform::registry::SetString(
-               L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card"));
-         },
-         [&] { return view_->WriteJpeg(); },
-         [&](const Faulted& f) { check(f, true); }});
-
+  devices::SetFrameSource(std::make_shared<Quadrant>());
+  ASSERT_TRUE(StartView(1.0));
+  const std::wstring saved = L"\\Storage Card\\JPEG\\20240503\\140709T100.jpg";
   const std::string earlier = "an earlier picture of the same second";
-  Drill({"WriteJpeg(over an earlier file)",
-         [&] { WriteHostFile(saved, earlier); },
-         [&] { return view_->WriteJpeg(); },
-         [&](const Faulted& f) {
-           check(f, false);
-           if (f.result == 0 && std::filesystem::exists(saved)) {
-             EXPECT_EQ(ReadHostFile(saved), earlier);
-           }
-         }});
+  for (const bool fresh : {true, false}) {
+    Drill({fresh ? "WriteJpeg(new folders)" : "WriteJpeg(over an earlier file)",
+           [&] {
+             std::filesystem::remove_all(Host(L"\\Storage Card"));
+             if (fresh) std::filesystem::create_directories(Host(L"\\Storage Card"));
+             if (!fresh) Put(saved, earlier);
+             ASSERT_TRUE(SetCardFolder(L"\\Storage Card"));
+           },
+           [&] { return view_->WriteJpeg(); },
+           [&](const Faulted& f) {
+             EXPECT_FALSE(platform::WaitCursorShown());
+             // A failed grab of the displayed picture tells its own cause
+             // first (E-500 no memory, E-504 no picture from the driver),
+             // then the save fails with E-522.
+             const bool grab = f.point == "alloc" || f.Under("cap.");
+             if (grab && f.boxes.size() == 2) {
+               EXPECT_EQ(f.boxes[0].text, f.point == "alloc" ? kE500 : kE504);
+               EXPECT_EQ(f.result, 0);
+             } else {
+               ASSERT_EQ(f.boxes.size(), 1u);
+             }
+             const std::wstring& text = f.boxes.back().text;
+             if (f.result == 1) {
+               EXPECT_EQ(text, L"Saved OK.");
+               return;
+             }
+             // No file, not even a partial one; an earlier one stays whole.
+             EXPECT_EQ(Exists(saved) ? Get(saved) : "", fresh ? "" : earlier);
+             if (f.Under("registry.")) {
+               EXPECT_EQ(text, L"Registry Access Error");
+               EXPECT_EQ(f.boxes.back().caption, L"Error");
+             } else if (f.point == "fs.free_space") {
+               EXPECT_EQ(text, L"The capacity of the memory doesn't suffice. E-523");
+             } else if (f.point == "fs.create_directory" || f.point == "fs.find") {
+               // A folder that cannot be found is created, which fails when it exists.
+               EXPECT_EQ(text, L"Folder maked error. E-521");
+             } else {
+               EXPECT_EQ(text, L"Jpg Write Error. E-522");
+             }
+           }});
+  }
 }
 
 }  // namespace
