@@ -295,70 +295,64 @@ class ProjectFaults : public CardProjectFaults {
 
   CProject project_;
   std::string index_;
+  const std::function<void()> restore_ = [this] { Restore(); };
 };
 
 TEST_F(ProjectFaults, FoldersAndIndex) {
-  auto restore = [&] { Restore(); };
   Drill({"CProject::Create",
-         restore,
+         restore_,
          [&] { return project_.Create(L"New"); },
          [&](const Faulted& f) {
            const bool folder = f.point == "fs.create_directory";
-           EXPECT_EQ(f.result, 0);
-           ExpectBox(f, folder ? kE521 : kE512);
+           ExpectOutcome(f, 0, folder ? kE521 : kE512);
            EXPECT_FALSE(Exists(L"\\IMG_MAIN\\project\\New"));
-           EXPECT_EQ(project_.IsOpen(),
-                     folder ? 1 : 0);  // the open project is closed once the folder is made
+           // The open project is closed once the folder is made.
+           EXPECT_EQ(project_.IsOpen(), folder ? 1 : 0);
          }});
   Drill({"CProject::Open",
          [&] { Restore(L"Other"); },
          [&] { return project_.Open(L"Site"); },
          [&](const Faulted& f) {
-           if (f.point == "file.open") {  // the index is rewritten from the backup
-             EXPECT_EQ(f.result, 1);
-             EXPECT_TRUE(f.boxes.empty());
-             EXPECT_EQ(project_.GetPhotoCount(), 2);
-           } else {  // the card went away: the backup cannot be read either
-             EXPECT_EQ(f.result, 0);
-             ExpectBox(f, kE508);
-             EXPECT_EQ(project_.IsOpen(), 0);
-           }
+           // A refused index is rewritten from the backup; a card that went
+           // away cannot give the backup either.
+           const bool refused = f.point == "file.open";
+           ExpectOutcome(f, refused ? 1 : 0, refused ? L"" : kE508);
+           EXPECT_EQ(project_.IsOpen() ? project_.GetPhotoCount() : -1, refused ? 2 : -1);
            ExpectIndexKept();
          }});
   CStringArray names;
   Drill({"CProject::List",
-         restore,
+         restore_,
          [&] { return project_.List(names); },
          [&](const Faulted& f) {
-           EXPECT_EQ(f.result, 0);  // a root that cannot be searched is not an empty one
+           ExpectOutcome(f, 0);  // a root that cannot be searched is not an empty one
            EXPECT_EQ(names.GetSize(), 0);
-           EXPECT_TRUE(f.boxes.empty());
          }});
   Drill({"CProject::Rename",
-         restore,
+         restore_,
          [&] { return project_.Rename(L"Site", L"Site2"); },
          [&](const Faulted& f) {
-           // An index read that the backup stands in for.
-           if (f.point == "file.open" && f.skip == 0) {
-             EXPECT_EQ(f.result, 1);
-             EXPECT_TRUE(f.boxes.empty());
+           if (f.Early("file.open", 1)) {  // an index read that the backup stands in for
+             ExpectOutcome(f, 1);
              EXPECT_EQ(project_.GetName(), CString(L"Site2"));
              EXPECT_EQ(Reopened(L"Site2"), 2);
              return;
            }
-           EXPECT_EQ(f.result, 0);  // nothing renamed
-           const bool moved = !(f.point == "fs.move" && f.skip == 0);
-           ExpectBox(f, !moved ? kE521 : f.point == "file.read" ? kE508 : kE512);
+           // Nothing renamed.
+           ExpectOutcome(f,
+                         0,
+                         f.Early("fs.move", 1)    ? kE521
+                         : f.point == "file.read" ? kE508
+                                                  : kE512);
            EXPECT_FALSE(Exists(L"\\IMG_MAIN\\project\\Site2"));
            EXPECT_EQ(project_.GetName(), CString(L"Site"));
            ExpectIndexKept();
          }});
   Drill({"CProject::Delete",
-         restore,
+         restore_,
          [&] { return project_.Delete(L"Other"); },
          [&](const Faulted& f) {
-           EXPECT_EQ(f.result, 0);
-           ExpectBox(f, kE512);
+           ExpectOutcome(f, 0, kE512);
            EXPECT_TRUE(Exists(L"\\IMG_MAIN\\project\\Other"));
            EXPECT_EQ(project_.IsOpen(), 1);
            EXPECT_EQ(project_.Delete(L"Other"), 1);  // a second try finishes the job
@@ -373,57 +367,46 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
          },
          [&] { return project_.RestoreIndex(); },
          [&](const Faulted& f) {
-           EXPECT_EQ(f.result, 0);
-           const bool backup = f.point == "file.read" || (f.point == "file.open" && f.skip == 0);
-           ExpectBox(f, backup ? kE508 : kE512);
+           const bool backup = f.point == "file.read" || f.Early("file.open", 1);
+           ExpectOutcome(f, 0, backup ? kE508 : kE512);
            EXPECT_EQ(SiteFile(L"project.hdr"), damaged);
            EXPECT_EQ(Reopened(), 2);  // the backup is whole: the next open recovers
-           ExpectIndexKept();
+           EXPECT_EQ(SiteFile(L"project.bkh"), index_);
          }});
 }
 
 TEST_F(ProjectFaults, Photographs) {
   CString name;
   Drill({"CProject::AddPhoto",
-         [&] {
-           Restore();
-           name.Empty();
-         },
+         restore_,
          [&] { return project_.AddPhoto(kJpeg, name); },
          [&](const Faulted& f) {
            // An unknown card root does not matter to a copy in main memory.
-           if (f.point.rfind("registry.", 0) == 0) {
-             EXPECT_EQ(f.result, 1);
-             EXPECT_TRUE(f.boxes.empty());
+           if (f.Under("registry.")) {
+             ExpectOutcome(f, 1);
              EXPECT_EQ(SiteFile(L"P003.jpg"), Get(kJpeg));
              EXPECT_EQ(Reopened(), 3);
              return;
            }
            // The copy's saves come before the index's.
-           const bool copying =
-               f.point == "file.read" || (f.point == "file.open" && f.skip < 3) ||
-               (f.point == "file.write" && f.skip < 2) ||
-               ((f.point == "file.flush" || f.point == "file.rename") && f.skip == 0);
-           EXPECT_EQ(f.result, 0);
-           ExpectBox(f, f.point == "fs.free_space" ? kE523 : copying ? kE520 : kE512);
+           const bool copying = f.point == "file.read" || f.Early("file.open", 3) ||
+                                f.Early("file.write", 2) || f.Early("file.flush", 1) ||
+                                f.Early("file.rename", 1);
+           ExpectOutcome(f, 0, f.point == "fs.free_space" ? kE523 : copying ? kE520 : kE512);
            EXPECT_EQ(project_.GetPhotoCount(), 2);
            EXPECT_FALSE(SiteHas(L"P003.jpg"));
            EXPECT_FALSE(Exists(platform::SafeFile::TempPath(SitePath(L"P003.jpg").c_str())));
            ExpectIndexKept();
          }});
   Drill({"CProject::RemovePhoto",
-         [&] { Restore(); },
+         restore_,
          [&] { return project_.RemovePhoto(L"P002"); },
          [&](const Faulted& f) {
-           if (f.point == "fs.delete") {  // a file left behind is only an orphan
-             EXPECT_EQ(f.result, 1);
-             EXPECT_LT(project_.FindPhoto(L"P002"), 0);
-             EXPECT_EQ(Reopened(), 1);
-             return;
-           }
-           EXPECT_EQ(f.result, 0);
-           ExpectBox(f, kE512);
-           EXPECT_EQ(project_.FindPhoto(L"P002"), 1);
+           const bool orphan = f.point == "fs.delete";  // a file left behind is only an orphan
+           ExpectOutcome(f, orphan ? 1 : 0, orphan ? L"" : kE512);
+           EXPECT_EQ(project_.FindPhoto(L"P002"), orphan ? -1 : 1);
+           EXPECT_EQ(Reopened(), orphan ? 1 : 2);
+           if (orphan) return;
            for (const wchar_t* leaf : {L"P002.jpg", L"P002.imc", L"P002.DLT"})
              EXPECT_TRUE(SiteHas(leaf));
            ExpectIndexKept();
@@ -431,80 +414,63 @@ TEST_F(ProjectFaults, Photographs) {
 }
 
 TEST_F(ProjectFaults, PointsAndCamera) {
-  const std::wstring imc = SitePath(L"P001.imc"), csv = SitePath(L"control.csv");
-  const std::string imc_bytes = SiteFile(L"P001.imc"), csv_bytes = SiteFile(L"control.csv");
-  PointArray points = Control();
+  PointArray points, moved = Control();
+  moved[0].X += 0.5;
   CSize size(640, 480);
   // A writer that replaces its file: the old bytes stay, E-512 (after the
   // point files' own box when the open is refused).
-  auto saveCheck = [&](const std::wstring& path, const std::string& old) {
-    return [&, path, old](const Faulted& f) {
+  const auto saveCheck = [&](const wchar_t* leaf) {
+    return [&, leaf, old = SiteFile(leaf)](const Faulted& f) {
       EXPECT_EQ(f.result, 0);
-      if (f.point == "file.open") {
-        ExpectRefused(f, path, {kE512});
-      } else {
-        ExpectBox(f, kE512);
-      }
-      EXPECT_EQ(Get(path), old);
+      ExpectRefused(f, f.point == "file.open" ? SitePath(leaf) : L"", {kE512});
+      EXPECT_EQ(SiteFile(leaf), old);
     };
   };
   // A lost read looks like the end of the file: 1 only when every point had
   // arrived (ReadCSVFile also answers 1 with none when the first read goes).
-  auto readCheck = [&](const std::wstring& path, int count, bool csvReader) {
-    return [&, path, count, csvReader](const Faulted& f) {
+  const auto readCheck = [&](const wchar_t* leaf, int count, bool csvReader) {
+    return [&, leaf, count, csvReader](const Faulted& f) {
       if (f.point == "file.open") {
         EXPECT_EQ(f.result, 0);
-        ExpectRefused(f, path);
+        ExpectRefused(f, SitePath(leaf));
         return;
       }
-      EXPECT_TRUE(f.boxes.empty());
       const bool whole = f.skip > 0;
-      EXPECT_EQ(f.result, whole || csvReader ? 1 : 0);
-      if (f.result == 1) {
-        EXPECT_EQ(points.GetSize(), whole ? count : 0);
-      }
+      ExpectOutcome(f, whole || csvReader ? 1 : 0);
+      EXPECT_EQ(f.result == 1 ? points.GetSize() : -1, f.result == 1 ? (whole ? count : 0) : -1);
     };
   };
-  auto restoreWith = [&](PointArray values) {
-    return [&, values]() mutable {
-      Restore();
-      points.Copy(values);
-    };
+  const auto restoreMoved = [&] {
+    Restore();
+    points.Copy(moved);
   };
-  PointArray moved = Control();
-  moved[0].X += 0.5;
   Drill({"CProject::SetImagePoints",
-         restoreWith(moved),
+         restoreMoved,
          [&] { return project_.SetImagePoints(L"P001", size, points); },
-         saveCheck(imc, imc_bytes)});
+         saveCheck(L"P001.imc")});
   Drill({"CProject::GetImagePoints",
-         [&] { Restore(); },
+         restore_,
          [&] { return project_.GetImagePoints(L"P001", size, points); },
-         readCheck(imc, 10, false)});
+         readCheck(L"P001.imc", 10, false)});
   Drill({"CProject::SetControlPoints",
-         restoreWith(moved),
+         restoreMoved,
          [&] { return project_.SetControlPoints(points); },
-         saveCheck(csv, csv_bytes)});
+         saveCheck(L"control.csv")});
   Drill({"CProject::GetControlPoints",
-         [&] { Restore(); },
+         restore_,
          [&] { return project_.GetControlPoints(points); },
-         readCheck(csv, 8, true)});
+         readCheck(L"control.csv", 8, true)});
 
-  CCamera camera;
+  CCamera camera, back;
   camera.FocalLength = 8.25;
   Drill({"CProject::SetCamera(first)",
          [&] { Restore(L"Bare"); },
          [&] { return project_.SetCamera(camera); },
          [&](const Faulted& f) {
-           CCamera back;
-           const std::wstring cmr = std::wstring(kRoot) + L"\\Bare\\camera.cmr";
            // A camera save or index save that did not happen fails.
            EXPECT_EQ(f.result, 0);
-           if (f.point == "file.open" && f.skip == 0) {  // the camera file's own open
-             ExpectRefused(f, cmr, {kE512});
-           } else {
-             ExpectBox(f, kE512);
-           }
+           const bool own = f.Early("file.open", 1);  // the camera file's own open
+           ExpectRefused(f, own ? std::wstring(kRoot) + L"\\Bare\\camera.cmr" : L"", {kE512});
            EXPECT_EQ(project_.GetCamera(back), 0);  // no camera in memory or in the index
            CProject reopened;
            ASSERT_EQ(reopened.Open(L"Bare"), 1);
@@ -512,14 +478,17 @@ TEST_F(ProjectFaults, PointsAndCamera) {
          }});
   // Over an earlier camera: a failed save keeps the earlier one, everywhere.
   Drill({"CProject::SetCamera(replace)",
-         [&] { Restore(); },
+         restore_,
          [&] { return project_.SetCamera(camera); },
          [&](const Faulted& f) {
-           CCamera back;
-           ASSERT_EQ(project_.GetCamera(back), 1);
            EXPECT_EQ(f.result, 0);
            ASSERT_FALSE(f.boxes.empty());
            EXPECT_EQ(f.boxes.back().text, kE512);
+           ASSERT_EQ(project_.GetCamera(back), 1);
+           EXPECT_DOUBLE_EQ(back.FocalLength, 5.6);
+           CProject reopened;
+           ASSERT_EQ(reopened.Open(L"Site"), 1);
+           ASSERT_EQ(reopened.GetCamera(back), 1);
            EXPECT_DOUBLE_EQ(back.FocalLength, 5.6);
          }});
   Drill({"CProject::GetCamera",
@@ -531,18 +500,13 @@ TEST_F(ProjectFaults, PointsAndCamera) {
          [&](const Faulted& f) {
            EXPECT_EQ(f.result, 0);
            EXPECT_EQ(camera.FocalLength, -1.0);
-           if (f.point == "file.open") {
-             ExpectRefused(f, SitePath(L"camera.cmr"));
-           } else {
-             EXPECT_TRUE(f.boxes.empty());
-           }
+           ExpectRefused(f, f.point == "file.open" ? SitePath(L"camera.cmr") : L"");
          }});
 }
-
 TEST_F(ProjectFaults, SolveAndIntersect) {
   const std::string dlt_bytes = SiteFile(L"P001.DLT"), result_bytes = SiteFile(L"result.csv");
   CDLT dlt;
-  auto prepareDlt = [&] {
+  const auto prepareDlt = [&] {
     Restore();
     dlt.Init();
     dlt.m_dL[0] = -1.0;
@@ -558,21 +522,18 @@ TEST_F(ProjectFaults, SolveAndIntersect) {
              return;
            }
            EXPECT_EQ(dlt.m_dL[0], -1.0);
-           const bool reading = f.point == "file.read" || (f.point == "file.open" && f.skip < 2);
-           if (f.point == "file.open" && f.skip < 2) {
-             ExpectRefused(f, SitePath(f.skip == 0 ? L"control.csv" : L"P001.imc"));
-           } else if (reading) {
-             EXPECT_TRUE(f.boxes.empty());  // solving shows nothing
-           } else {
-             ExpectBox(f, kE512);
-           }
+           // A refused open names its file; a lost read shows nothing.
+           const bool refused = f.Early("file.open", 2),
+                      saving = !refused && f.point != "file.read";
+           ExpectRefused(f,
+                         refused ? SitePath(f.skip == 0 ? L"control.csv" : L"P001.imc") : L"",
+                         saving ? std::vector<std::wstring>{kE512} : std::vector<std::wstring>{});
          }});
   Drill({"CProject::GetDLT",
          prepareDlt,
          [&] { return project_.GetDLT(L"P002", dlt); },
          [&](const Faulted& f) {
-           EXPECT_EQ(f.result, 0);
-           EXPECT_TRUE(f.boxes.empty());
+           ExpectOutcome(f, 0);
            EXPECT_EQ(dlt.m_dL[0], -1.0);
          }});
 

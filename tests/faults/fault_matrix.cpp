@@ -160,6 +160,15 @@ std::vector<std::wstring> FaultMatrix::Texts(const Faulted& f) {
   return texts;
 }
 
+void FaultMatrix::ExpectOutcome(const Faulted& f, int result, const std::wstring& text) {
+  EXPECT_EQ(f.result, result);
+  if (text.empty()) {
+    EXPECT_TRUE(f.boxes.empty());
+  } else {
+    ExpectBox(f, text);
+  }
+}
+
 void FaultMatrix::ExpectBox(const Faulted& f, const std::wstring& text, const wchar_t* caption) {
   EXPECT_EQ(OnlyText(f), text);
   EXPECT_EQ(OnlyCaption(f), caption);
@@ -168,10 +177,13 @@ void FaultMatrix::ExpectBox(const Faulted& f, const std::wstring& text, const wc
 void FaultMatrix::ExpectRefused(const Faulted& f,
                                 const std::wstring& path,
                                 const std::vector<std::wstring>& then) {
-  ASSERT_EQ(f.boxes.size(), 1 + then.size());
-  EXPECT_EQ(f.boxes[0].text.rfind(path + L"\n", 0), 0u) << "no file name first";
-  EXPECT_EQ(f.boxes[0].caption, L"ERROR");
-  for (size_t i = 0; i < then.size(); ++i) EXPECT_EQ(f.boxes[1 + i].text, then[i]);
+  const size_t first = path.empty() ? 0 : 1;
+  ASSERT_EQ(f.boxes.size(), first + then.size());
+  if (first) {
+    EXPECT_EQ(f.boxes[0].text.rfind(path + L"\n", 0), 0u) << "no file name first";
+  }
+  for (const auto& box : f.boxes) EXPECT_EQ(box.caption, L"ERROR");
+  for (size_t i = 0; i < then.size(); ++i) EXPECT_EQ(f.boxes[first + i].text, then[i]);
 }
 
 }  // namespace fault_matrix

@@ -62,12 +62,14 @@ class FaultMatrix : public testing_support::DeviceTest {
   static std::wstring OnlyText(const Faulted& f);
   static std::wstring OnlyCaption(const Faulted& f);
   static std::vector<std::wstring> Texts(const Faulted& f);
+  // The result, and exactly one box "ERROR" with `text` (none when empty).
+  static void ExpectOutcome(const Faulted& f, int result, const std::wstring& text = L"");
   // Exactly one box, with this text and caption.
   static void ExpectBox(const Faulted& f,
                         const std::wstring& text,
                         const wchar_t* caption = L"ERROR");
-  // The refused open's box (its text starts with the path, caption "ERROR"),
-  // then boxes with the texts `then`.
+  // The refused open's box (its text starts with the path; none when the
+  // path is empty), then boxes with the texts `then`, all captioned "ERROR".
   static void ExpectRefused(const Faulted& f,
                             const std::wstring& path,
                             const std::vector<std::wstring>& then = {});
