@@ -204,19 +204,11 @@ constexpr double kFocalPx = 1000.0;
 
 // Two ideal cameras worked by hand, independent of the DLT: one south of the
 // site looking north, one east of it looking west (x right, y down, pixels).
-CXYZ FromSouth(const CXYZ& p) {
-  const double depth = p.Y - 1990.0;
-  return CXYZ(p.Name,
-              320.0 + kFocalPx * (p.X - 1040.0) / depth,
-              240.0 - kFocalPx * (p.Z - 52.0) / depth,
-              0.0);
-}
-CXYZ FromEast(const CXYZ& p) {
-  const double depth = 1080.0 - p.X;
-  return CXYZ(p.Name,
-              320.0 + kFocalPx * (p.Y - 2030.0) / depth,
-              240.0 - kFocalPx * (p.Z - 53.0) / depth,
-              0.0);
+CXYZ Seen(const CXYZ& p, bool south) {
+  const double depth = south ? p.Y - 1990.0 : 1080.0 - p.X;
+  const double across = south ? p.X - 1040.0 : p.Y - 2030.0;
+  const double up = p.Z - (south ? 52.0 : 53.0);
+  return CXYZ(p.Name, 320.0 + kFocalPx * across / depth, 240.0 - kFocalPx * up / depth, 0.0);
 }
 
 PointArray Control() {
@@ -251,12 +243,12 @@ class ProjectFaults : public CardProjectFaults {
     CCamera camera;
     camera.FocalLength = 5.6;
     ASSERT_EQ(p.SetControlPoints(control) + p.SetCamera(camera), 2);
-    for (auto view : {FromSouth, FromEast}) {
+    for (const bool south : {true, false}) {
       CString name;
       ASSERT_EQ(p.AddPhoto(kJpeg, name), 1);
       PointArray image;
       for (int i = 0; i < 10; ++i) {
-        CXYZ seen = view(i < 8 ? control[i] : i == 8 ? kT1 : kT2);
+        CXYZ seen = Seen(i < 8 ? control[i] : i == 8 ? kT1 : kT2, south);
         image.Add(seen);
       }
       CSize size(640, 480);

@@ -95,8 +95,7 @@ class LiveviewFaults : public fault_matrix::FaultMatrix {
   static void StoreAllItems() {
     CCaptureWnd writer;
     Fill(writer, 300);
-    ASSERT_TRUE(writer.FlashWriteCmr());
-    ASSERT_TRUE(writer.FlashWriteDat());
+    HeldBy(writer);
   }
 
   // The item whose transfer failed: an item's own point, or the memory's
