@@ -50,7 +50,7 @@ const std::vector<std::string>& KnownPoints() {
     std::vector<std::string> p;
     for (const char* file : {"open", "read", "write", "flush", "rename"})
       p.push_back(std::string("file.") + file);
-    for (const char* fs : {"create_directory", "free_space", "find", "delete", "move", "copy"})
+    for (const char* fs : {"create_directory", "free_space", "find", "delete", "move"})
       p.push_back(std::string("fs.") + fs);
     for (const char* key : {"open", "query", "close"}) p.push_back(std::string("registry.") + key);
     p.insert(p.end(), {"module.load", "module.proc", "alloc", "jpeg.encode", "jpeg.decode"});
