@@ -164,6 +164,36 @@ TEST(LeastSq, StatisticsOfANoisyLineFit) {
   EXPECT_EQ(ls.CheckParameterNumber(), 1);
 }
 
+// Five unknowns over nine rows: the variance of each observation is its
+// quadratic form a·C·aᵀ with the covariance, for rows in blocks of four
+// and the rest, and for columns in blocks of four and the rest.
+TEST(LeastSq, VarianceOfEveryObservationIsItsQuadraticForm) {
+  std::vector<double> truth;
+  const System s = Manufactured(9, 5, 31u, 0.1, &truth);
+  CLeastSq ls(s.m, s.n);
+  Fill(ls, s);
+  ASSERT_EQ(ls.Solve(), 1);
+  for (int k = 0; k < s.m; ++k) {
+    double q = 0.0;
+    for (int i = 0; i < s.n; ++i)
+      for (int j = 0; j < s.n; ++j)
+        q += s.a[size_t(k * s.n + i)] * ls.GetCovar(i, j) * s.a[size_t(k * s.n + j)];
+    EXPECT_NEAR(ls.GetVar(k), q, 1e-12 * (1 + std::fabs(q))) << "row " << k;
+    EXPECT_GT(ls.GetVar(k), 0.0);
+  }
+}
+
+TEST(LeastSq, CheckNoeqLooksAtEachDiagonalElementOnly) {
+  // Orthogonal columns: a diagonal normal matrix with zeros beside it.
+  CLeastSq ls(3, 3);
+  for (int k = 0; k < 3; ++k)
+    for (int j = 0; j <= 3; ++j) ls.SetObeq(j, j == k || j == 3 ? 1.0 : 0.0);
+  ASSERT_EQ(ls.Solve(), 1);
+  EXPECT_EQ(ls.CheckNoeq(), 1);
+  ls.SetNoeq(2, 2, 0.0);  // only the last diagonal element vanishes
+  EXPECT_EQ(ls.CheckNoeq(), 0);
+}
+
 TEST(LeastSq, SingularSystemsAreRefused) {
   // Two identical columns: N is exactly singular.
   for (const auto& solver : {kSolvers[0], kSolvers[1]}) {
