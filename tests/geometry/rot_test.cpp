@@ -10,7 +10,13 @@
 #include <random>
 #include <vector>
 
+#include "tests/support/matchers.h"
+
 namespace {
+
+using testing_support::IsNearRot;
+using testing_support::IsNearWPK;
+using testing_support::IsNearXYZ;
 
 const double kPi = 3.141592653589793;
 
@@ -37,7 +43,7 @@ double Det(const CRot& a) {
 void ExpectOrthonormal(const CRot& r) {
   CRot t = r;
   t.T();
-  EXPECT_LT(MaxDiff(r * t, CRot()), 1e-14);
+  EXPECT_THAT(r * t, IsNearRot(CRot(), 1e-14));
   EXPECT_NEAR(Det(r), 1.0, 1e-14);
 }
 
@@ -79,8 +85,8 @@ TEST(Rot, ThreeAxisSystemsAreTheProductsOfSingleAxisRotations) {
     const CRot W = Make(ROT_W, a.omega, 0, 0);
     const CRot P = Make(ROT_P, 0, a.phi, 0);
     const CRot K = Make(ROT_K, 0, 0, a.kappa);
-    ASSERT_LT(MaxDiff(Make(ROT_WPK, a.omega, a.phi, a.kappa), K * P * W), 1e-15);
-    ASSERT_LT(MaxDiff(Make(ROT_KPW, a.omega, a.phi, a.kappa), W * P * K), 1e-15);
+    ASSERT_THAT(Make(ROT_WPK, a.omega, a.phi, a.kappa), IsNearRot(K * P * W, 1e-15));
+    ASSERT_THAT(Make(ROT_KPW, a.omega, a.phi, a.kappa), IsNearRot(W * P * K, 1e-15));
   }
 }
 
@@ -98,9 +104,7 @@ TEST_P(RotRoundTrip, AnglesComeBackWithThemselvesAsReference) {
     CRot r = Make(sys, a.omega, a.phi, a.kappa);
     CWPK b(a);
     ASSERT_EQ(r.CalAngle(sys, b), 1);
-    EXPECT_NEAR(b.omega, a.omega, 1e-12);
-    EXPECT_NEAR(b.phi, a.phi, 1e-12);
-    EXPECT_NEAR(b.kappa, a.kappa, 1e-12);
+    EXPECT_THAT(b, IsNearWPK(a, 1e-12));
   }
 }
 
@@ -114,7 +118,7 @@ TEST_P(RotRoundTrip, AnyReferenceGivesAnglesOfTheSameMatrix) {
     CRot copy = r;
     ASSERT_EQ(copy.CalAngle(sys, b), 1);
     for (double v : {b.omega, b.phi, b.kappa}) ASSERT_LE(std::fabs(v), kPi);
-    EXPECT_LT(MaxDiff(Make(sys, b.omega, b.phi, b.kappa), r), 1e-12);
+    EXPECT_THAT(Make(sys, b.omega, b.phi, b.kappa), IsNearRot(r, 1e-12));
   }
 }
 
@@ -128,9 +132,7 @@ TEST_P(RotRoundTrip, ReferenceNearTheMirrorSolutionSelectsIt) {
   CRot r = Make(sys, a.omega, a.phi, a.kappa);
   CWPK b(mirror.omega + 0.01, mirror.phi - 0.01, mirror.kappa + 0.02);
   ASSERT_EQ(r.CalAngle(sys, b), 1);
-  EXPECT_NEAR(b.omega, mirror.omega, 1e-12);
-  EXPECT_NEAR(b.phi, mirror.phi, 1e-12);
-  EXPECT_NEAR(b.kappa, mirror.kappa, 1e-12);
+  EXPECT_THAT(b, IsNearWPK(mirror, 1e-12));
   CWPK zero;  // a zero reference picks the principal solution here
   ASSERT_EQ(r.CalAngle(sys, zero), 1);
   EXPECT_NEAR(zero.phi, a.phi, 1e-12);
@@ -146,7 +148,7 @@ TEST_P(RotRoundTrip, NearGimbalLockStillRebuildsTheMatrix) {
       CRot copy = r;
       ASSERT_EQ(copy.CalAngle(sys, b), 1);
       EXPECT_NEAR(b.phi, a.phi, 1e-6) << offset;
-      EXPECT_LT(MaxDiff(Make(sys, b.omega, b.phi, b.kappa), r), 1e-9) << offset;
+      EXPECT_THAT(Make(sys, b.omega, b.phi, b.kappa), IsNearRot(r, 1e-9)) << offset;
     }
   }
 }
@@ -182,7 +184,7 @@ TEST(Rot, GimbalLocked) {
     EXPECT_EQ(b.omega, 0.1) << c.name;
     EXPECT_NEAR(b.phi, c.phi, 1e-15) << c.name;
     EXPECT_NEAR(b.kappa, c.kappa, 1e-12) << c.name;
-    EXPECT_LT(MaxDiff(Make(c.sys, b.omega, b.phi, b.kappa), r), 1e-12) << c.name;
+    EXPECT_THAT(Make(c.sys, b.omega, b.phi, b.kappa), IsNearRot(r, 1e-12)) << c.name;
   }
 }
 
@@ -234,9 +236,7 @@ TEST(Rot, UnknownSystemIsRejectedAndChangesNothing) {
     CRot r = start;
     CWPK a(1, 2, 3);
     EXPECT_EQ(r.CalAngle(static_cast<ROT_SYSTEM>(bad), a), 0);
-    EXPECT_EQ(a.omega, 1);
-    EXPECT_EQ(a.phi, 2);
-    EXPECT_EQ(a.kappa, 3);
+    EXPECT_THAT(a, IsNearWPK(CWPK(1, 2, 3), 0.0));
     EXPECT_EQ(r.SetMatrix(static_cast<ROT_SYSTEM>(bad), a), 0);
     EXPECT_EQ(r.AddMatrix(static_cast<ROT_SYSTEM>(bad), a), 0);
     EXPECT_EQ(MaxDiff(r, start), 0.0);
@@ -250,8 +250,8 @@ TEST(Rot, DegreeMatrixIsKPWAndItsInverseUndoesIt) {
   ASSERT_EQ(inv.SetDIMatInv(d), 1);
   EXPECT_LT(MaxDiff(r, Make(ROT_KPW, 12.5 * kPi / 180, -33.25 * kPi / 180, 101.0 * kPi / 180)),
             1e-15);
-  EXPECT_LT(MaxDiff(inv * r, CRot()), 1e-15);
-  EXPECT_LT(MaxDiff(r * inv, CRot()), 1e-15);
+  EXPECT_THAT(inv * r, IsNearRot(CRot(), 1e-15));
+  EXPECT_THAT(r * inv, IsNearRot(CRot(), 1e-15));
 
   double quarter[3] = {0, 0, 90};
   r.SetDIMat(quarter);
@@ -268,12 +268,12 @@ TEST(Rot, AddMatrixPreMultipliesWhileTimesEqualsPostMultiplies) {
   ASSERT_EQ(pre.AddMatrix(ROT_W, CWPK(0.7, 5, 5)), 1);
   CRot post = M;
   post *= W;
-  EXPECT_LT(MaxDiff(pre, W * M), 1e-15);
-  EXPECT_LT(MaxDiff(post, M * W), 1e-15);
+  EXPECT_THAT(pre, IsNearRot(W * M, 1e-15));
+  EXPECT_THAT(post, IsNearRot(M * W, 1e-15));
   EXPECT_GT(MaxDiff(pre, post), 0.01);  // the two orders really differ here
   CRot viaRot = M;
   viaRot.AddMatrix(W);
-  EXPECT_LT(MaxDiff(viaRot, pre), 1e-15);
+  EXPECT_THAT(viaRot, IsNearRot(pre, 1e-15));
 }
 
 TEST(Rot, TransposeIsTheInverse) {
@@ -283,10 +283,7 @@ TEST(Rot, TransposeIsTheInverse) {
   EXPECT_EQ(t.m[0][1], r.m[1][0]);
   EXPECT_EQ(t.m[2][0], r.m[0][2]);
   const CXYZ p(L"P", 1.5, -2, 0.25);
-  const CXYZ back = t * (r * p);
-  EXPECT_NEAR(back.X, 1.5, 1e-14);
-  EXPECT_NEAR(back.Y, -2, 1e-14);
-  EXPECT_NEAR(back.Z, 0.25, 1e-14);
+  EXPECT_THAT(t * (r * p), IsNearXYZ(1.5, -2, 0.25, 1e-14));
 }
 
 TEST(Rot, RotatingAPointKeepsItsFieldsAndWorksInPlace) {
@@ -299,12 +296,9 @@ TEST(Rot, RotatingAPointKeepsItsFieldsAndWorksInPlace) {
   EXPECT_EQ(out.Name, L"P7");
   EXPECT_EQ(out.Code, L"TGT");
   EXPECT_EQ(out.Num, 3);
-  EXPECT_NEAR(out.X, 0, 1e-15);
-  EXPECT_NEAR(out.Y, 2, 1e-15);
-  EXPECT_EQ(out.Z, 5);
+  EXPECT_THAT(out, IsNearXYZ(0, 2, 5, 1e-15));
   r.Rotate(p, p);  // in and out the same object
-  EXPECT_NEAR(p.X, 0, 1e-15);
-  EXPECT_NEAR(p.Y, 2, 1e-15);
+  EXPECT_THAT(p, IsNearXYZ(0, 2, 5, 1e-15));
   const CXYZ q = r * CXYZ(L"Q", 0, 1, 0);
   EXPECT_EQ(q.Name, L"Q");
   EXPECT_NEAR(q.X, -1, 1e-15);

@@ -1,13 +1,16 @@
 // CXYZ: arithmetic, the deliberate quirks of the quotient operators, copying
-// of the carried fields, and allocation through the shared heap.
+// of the carried fields.
 #include "geometry/xyz.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
+
+#include "tests/support/matchers.h"
 
 namespace {
+
+using testing_support::IsNearXYZ;
 
 CXYZ Tagged(const wchar_t* name, double x, double y, double z) {
   CXYZ p(name, x, y, z);
@@ -18,36 +21,16 @@ CXYZ Tagged(const wchar_t* name, double x, double y, double z) {
   return p;
 }
 
-void ExpectXYZ(const CXYZ& p, double x, double y, double z) {
-  EXPECT_DOUBLE_EQ(p.X, x);
-  EXPECT_DOUBLE_EQ(p.Y, y);
-  EXPECT_DOUBLE_EQ(p.Z, z);
-}
-
-TEST(XYZ, DefaultAndNamedConstructionStartFromZero) {
-  CXYZ p;
-  EXPECT_TRUE(p.Name.IsEmpty());
-  EXPECT_TRUE(p.Code.IsEmpty());
-  ExpectXYZ(p, 0, 0, 0);
-  EXPECT_EQ(p.Aux1, 0.0);
-  EXPECT_EQ(p.Aux2, 0.0);
-  EXPECT_EQ(p.Num, 0);
-
-  CXYZ q(L"BM-17 long name with blanks, commas and more than thirty-two characters", 1, 2, 3);
-  EXPECT_EQ(q.Name, L"BM-17 long name with blanks, commas and more than thirty-two characters");
-  ExpectXYZ(q, 1, 2, 3);
-}
-
 TEST(XYZ, InitClearsEverythingAndSetXYZTouchesOnlyCoordinates) {
   CXYZ p = Tagged(L"A", 1, 2, 3);
   p.SetXYZ(4, 5, 6);
   EXPECT_EQ(p.Name, L"A");
   EXPECT_EQ(p.Num, 42);
-  ExpectXYZ(p, 4, 5, 6);
+  EXPECT_THAT(p, IsNearXYZ(4, 5, 6, 1e-15));
   p.Init();
   EXPECT_TRUE(p.Name.IsEmpty());
   EXPECT_TRUE(p.Code.IsEmpty());
-  ExpectXYZ(p, 0, 0, 0);
+  EXPECT_THAT(p, IsNearXYZ(0, 0, 0, 1e-15));
   EXPECT_EQ(p.Aux1, 0.0);
   EXPECT_EQ(p.Num, 0);
 }
@@ -63,43 +46,43 @@ TEST(XYZ, CopyAndAssignmentCarryEveryField) {
     EXPECT_EQ(p->Aux1, 1.25);
     EXPECT_EQ(p->Aux2, -7.5);
     EXPECT_EQ(p->Num, 42);
-    ExpectXYZ(*p, 1, 2, 3);
+    EXPECT_THAT(*p, IsNearXYZ(1, 2, 3, 1e-15));
   }
   CXYZ& self = c;
   c = self;
   EXPECT_EQ(c.Name, L"A");
-  ExpectXYZ(c, 1, 2, 3);
+  EXPECT_THAT(c, IsNearXYZ(1, 2, 3, 1e-15));
 }
 
 TEST(XYZ, QuotientByPointLosesTheNameAndZeroesZeroDivisorComponents) {
   const CXYZ p = Tagged(L"P", 1, 2, 3);
   const CXYZ q = p / CXYZ(2, 0, 4);
-  ExpectXYZ(q, 0.5, 0, 0.75);
+  EXPECT_THAT(q, IsNearXYZ(0.5, 0, 0.75, 1e-15));
   EXPECT_TRUE(q.Name.IsEmpty());
   EXPECT_TRUE(q.Code.IsEmpty());
   EXPECT_EQ(q.Num, 0);
 
   CXYZ r = p;
   r /= CXYZ(2, 0, 4);
-  ExpectXYZ(r, 0.5, 2, 0.75);
+  EXPECT_THAT(r, IsNearXYZ(0.5, 2, 0.75, 1e-15));
   EXPECT_EQ(r.Name, L"P");
 }
 
 TEST(XYZ, QuotientByScalarZeroGivesZeroesOrLeavesThePoint) {
   const CXYZ p = Tagged(L"P", 1, 2, 3);
   const CXYZ zero = p / 0.0;
-  ExpectXYZ(zero, 0, 0, 0);
+  EXPECT_THAT(zero, IsNearXYZ(0, 0, 0, 1e-15));
   EXPECT_TRUE(zero.Name.IsEmpty());
 
   const CXYZ quarter = p / 4.0;
-  ExpectXYZ(quarter, 0.25, 0.5, 0.75);
+  EXPECT_THAT(quarter, IsNearXYZ(0.25, 0.5, 0.75, 1e-15));
   EXPECT_TRUE(quarter.Name.IsEmpty());
 
   CXYZ r = p;
   r /= 0.0;
-  ExpectXYZ(r, 1, 2, 3);
+  EXPECT_THAT(r, IsNearXYZ(1, 2, 3, 1e-15));
   r /= 2.0;
-  ExpectXYZ(r, 0.5, 1, 1.5);
+  EXPECT_THAT(r, IsNearXYZ(0.5, 1, 1.5, 1e-15));
   EXPECT_EQ(r.Name, L"P");
 }
 
@@ -113,12 +96,12 @@ TEST(XYZ, OtherOperatorsKeepTextsAndExtras) {
     EXPECT_EQ(r.Num, 42);
     EXPECT_EQ(r.Aux2, -7.5);
   }
-  ExpectXYZ(results[0], 1, -2, 3);
-  ExpectXYZ(results[1], -1, 2, -3);
-  ExpectXYZ(results[2], 1.5, 2, 1);
-  ExpectXYZ(results[3], 0.5, -6, 5);
-  ExpectXYZ(results[4], 0.5, -8, -6);
-  ExpectXYZ(results[5], 2, -4, 6);
+  EXPECT_THAT(results[0], IsNearXYZ(1, -2, 3, 1e-15));
+  EXPECT_THAT(results[1], IsNearXYZ(-1, 2, -3, 1e-15));
+  EXPECT_THAT(results[2], IsNearXYZ(1.5, 2, 1, 1e-15));
+  EXPECT_THAT(results[3], IsNearXYZ(0.5, -6, 5, 1e-15));
+  EXPECT_THAT(results[4], IsNearXYZ(0.5, -8, -6, 1e-15));
+  EXPECT_THAT(results[5], IsNearXYZ(2, -4, 6, 1e-15));
 }
 
 TEST(XYZ, InPlaceOperatorsMatchTheirCopyingForms) {
@@ -129,10 +112,10 @@ TEST(XYZ, InPlaceOperatorsMatchTheirCopyingForms) {
   b -= o;
   c *= o;
   d *= -3.0;
-  ExpectXYZ(a, 1, 0.75, 7.25);
-  ExpectXYZ(b, 2, -5.25, 6.75);
-  ExpectXYZ(c, -0.75, -6.75, 1.75);
-  ExpectXYZ(d, -4.5, 6.75, -21);
+  EXPECT_THAT(a, IsNearXYZ(1, 0.75, 7.25, 1e-15));
+  EXPECT_THAT(b, IsNearXYZ(2, -5.25, 6.75, 1e-15));
+  EXPECT_THAT(c, IsNearXYZ(-0.75, -6.75, 1.75, 1e-15));
+  EXPECT_THAT(d, IsNearXYZ(-4.5, 6.75, -21, 1e-15));
 }
 
 TEST(XYZ, DotProductSumsZFirst) {
@@ -147,7 +130,7 @@ TEST(XYZ, DotProductSumsZFirst) {
 TEST(XYZ, CrossProductIsRightHandedAndOrthogonal) {
   CXYZ ex(L"x", 1, 0, 0), ey(0, 1, 0);
   const CXYZ ez = ex.Out(ey);
-  ExpectXYZ(ez, 0, 0, 1);
+  EXPECT_THAT(ez, IsNearXYZ(0, 0, 1, 1e-15));
   EXPECT_TRUE(ez.Name.IsEmpty());
 
   CXYZ a(0.3, -1.7, 2.9), b(-4.1, 0.6, 1.3);
@@ -155,7 +138,7 @@ TEST(XYZ, CrossProductIsRightHandedAndOrthogonal) {
   EXPECT_NEAR(c.Inn(a), 0, 1e-12);
   EXPECT_NEAR(c.Inn(b), 0, 1e-12);
   const CXYZ d = b.Out(a);
-  ExpectXYZ(d, -c.X, -c.Y, -c.Z);
+  EXPECT_THAT(d, IsNearXYZ(-c.X, -c.Y, -c.Z, 1e-15));
   // |a x b|^2 + (a.b)^2 = |a|^2 |b|^2 (Lagrange's identity).
   EXPECT_NEAR(
       c.Len() * c.Len() + a.Inn(b) * a.Inn(b), a.Len() * a.Len() * b.Len() * b.Len(), 1e-10);
@@ -169,23 +152,6 @@ TEST(XYZ, LengthsAndInclusiveTolerance) {
   EXPECT_EQ(a.EQ(b, 5.0), 1);  // distance exactly equal to the tolerance
   EXPECT_EQ(a.EQ(b, std::nextafter(5.0, 0.0)), 0);
   EXPECT_EQ(a.EQ(a, 0.0), 1);
-}
-
-TEST(XYZ, ObjectsComeFromTheSharedHeap) {
-  const long before = platform::LiveHeapBlocks();
-  auto* one = new CXYZ(L"heap", 1, 2, 3);
-  auto* many = new CXYZ[4];
-  EXPECT_EQ(platform::LiveHeapBlocks(), before + 2);
-  EXPECT_EQ(one->Name, L"heap");
-  delete one;
-  delete[] many;
-  EXPECT_EQ(platform::LiveHeapBlocks(), before);
-
-  alignas(CXYZ) unsigned char storage[sizeof(CXYZ)];
-  CXYZ* placed = new (storage) CXYZ(4, 5, 6);
-  EXPECT_EQ(static_cast<void*>(placed), static_cast<void*>(storage));
-  EXPECT_EQ(platform::LiveHeapBlocks(), before);
-  placed->~CXYZ();
 }
 
 }  // namespace
