@@ -285,6 +285,18 @@ TEST(DibExColour, ReverseAndDensity) {
   EXPECT_EQ(TableOf(palette)[200].rgbBlue, 100);
   ASSERT_TRUE(palette.Reverse());
   EXPECT_EQ(TableOf(palette)[200].rgbGreen, 55);
+  // A packed picture with a short table right before its pixels: the maps
+  // stop at the table's last entry, the pixels stay.
+  uint32_t packed[10 + 3 + 1] = {};
+  const BITMAPINFOHEADER info{40, 4, 1, 1, 8, BI_RGB, 4, 0, 0, 3, 3};
+  std::memcpy(packed, &info, sizeof info);
+  std::memset(packed + 13, 7, 4);
+  CDibEx three;
+  ASSERT_TRUE(three.AttachMemory(packed));
+  ASSERT_TRUE(three.Reverse());
+  ASSERT_TRUE(three.ChangeDensity(zero, zero, zero));
+  EXPECT_EQ(TableOf(three)[2].rgbGreen, 0);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(three.m_imageBits[i], 7) << i;
   CDibEx sixteen;
   sixteen.Create(CSize(2, 2), 16, 0, FALSE, 0);
   EXPECT_FALSE(sixteen.ChangeDensity(zero, zero, zero));
