@@ -8,22 +8,15 @@
 #include <cmath>
 
 #include "tests/geometry/decimal_comma_locale.h"
+#include "tests/support/matchers.h"
 #include "tests/support/test_support.h"
 
 namespace {
 
-const double kPi = 3.141592653589793;
-const double kRad = 180.0 / kPi;
+using testing_support::IsNearXYZ;
 
 SYSTEMTIME Time(WORD year, WORD month, WORD day, WORD hour, WORD minute, WORD second = 0) {
-  SYSTEMTIME t{};
-  t.wYear = year;
-  t.wMonth = month;
-  t.wDay = day;
-  t.wHour = hour;
-  t.wMinute = minute;
-  t.wSecond = second;
-  return t;
+  return SYSTEMTIME{year, month, 0, day, hour, minute, second, 0};
 }
 
 struct HVCase {
@@ -34,7 +27,7 @@ struct HVCase {
 TEST(CalcXYZHV, HorizontalAndZenithAnglesHandWorked) {
   const double level = 90.0;
   const HVCase cases[] = {
-      {1, 1, 1, 45, 90 - std::atan(1 / std::sqrt(2.0)) * kRad},  // ~54.7356
+      {1, 1, 1, 45, 54.735610317245346},  // 90 - atan(1 / sqrt 2)
       {1, 0, 0, 0, level},
       {0, 1, 0, 90, level},
       {-1, 0, 0, 180, level},
@@ -51,9 +44,6 @@ TEST(CalcXYZHV, HorizontalAndZenithAnglesHandWorked) {
     EXPECT_NEAR(h, c.h, 1e-12) << c.x << "," << c.y;
     EXPECT_NEAR(v, c.v, 1e-12) << c.x << "," << c.y;
   }
-  double v = 0, h = 0;
-  CCalcXYZHV::XYZToHV(station, CXYZ(1, 1, 1), 0.0, v, h);
-  EXPECT_NEAR(v, 54.7356, 1e-4);
 }
 
 TEST(CalcXYZHV, HeightIsTheInstrumentHeightAboveTheStation) {
@@ -63,7 +53,7 @@ TEST(CalcXYZHV, HeightIsTheInstrumentHeightAboveTheStation) {
   double v = 0, h = 0;
   ASSERT_EQ(CCalcXYZHV::XYZToHV(station, target, 1.5, v, h), 1);
   EXPECT_NEAR(v, 90, 1e-12);
-  EXPECT_NEAR(h, std::atan2(40.0, 30.0) * kRad, 1e-12);
+  EXPECT_NEAR(h, 53.13010235415598, 1e-12);                            // atan2(40, 30)
   ASSERT_EQ(CCalcXYZHV::XYZToHV(station, target, 1.5 - 50, v, h), 1);  // 50 m up at 50 m: 45 deg
   EXPECT_NEAR(v, 45, 1e-12);
 }
@@ -169,14 +159,10 @@ TEST(CalcXYZHV, WrapShortcutAgreesWithTurnByTurn) {
 TEST(CalcXYZHV, SurveyAndMathAxesSwapAndScale) {
   CXYZ p(L"P", 12.345, -6.789, 101.5);
   CCalcXYZHV::CnvSokuToMath(p);
-  EXPECT_DOUBLE_EQ(p.X, -6789);
-  EXPECT_DOUBLE_EQ(p.Y, 12345);
-  EXPECT_DOUBLE_EQ(p.Z, 101500);
+  EXPECT_THAT(p, IsNearXYZ(-6789, 12345, 101500, 1e-9));
   EXPECT_EQ(p.Name, L"P");
   CCalcXYZHV::CnvMathToSoku(p);
-  EXPECT_NEAR(p.X, 12.345, 1e-12);
-  EXPECT_NEAR(p.Y, -6.789, 1e-12);
-  EXPECT_NEAR(p.Z, 101.5, 1e-12);
+  EXPECT_THAT(p, IsNearXYZ(12.345, -6.789, 101.5, 1e-12));
 }
 
 TEST(CalcXYZHV, TakenTimeUsesHoursAndMinutesOnly) {

@@ -19,48 +19,38 @@ double Normalized(double x) {
   return x;
 }
 
-TEST(WPK, NormalizeAngleHandWorkedValues) {
-  EXPECT_DOUBLE_EQ(Normalized(3 * kPi / 2), -kPi / 2);
-  EXPECT_DOUBLE_EQ(Normalized(-3 * kPi / 2), kPi / 2);
-  EXPECT_EQ(Normalized(kPi), kPi);  // a tie keeps the input's sign
-  EXPECT_EQ(Normalized(-kPi), -kPi);
-  EXPECT_EQ(Normalized(0.0), 0.0);
-  EXPECT_DOUBLE_EQ(Normalized(7.0), 7.0 - 2 * kPi);
-  EXPECT_DOUBLE_EQ(Normalized(-20.0), -20.0 + 6 * kPi);
-}
-
-TEST(WPK, NormalizeAngleKeepsTheDirectionOverAGrid) {
-  std::mt19937 rng(20240503);
+TEST(WPK, NormalizeAngle) {
+  const struct {
+    double in, out;
+  } cases[] = {{3 * kPi / 2, -kPi / 2},
+               {-3 * kPi / 2, kPi / 2},
+               {kPi, kPi},
+               {-kPi, -kPi},
+               {0.0, 0.0},
+               {7.0, 7.0 - 2 * kPi},
+               {-20.0, -20.0 + 6 * kPi}};
+  for (const auto& c : cases) EXPECT_NEAR(Normalized(c.in), c.out, 1e-15) << c.in;
+  std::mt19937 rng(20240503);  // the direction is kept, and a second pass changes nothing
   std::uniform_real_distribution<double> any(-50.0, 50.0);
   for (int i = 0; i < 2000; ++i) {
-    const double x = any(rng);
-    const double n = Normalized(x);
+    const double x = any(rng), n = Normalized(x);
     ASSERT_LE(std::fabs(n), kPi) << x;
     EXPECT_NEAR(std::sin(n), std::sin(x), 1e-12) << x;
     EXPECT_NEAR(std::cos(n), std::cos(x), 1e-12) << x;
-    EXPECT_EQ(Normalized(n), n) << x;  // idempotent
+    EXPECT_EQ(Normalized(n), n) << x;
   }
 }
 
 TEST(WPK, SubtractAngleWrapsOnlyLargePositiveDifferences) {
-  // 6.2 normalises to 6.2 - 2*PI = -0.0831853...; 0.1 minus that is small.
-  EXPECT_NEAR(CWPK::SubtractAngle(0.1, 6.2), 0.1 - (6.2 - 2 * kPi), 1e-15);
+  // 6.2 normalises to 6.2 - 2·PI = -0.0831853...; 0.1 minus that is small.
   EXPECT_NEAR(CWPK::SubtractAngle(0.1, 6.2), 0.18318530717958623, 1e-15);
-  // a large positive difference d becomes 2*PI - d, still positive
-  EXPECT_NEAR(CWPK::SubtractAngle(3, -3), 2 * kPi - 6, 1e-15);
-  // a large negative difference is never replaced
-  EXPECT_DOUBLE_EQ(CWPK::SubtractAngle(-3, 3), -6);
+  EXPECT_NEAR(CWPK::SubtractAngle(3, -3), 2 * kPi - 6, 1e-15);  // 6 becomes 2·PI - 6
+  EXPECT_DOUBLE_EQ(CWPK::SubtractAngle(-3, 3), -6);             // never for negatives
   EXPECT_DOUBLE_EQ(CWPK::SubtractAngle(0.5, 0.2), 0.3);
   EXPECT_DOUBLE_EQ(CWPK::SubtractAngle(0.2, 0.5), -0.3);
-}
-
-TEST(WPK, SubtractIsTheArgumentMinusThis) {
-  CWPK a(0.1, 3, -0.5);
-  CWPK b(0.4, -3, 0.25);
-  // phi: -3 - 3 is negative, kept
+  CWPK a(0.1, 3, -0.5), b(0.4, -3, 0.25);  // Subtract is the argument minus this
   EXPECT_THAT(a.Subtract(b), IsNearWPK(CWPK(0.3, -6, 0.75), 1e-15));
-  const CWPK e = b.Subtract(a);
-  EXPECT_NEAR(e.phi, 2 * kPi - 6, 1e-15);  // 3 - (-3): wrapped
+  EXPECT_THAT(b.Subtract(a), IsNearWPK(CWPK(-0.3, 2 * kPi - 6, -0.75), 1e-15));
 }
 
 TEST(WPK, SumAndDifferenceAreNormalisedNegationIsNot) {
@@ -74,6 +64,10 @@ TEST(WPK, SumAndDifferenceAreNormalisedNegationIsNot) {
   EXPECT_THAT(a, IsNearWPK(CWPK(w, 1, 2), 1e-15));
   a -= CWPK(0, 5, 0);
   EXPECT_THAT(a, IsNearWPK(CWPK(w, -4 + 2 * kPi, 2), 1e-15));
+  a.SetWPK(1, 2, 3);
+  EXPECT_THAT(a, IsNearWPK(CWPK(1, 2, 3), 0.0));
+  a.Init();
+  EXPECT_THAT(a, IsNearWPK(CWPK(0, 0, 0), 0.0));
 }
 
 }  // namespace

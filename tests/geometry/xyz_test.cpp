@@ -1,5 +1,5 @@
-// CXYZ: arithmetic, the deliberate quirks of the quotient operators, copying
-// of the carried fields.
+// CXYZ: arithmetic worked by hand, which operators keep the carried fields,
+// the quirks of the quotients, and the order of the dot product's sum.
 #include "geometry/xyz.h"
 
 #include <gtest/gtest.h>
@@ -12,8 +12,8 @@ namespace {
 
 using testing_support::IsNearXYZ;
 
-CXYZ Tagged(const wchar_t* name, double x, double y, double z) {
-  CXYZ p(name, x, y, z);
+CXYZ Tagged(double x, double y, double z) {
+  CXYZ p(L"P", x, y, z);
   p.Code = L"TGT";
   p.Aux1 = 1.25;
   p.Aux2 = -7.5;
@@ -21,134 +21,92 @@ CXYZ Tagged(const wchar_t* name, double x, double y, double z) {
   return p;
 }
 
-TEST(XYZ, InitClearsEverythingAndSetXYZTouchesOnlyCoordinates) {
-  CXYZ p = Tagged(L"A", 1, 2, 3);
+bool KeepsFields(const CXYZ& r) {
+  return r.Name == L"P" && r.Code == L"TGT" && r.Aux1 == 1.25 && r.Aux2 == -7.5 && r.Num == 42;
+}
+
+TEST(XYZ, CopiesInitAndSetXYZ) {
+  CXYZ p = Tagged(1, 2, 3), q;
+  q = p;
+  EXPECT_TRUE(KeepsFields(q));
+  EXPECT_TRUE(KeepsFields(CXYZ(p)));
+  q = q;  // self-assignment keeps everything
+  EXPECT_TRUE(KeepsFields(q));
   p.SetXYZ(4, 5, 6);
-  EXPECT_EQ(p.Name, L"A");
-  EXPECT_EQ(p.Num, 42);
-  EXPECT_THAT(p, IsNearXYZ(4, 5, 6, 1e-15));
+  EXPECT_TRUE(KeepsFields(p));
+  EXPECT_THAT(p, IsNearXYZ(4, 5, 6, 0.0));
   p.Init();
-  EXPECT_TRUE(p.Name.IsEmpty());
-  EXPECT_TRUE(p.Code.IsEmpty());
-  EXPECT_THAT(p, IsNearXYZ(0, 0, 0, 1e-15));
-  EXPECT_EQ(p.Aux1, 0.0);
-  EXPECT_EQ(p.Num, 0);
+  EXPECT_TRUE(p.Name.IsEmpty() && p.Code.IsEmpty() && p.Aux1 == 0 && p.Aux2 == 0 && p.Num == 0);
+  EXPECT_THAT(p, IsNearXYZ(0, 0, 0, 0.0));
 }
 
-TEST(XYZ, CopyAndAssignmentCarryEveryField) {
-  const CXYZ a = Tagged(L"A", 1, 2, 3);
-  CXYZ b(a);
-  CXYZ c;
-  c = a;
-  for (const CXYZ* p : {&b, &c}) {
-    EXPECT_EQ(p->Name, L"A");
-    EXPECT_EQ(p->Code, L"TGT");
-    EXPECT_EQ(p->Aux1, 1.25);
-    EXPECT_EQ(p->Aux2, -7.5);
-    EXPECT_EQ(p->Num, 42);
-    EXPECT_THAT(*p, IsNearXYZ(1, 2, 3, 1e-15));
+TEST(XYZ, OperatorsOtherThanQuotientsKeepTheFields) {
+  const CXYZ p = Tagged(1.5, -2.25, 7), o(-0.5, 3, 0.25);
+  const struct {
+    CXYZ r;
+    double x, y, z;
+  } cases[] = {{+p, 1.5, -2.25, 7},
+               {-p, -1.5, 2.25, -7},
+               {p + o, 1, 0.75, 7.25},
+               {p - o, 2, -5.25, 6.75},
+               {p * o, -0.75, -6.75, 1.75},
+               {p * -3.0, -4.5, 6.75, -21}};
+  for (const auto& c : cases) {
+    EXPECT_TRUE(KeepsFields(c.r));
+    EXPECT_THAT(c.r, IsNearXYZ(c.x, c.y, c.z, 0.0));
   }
-  CXYZ& self = c;
-  c = self;
-  EXPECT_EQ(c.Name, L"A");
-  EXPECT_THAT(c, IsNearXYZ(1, 2, 3, 1e-15));
-}
-
-TEST(XYZ, QuotientByPointLosesTheNameAndZeroesZeroDivisorComponents) {
-  const CXYZ p = Tagged(L"P", 1, 2, 3);
-  const CXYZ q = p / CXYZ(2, 0, 4);
-  EXPECT_THAT(q, IsNearXYZ(0.5, 0, 0.75, 1e-15));
-  EXPECT_TRUE(q.Name.IsEmpty());
-  EXPECT_TRUE(q.Code.IsEmpty());
-  EXPECT_EQ(q.Num, 0);
-
-  CXYZ r = p;
-  r /= CXYZ(2, 0, 4);
-  EXPECT_THAT(r, IsNearXYZ(0.5, 2, 0.75, 1e-15));
-  EXPECT_EQ(r.Name, L"P");
-}
-
-TEST(XYZ, QuotientByScalarZeroGivesZeroesOrLeavesThePoint) {
-  const CXYZ p = Tagged(L"P", 1, 2, 3);
-  const CXYZ zero = p / 0.0;
-  EXPECT_THAT(zero, IsNearXYZ(0, 0, 0, 1e-15));
-  EXPECT_TRUE(zero.Name.IsEmpty());
-
-  const CXYZ quarter = p / 4.0;
-  EXPECT_THAT(quarter, IsNearXYZ(0.25, 0.5, 0.75, 1e-15));
-  EXPECT_TRUE(quarter.Name.IsEmpty());
-
-  CXYZ r = p;
-  r /= 0.0;
-  EXPECT_THAT(r, IsNearXYZ(1, 2, 3, 1e-15));
-  r /= 2.0;
-  EXPECT_THAT(r, IsNearXYZ(0.5, 1, 1.5, 1e-15));
-  EXPECT_EQ(r.Name, L"P");
-}
-
-TEST(XYZ, OtherOperatorsKeepTextsAndExtras) {
-  const CXYZ p = Tagged(L"P", 1, -2, 3);
-  const CXYZ o(0.5, 4, -2);
-  const CXYZ results[] = {+p, -p, p + o, p - o, p * o, p * 2.0};
-  for (const CXYZ& r : results) {
-    EXPECT_EQ(r.Name, L"P");
-    EXPECT_EQ(r.Code, L"TGT");
-    EXPECT_EQ(r.Num, 42);
-    EXPECT_EQ(r.Aux2, -7.5);
-  }
-  EXPECT_THAT(results[0], IsNearXYZ(1, -2, 3, 1e-15));
-  EXPECT_THAT(results[1], IsNearXYZ(-1, 2, -3, 1e-15));
-  EXPECT_THAT(results[2], IsNearXYZ(1.5, 2, 1, 1e-15));
-  EXPECT_THAT(results[3], IsNearXYZ(0.5, -6, 5, 1e-15));
-  EXPECT_THAT(results[4], IsNearXYZ(0.5, -8, -6, 1e-15));
-  EXPECT_THAT(results[5], IsNearXYZ(2, -4, 6, 1e-15));
-}
-
-TEST(XYZ, InPlaceOperatorsMatchTheirCopyingForms) {
-  const CXYZ p(1.5, -2.25, 7);
-  const CXYZ o(-0.5, 3, 0.25);
-  CXYZ a = p, b = p, c = p, d = p;
+  CXYZ a = p, b = p, c = p, d = p;  // the in-place forms agree
   a += o;
   b -= o;
   c *= o;
   d *= -3.0;
-  EXPECT_THAT(a, IsNearXYZ(1, 0.75, 7.25, 1e-15));
-  EXPECT_THAT(b, IsNearXYZ(2, -5.25, 6.75, 1e-15));
-  EXPECT_THAT(c, IsNearXYZ(-0.75, -6.75, 1.75, 1e-15));
-  EXPECT_THAT(d, IsNearXYZ(-4.5, 6.75, -21, 1e-15));
+  EXPECT_THAT(a, IsNearXYZ(1, 0.75, 7.25, 0.0));
+  EXPECT_THAT(b, IsNearXYZ(2, -5.25, 6.75, 0.0));
+  EXPECT_THAT(c, IsNearXYZ(-0.75, -6.75, 1.75, 0.0));
+  EXPECT_THAT(d, IsNearXYZ(-4.5, 6.75, -21, 0.0));
+  EXPECT_TRUE(KeepsFields(d));
+}
+
+TEST(XYZ, QuotientsDropTheFieldsAndSurviveZeroDivisors) {
+  const CXYZ p = Tagged(1, 2, 3);
+  const CXYZ q = p / CXYZ(2, 0, 4);
+  EXPECT_THAT(q, IsNearXYZ(0.5, 0, 0.75, 0.0));  // zero divisor: zero
+  EXPECT_TRUE(q.Name.IsEmpty() && q.Code.IsEmpty() && q.Num == 0);
+  EXPECT_THAT(p / 0.0, IsNearXYZ(0, 0, 0, 0.0));
+  EXPECT_THAT(p / 4.0, IsNearXYZ(0.25, 0.5, 0.75, 0.0));
+  EXPECT_TRUE((p / 4.0).Name.IsEmpty());
+  CXYZ r = p;
+  r /= CXYZ(2, 0, 4);
+  EXPECT_THAT(r, IsNearXYZ(0.5, 2, 0.75, 0.0));  // in place: left as it was
+  r /= 0.0;
+  EXPECT_THAT(r, IsNearXYZ(0.5, 2, 0.75, 0.0));
+  r /= 2.0;
+  EXPECT_THAT(r, IsNearXYZ(0.25, 1, 0.375, 0.0));
+  EXPECT_TRUE(KeepsFields(r));
 }
 
 TEST(XYZ, DotProductSumsZFirst) {
-  // With Z first: -1e16 + 1e16 = 0, then + 1 = 1. Summing X first would
-  // lose the 1 against 1e16 and give 0.
-  const CXYZ a(1, 1e16, -1e16);
-  const CXYZ b(1, 1, 1);
-  EXPECT_EQ(a.Inn(b), 1.0);
-  EXPECT_DOUBLE_EQ(CXYZ(1, 2, 3).Inn(CXYZ(4, -5, 6)), 4 - 10 + 18);
+  // With Z first: -1e16 + 1e16 = 0, then + 1 = 1; X first would lose the 1.
+  EXPECT_EQ(CXYZ(1, 1e16, -1e16).Inn(CXYZ(1, 1, 1)), 1.0);
+  EXPECT_EQ(CXYZ(1, 2, 3).Inn(CXYZ(4, -5, 6)), 12.0);
 }
 
 TEST(XYZ, CrossProductIsRightHandedAndOrthogonal) {
   CXYZ ex(L"x", 1, 0, 0), ey(0, 1, 0);
   const CXYZ ez = ex.Out(ey);
-  EXPECT_THAT(ez, IsNearXYZ(0, 0, 1, 1e-15));
+  EXPECT_THAT(ez, IsNearXYZ(0, 0, 1, 0.0));
   EXPECT_TRUE(ez.Name.IsEmpty());
-
   CXYZ a(0.3, -1.7, 2.9), b(-4.1, 0.6, 1.3);
-  const CXYZ c = a.Out(b);
-  EXPECT_NEAR(c.Inn(a), 0, 1e-12);
-  EXPECT_NEAR(c.Inn(b), 0, 1e-12);
-  const CXYZ d = b.Out(a);
-  EXPECT_THAT(d, IsNearXYZ(-c.X, -c.Y, -c.Z, 1e-15));
-  // |a x b|^2 + (a.b)^2 = |a|^2 |b|^2 (Lagrange's identity).
-  EXPECT_NEAR(
-      c.Len() * c.Len() + a.Inn(b) * a.Inn(b), a.Len() * a.Len() * b.Len() * b.Len(), 1e-10);
+  // hand-worked: (-1.7·1.3 - 2.9·0.6, 2.9·-4.1 - 0.3·1.3, 0.3·0.6 - -1.7·-4.1)
+  EXPECT_THAT(a.Out(b), IsNearXYZ(-3.95, -12.28, -6.79, 1e-14));
+  EXPECT_THAT(b.Out(a), IsNearXYZ(3.95, 12.28, 6.79, 1e-14));
 }
 
 TEST(XYZ, LengthsAndInclusiveTolerance) {
   const CXYZ a(1, 2, 2), b(4, 6, 2);
-  EXPECT_DOUBLE_EQ(a.Len(), 3);
-  EXPECT_DOUBLE_EQ(a.Len(b), 5);
-  EXPECT_DOUBLE_EQ(b.Len(a), 5);
+  EXPECT_EQ(a.Len(), 3);
+  EXPECT_EQ(a.Len(b), 5);
+  EXPECT_EQ(b.Len(a), 5);
   EXPECT_EQ(a.EQ(b, 5.0), 1);  // distance exactly equal to the tolerance
   EXPECT_EQ(a.EQ(b, std::nextafter(5.0, 0.0)), 0);
   EXPECT_EQ(a.EQ(a, 0.0), 1);
