@@ -51,11 +51,10 @@ TEST(Hough, PeakOfOneLineIsAtItsNormalForm) {
   double rho = 0, theta = 0;
   int votes = 0;
   ASSERT_EQ(hough.GetPeak(0, rho, theta, votes), 1);
-  const double want_theta = std::atan2(-70.0, 40.0) + kPi;  // normal (40, -70) turned into [0, pi)
-  const double want_rho = 10 * std::cos(want_theta) + 20 * std::sin(want_theta);
-  EXPECT_NEAR(theta, want_theta, 1.0 * kPi / 180);  // one theta step
-  EXPECT_NEAR(rho, want_rho, 1.0);                  // one rho cell
-  EXPECT_GE(votes, 60);                             // most of the 71 pixels
+  // The normal (-40, 70) / |(40, 70)|: theta = 2.0899 rad, rho = 12.403.
+  EXPECT_NEAR(theta, 2.089942441041419, 1.0 * kPi / 180);  // one theta step
+  EXPECT_NEAR(rho, 12.403473458920853, 1.0);               // one rho cell
+  EXPECT_GE(votes, 60);                                    // most of the 71 pixels
   ASSERT_EQ(d.segs.GetSize(), 1);
   const CLineSeg& s = d.segs[0];
   // The ends lie at the drawing's ends, within the pixel rounding.
@@ -65,36 +64,29 @@ TEST(Hough, PeakOfOneLineIsAtItsNormalForm) {
       std::min(std::hypot(s.m_dX1 - 80, s.m_dY1 - 60), std::hypot(s.m_dX2 - 80, s.m_dY2 - 60));
   EXPECT_LT(e1, 1.5);
   EXPECT_LT(e2, 1.5);
-  EXPECT_NEAR(s.Length(), std::hypot(70.0, 40.0), 2.0);
+  EXPECT_NEAR(s.Length(), 80.6, 2.0);
 }
 
-TEST(Hough, CrossingLinesGiveTwoPeaksAndNoDuplicates) {
-  Binary img(kSize * kSize, 0);
-  DrawLine(img, 5, 48, 90, 48);  // horizontal
-  DrawLine(img, 30, 5, 40, 90);  // steep
-  CHough hough;
-  const Detected d = DetectAll(hough, img);
-  EXPECT_EQ(d.peaks, 2);
-  EXPECT_EQ(d.segs.GetSize(), 2);
-}
-
-TEST(Hough, NearlyVerticalLineGivesOnePeakAcrossTheFold) {
-  // Its normal is just below 0 or just below pi: both ends of the theta axis.
-  Binary img(kSize * kSize, 0);
-  DrawLine(img, 48, 5, 46, 90);
-  CHough hough;
-  const Detected d = DetectAll(hough, img);
-  EXPECT_EQ(d.peaks, 1);
-  ASSERT_EQ(d.segs.GetSize(), 1);
-  EXPECT_NEAR(d.segs[0].Distance(47, 47.5), 0.0, 1.0);
-}
-
-TEST(Hough, ParallelLinesFarEnoughApartStaySeparate) {
-  Binary img(kSize * kSize, 0);
-  DrawLine(img, 5, 40, 90, 40);
-  DrawLine(img, 5, 46, 90, 46);  // 6 pixels apart: beyond the suppression
-  CHough hough;
-  EXPECT_EQ(DetectAll(hough, img).peaks, 2);
+// Crossing lines, a nearly vertical line (its normal at both ends of the
+// theta axis), parallel lines 6 pixels apart (beyond the suppression).
+TEST(Hough, EachDrawnLineGivesOnePeak) {
+  const struct {
+    std::vector<std::vector<double>> lines;
+    int peaks;
+  } cases[] = {{{{5, 48, 90, 48}, {30, 5, 40, 90}}, 2},
+               {{{48, 5, 46, 90}}, 1},
+               {{{5, 40, 90, 40}, {5, 46, 90, 46}}, 2}};
+  for (const auto& c : cases) {
+    Binary img(kSize * kSize, 0);
+    for (const auto& l : c.lines) DrawLine(img, l[0], l[1], l[2], l[3]);
+    CHough hough;
+    const Detected d = DetectAll(hough, img);
+    EXPECT_EQ(d.peaks, c.peaks);
+    ASSERT_EQ(d.segs.GetSize(), c.peaks);
+    if (c.peaks == 1) {
+      EXPECT_NEAR(d.segs[0].Distance(47, 47.5), 0.0, 1.0);
+    }
+  }
 }
 
 TEST(Hough, GapsSplitSegmentsAndShortPiecesAreDropped) {

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <random>
+#include <vector>
 
 #include "image/dib_ex.h"
 #include "tests/corner/synthetic.h"
@@ -63,81 +64,74 @@ TEST(PrcCorner, FindsTheCornersOfTurnedSquaresToSubPixel) {
   RecordProperty("worst_error_px", std::to_string(worst));
 }
 
-TEST(PrcCorner, NoiseCostsLittleAccuracy) {
-  // Sensor-like noise (sigma 4 grey levels) over a 35-degree square.
-  Square sq{101.3, 79.6, 70, 35 * kPi / 180};
-  Grey g = Render(kW, kH, 190, 60, [&](double x, double y) { return sq.Inside(x, y); });
-  AddNoise(g, 4.0, 9);
-  CPrcCorner finder;
-  for (int k = 0; k < 4; ++k) {
-    const Pt c = sq.Corner(k);
-    const Found f = Search(finder, g, int(c.x) + 9, int(c.y) - 7);
-    ASSERT_EQ(f.ok, 1) << k;
-    EXPECT_LT(std::hypot(f.x - c.x, f.y - c.y), 0.5) << k;
-  }
-}
-
-TEST(PrcCorner, PicksTheCornerNearestToTheTap) {
-  // A small square: two corners 24 pixels apart are both in the window.
-  Square sq{100.2, 80.7, 24, 0.0};
-  const Grey g = Render(kW, kH, 200, 50, [&](double x, double y) { return sq.Inside(x, y); });
-  CPrcCorner finder;
-  for (int k = 0; k < 4; ++k) {
-    const Pt c = sq.Corner(k);
-    const Found f = Search(finder,
-                           g,
-                           int(std::lround(c.x + (c.x - sq.cx) * 0.3)),
-                           int(std::lround(c.y + (c.y - sq.cy) * 0.3)));
-    ASSERT_EQ(f.ok, 1) << k;
-    EXPECT_LT(std::hypot(f.x - c.x, f.y - c.y), 0.5) << k;
-  }
-}
-
-TEST(PrcCorner, FindsTheJunctionOfACheckerboard) {
+// Pictures with one known corner near each tap: noise (sigma 4 grey levels),
+// a small square whose other corners are in the window too, a checkerboard
+// junction, a corner whose window reaches outside the picture (the border is
+// repeated, not an edge).
+TEST(PrcCorner, FindsTheCornerNearTheTap) {
+  const Square noisy{101.3, 79.6, 70, 35 * kPi / 180}, small{100.2, 80.7, 24, 0.0},
+      near_edge{14.6, 12.3, 40, 0.15};
+  Grey noise = Render(kW, kH, 190, 60, [&](double x, double y) { return noisy.Inside(x, y); });
+  AddNoise(noise, 4.0, 9);
+  const Grey tiny = Render(kW, kH, 200, 50, [&](double x, double y) { return small.Inside(x, y); });
+  const Grey edge =
+      Render(kW, kH, 210, 45, [&](double x, double y) { return near_edge.Inside(x, y); });
   const Pt centre{97.4, 83.8};
   const double turn = 12 * kPi / 180;
-  const Grey g = Render(kW, kH, 220, 30, [&](double x, double y) {
+  const Grey board = Render(kW, kH, 220, 30, [&](double x, double y) {
     const double u = (x - centre.x) * std::cos(turn) + (y - centre.y) * std::sin(turn);
     const double v = -(x - centre.x) * std::sin(turn) + (y - centre.y) * std::cos(turn);
     return (u > 0) == (v > 0);
   });
+  struct Case {
+    const Grey* g;
+    Pt corner;
+    int tap_x, tap_y;
+  };
+  std::vector<Case> cases{{&board, centre, 108, 75}};
+  for (int k = 0; k < 4; ++k) {
+    const Pt c = noisy.Corner(k), d = small.Corner(k);
+    cases.push_back({&noise, c, int(c.x) + 9, int(c.y) - 7});
+    cases.push_back({&tiny,
+                     d,
+                     int(std::lround(d.x + (d.x - small.cx) * 0.3)),
+                     int(std::lround(d.y + (d.y - small.cy) * 0.3))});
+  }
+  const Pt e = near_edge.Corner(2);
+  cases.push_back({&edge, e, int(e.x) + 5, int(e.y) + 3});  // last: its window is checked
   CPrcCorner finder;
-  const Found f = Search(finder, g, 108, 75);
-  ASSERT_EQ(f.ok, 1);
-  EXPECT_LT(std::hypot(f.x - centre.x, f.y - centre.y), 0.5);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(::testing::Message() << "corner " << c.corner.x << ", " << c.corner.y);
+    const Found f = Search(finder, *c.g, c.tap_x, c.tap_y);
+    ASSERT_EQ(f.ok, 1);
+    EXPECT_LT(std::hypot(f.x - c.corner.x, f.y - c.corner.y), 0.5);
+  }
+  EXPECT_LT(finder.GetSearchRect().left, 0);
 }
 
-TEST(PrcCorner, PlainAndShadedAreasHaveNoCorner) {
-  CPrcCorner finder;
+// A plain noisy area, a smooth shading like sky, a stripe (two parallel
+// edges), two stripes 20 pixels apart, a single edge.
+TEST(PrcCorner, PicturesWithoutACornerGiveNone) {
   Grey plain = Render(kW, kH, 128, 128, [](double, double) { return false; });
   AddNoise(plain, 3.0, 4);
-  Found f = Search(finder, plain, 100, 80);
-  EXPECT_EQ(f.ok, 0);
-  EXPECT_EQ(f.x, -1);  // untouched
-  EXPECT_EQ(f.y, -1);
-  // A smooth shading, like sky, up to 100 grey levels across.
   Grey shaded = plain;
   for (int y = 0; y < kH; ++y)
     for (int x = 0; x < kW; ++x) shaded.pixels[size_t(y * kW + x)] = uint8_t(60 + x / 2);
-  EXPECT_EQ(Search(finder, shaded, 100, 80).ok, 0);
-}
-
-TEST(PrcCorner, ParallelLinesAndASingleEdgeHaveNoCorner) {
-  CPrcCorner finder;
-  // A dark stripe 8 pixels wide: two parallel edges.
-  const double turn = 0.3;
   const Grey stripe = Render(kW, kH, 200, 40, [&](double x, double y) {
-    return std::fabs((x - 100) * std::cos(turn) + (y - 80) * std::sin(turn)) < 4.0;
+    return std::fabs((x - 100) * std::cos(0.3) + (y - 80) * std::sin(0.3)) < 4.0;
   });
-  EXPECT_EQ(Search(finder, stripe, 100, 80).ok, 0);
-  EXPECT_EQ(Search(finder, stripe, 110, 60).ok, 0);
-  // Two parallel stripes 20 pixels apart.
   const Grey two = Render(kW, kH, 200, 40, [&](double x, double) {
     return std::fabs(x - 90) < 2.5 || std::fabs(x - 110) < 2.5;
   });
-  EXPECT_EQ(Search(finder, two, 100, 80).ok, 0);
   const Grey edge = Render(kW, kH, 200, 40, [&](double x, double y) { return y > 0.2 * x + 60; });
-  EXPECT_EQ(Search(finder, edge, 100, 80).ok, 0);
+  CPrcCorner finder;
+  const Found f = Search(finder, plain, 100, 80);
+  EXPECT_EQ(f.ok, 0);
+  EXPECT_EQ(f.x, -1);  // untouched
+  EXPECT_EQ(f.y, -1);
+  for (const Grey* g : std::vector<const Grey*>{&shaded, &stripe, &two, &edge})
+    EXPECT_EQ(Search(finder, *g, 100, 80).ok, 0);
+  EXPECT_EQ(Search(finder, stripe, 110, 60).ok, 0);
 }
 
 TEST(PrcCorner, TapOutsideThePictureFindsNothing) {
@@ -149,18 +143,6 @@ TEST(PrcCorner, TapOutsideThePictureFindsNothing) {
   double x = 7, y = 7;
   EXPECT_EQ(finder.FindCorner(nullptr, CSize(kW, kH), CPoint(10, 10), x, y), 0);
   EXPECT_EQ(x, 7);
-}
-
-TEST(PrcCorner, CornerNearThePictureEdgeIsFound) {
-  // The window reaches outside the picture; the border is repeated, not an edge.
-  Square sq{14.6, 12.3, 40, 0.15};
-  const Grey g = Render(kW, kH, 210, 45, [&](double x, double y) { return sq.Inside(x, y); });
-  CPrcCorner finder;
-  const Pt c = sq.Corner(2);
-  const Found f = Search(finder, g, int(c.x) + 5, int(c.y) + 3);
-  ASSERT_EQ(f.ok, 1);
-  EXPECT_LT(std::hypot(f.x - c.x, f.y - c.y), 0.5);
-  EXPECT_LT(finder.GetSearchRect().left, 0);
 }
 
 // The 24-bit picture path greys (0.3 R + 0.59 G + 0.11 B) and counts rows
