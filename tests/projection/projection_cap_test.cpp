@@ -4,10 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
+#include "tests/support/matchers.h"
+
 namespace {
+
+using testing_support::IsNearXYZ;
 
 constexpr double PI = 3.141592653589793;
 
@@ -26,30 +31,18 @@ TEST(ProjectionCap, FreshObjectIsIdentity) {
   int visible = 0;
   ASSERT_EQ(p.Transform(0.5, 0.5, 0.5, sx, sy, sz, visible), 1);
   EXPECT_EQ(visible, 1);
-  EXPECT_EQ(sx, 0.0);  // zero mapping values
-  EXPECT_EQ(sy, 0.0);
-  EXPECT_EQ(sz, 0.5);
+  EXPECT_THAT(CXYZ(sx, sy, sz), IsNearXYZ(0.0, 0.0, 0.5, 0.0));  // zero mapping values
 }
 
 TEST(ProjectionCap, FrustumIsTheStandardPerspectiveMatrix) {
   // glFrustum(l, r, b, t, n, f) written out by hand for l=-2, r=3, b=-1, t=1.5, n=1, f=10.
   const double l = -2, r = 3, b = -1, t = 1.5, n = 1, f = 10;
-  const double expected[16] = {2 * n / (r - l),
-                               0,
-                               (r + l) / (r - l),
-                               0,
-                               0,
-                               2 * n / (t - b),
-                               (t + b) / (t - b),
-                               0,
-                               0,
-                               0,
-                               -(f + n) / (f - n),
-                               -2 * f * n / (f - n),
-                               0,
-                               0,
-                               -1,
-                               0};
+  // clang-format off
+  const double expected[16] = {2 * n / (r - l), 0, (r + l) / (r - l), 0,
+                               0, 2 * n / (t - b), (t + b) / (t - b), 0,
+                               0, 0, -(f + n) / (f - n), -2 * f * n / (f - n),
+                               0, 0, -1, 0};
+  // clang-format on
   CProjection_Cap p;
   p.SetPrjMatrix(l, r, t, b, n, f);  // note: top before bottom
   for (int i = 0; i < 16; ++i) EXPECT_DOUBLE_EQ(p.ProjMatrix[i], expected[i]) << i;
@@ -62,9 +55,7 @@ TEST(ProjectionCap, FrustumIsTheStandardPerspectiveMatrix) {
   double sx, sy, sz;
   int visible;
   ASSERT_EQ(p.Transform(r, t, -n, sx, sy, sz, visible), 1);
-  EXPECT_NEAR(sx, r, 1e-12);
-  EXPECT_NEAR(sy, t, 1e-12);
-  EXPECT_NEAR(sz, -1.0, 1e-12);
+  EXPECT_THAT(CXYZ(sx, sy, sz), IsNearXYZ(r, t, -1.0, 1e-12));
   // Exactly on the clip planes (exact arithmetic: x' = y' = w, z' = -w)
   // counts as visible.
   CProjection_Cap exact;
@@ -90,9 +81,7 @@ TEST(ProjectionCap, ZeroWIsRefused) {
   double sx = 7, sy = 7, sz = 7;
   int visible = 1;
   EXPECT_EQ(p.Transform(0.3, 0.2, 0.0, sx, sy, sz, visible), 0);
-  EXPECT_EQ(sx, 7);
-  EXPECT_EQ(sy, 7);
-  EXPECT_EQ(sz, 7);
+  EXPECT_THAT(CXYZ(sx, sy, sz), IsNearXYZ(7, 7, 7, 0.0));
 }
 
 TEST(ProjectionCap, ModelOperationsPreMultiply) {
@@ -115,9 +104,7 @@ TEST(ProjectionCap, ModelOperationsPreMultiply) {
   q.BeginTrans(0);
   q.ScaleX = q.ScaleY = 1;
   ASSERT_EQ(q.Transform(0, 0.25, 0, sx, sy, sz, visible), 1);
-  EXPECT_NEAR(sx, 0.5, 1e-15);
-  EXPECT_NEAR(sy, 0, 1e-15);
-  EXPECT_NEAR(sz, 0, 1e-15);
+  EXPECT_THAT(CXYZ(sx, sy, sz), IsNearXYZ(0.5, 0, 0, 1e-15));
   q.InitMatrix(MATRIX_MODEL);
   for (int i = 0; i < 16; ++i) EXPECT_EQ(q.ModelMatrix[i], i % 5 == 0 ? 1.0 : 0.0);
 }
@@ -139,9 +126,7 @@ TEST(ProjectionCap, TransformThenInverseRoundTrips) {
     ASSERT_EQ(p.Inverse(sx, sy, sz, bx, by, bz), 1);
     // Depth near 1 loses digits in 1 - sz: relative 1e-6 of the distance.
     const double tol = 1e-6 * 5000;
-    EXPECT_NEAR(bx, x, tol);
-    EXPECT_NEAR(by, y, tol);
-    EXPECT_NEAR(bz, z, tol);
+    EXPECT_THAT(CXYZ(bx, by, bz), IsNearXYZ(x, y, z, tol));
   }
 }
 
@@ -190,10 +175,8 @@ TEST(ProjectionCap, CopiesCarryEverything) {
   p.BeginTrans(1);
   CProjection_Cap q(p), r;
   r = p;
-  for (int i = 0; i < 16; ++i) {
-    EXPECT_EQ(q.InvMatrix[i], p.InvMatrix[i]);
-    EXPECT_EQ(r.TransMatrix[i], p.TransMatrix[i]);
-  }
+  EXPECT_TRUE(std::equal(p.InvMatrix, p.InvMatrix + 16, q.InvMatrix));
+  EXPECT_TRUE(std::equal(p.TransMatrix, p.TransMatrix + 16, r.TransMatrix));
   EXPECT_EQ(r.ScaleY, 1.0);
 }
 
