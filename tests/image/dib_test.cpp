@@ -54,8 +54,6 @@ void EditInfo(std::string& bytes, Edit edit) {
   std::memcpy(bytes.data() + 14, &h, sizeof h);
 }
 
-void SetOffBits(std::string& bytes, DWORD offBits) { std::memcpy(bytes.data() + 10, &offBits, 4); }
-
 // The packed DIB (header, table, pixels) of a BMP file, 4-byte aligned.
 std::vector<uint32_t> PackedDib(const std::string& bmp) {
   std::vector<uint32_t> block((bmp.size() - 14 + 3) / 4);
@@ -306,85 +304,62 @@ TEST_F(DibTest, ShortFileHeaderFailsSilently) {
 }
 
 // Malformed headers are refused without reading beyond the blocks (the
-// sanitizer build checks the "without" part).
+// sanitizer build checks the "without" part). Each case writes fields of a
+// good file (offsets in the file: the information header starts at 14).
 TEST_F(DibTest, MalformedHeadersAreRefused) {
-  const std::string good = BmpBytes(5, 4, 8);
+  enum : int {
+    kOffBits = 10,
+    kSize = 14,
+    kWidth = 18,
+    kHeight = 22,
+    kBits = 28,
+    kCompression = 30
+  };
+  enum : int { kSizeImage = 34, kClrUsed = 46 };
+  struct Field {
+    int at;
+    uint32_t value;
+    int bytes = 4;
+  };
   struct Case {
     const char* what;
-    void (*edit)(std::string&);
+    std::string file;
+    std::vector<Field> fields;
+    size_t cut = 0;
   };
+  const std::string good = BmpBytes(5, 4, 8);
   const Case cases[] = {
-      {"offset inside the file header", [](std::string& b) { SetOffBits(b, 10); }},
-      {"offset inside the info header", [](std::string& b) { SetOffBits(b, 30); }},
-      {"offset beyond the file", [](std::string& b) { SetOffBits(b, 1u << 30); }},
-      {"pixels beyond the file", [](std::string& b) { b.resize(b.size() - 3); }},
-      {"zero width",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biWidth = 0; }); }},
-      {"absurd width",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biWidth = 0x7FFFFFFF; }); }},
-      {"absurd height",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biHeight = 1 << 30; }); }},
-      {"bit count 7",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biBitCount = 7; }); }},
-      {"bit count 0",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biBitCount = 0; }); }},
-      {"colour table beyond the header",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biClrUsed = 300; }); }},
-      {"4-bit run lengths",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_RLE4; }); }},
-      {"top-down run lengths",
-       [](std::string& b) {
-         EditInfo(b, [](BITMAPINFOHEADER& h) {
-           h.biCompression = BI_RLE8;
-           h.biHeight = -4;
-         });
-       }},
-      {"run lengths claiming a huge picture",
-       [](std::string& b) {
-         EditInfo(b, [](BITMAPINFOHEADER& h) {
-           h.biCompression = BI_RLE8;
-           h.biWidth = h.biHeight = 4000;
-         });
-       }},
-      {"run lengths beyond the file",
-       [](std::string& b) {
-         EditInfo(b, [](BITMAPINFOHEADER& h) {
-           h.biCompression = BI_RLE8;
-           h.biSizeImage = 100;
-         });
-       }},
-      {"masks on a palette image",
-       [](std::string& b) {
-         EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_BITFIELDS; });
-       }},
-      {"image size smaller than the rows",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSizeImage = 3; }); }},
-      {"other header size",
-       [](std::string& b) { EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSize = 20; }); }},
-      {"header larger than its block",
-       [](std::string& b) {
-         b = BmpBytes(5, 4, 24);
-         EditInfo(b, [](BITMAPINFOHEADER& h) { h.biSize = 108; });
-       }},
+      {"offset inside the file header", good, {{kOffBits, 10}}},
+      {"offset inside the info header", good, {{kOffBits, 30}}},
+      {"offset beyond the file", good, {{kOffBits, 1u << 30}}},
+      {"pixels beyond the file", good, {}, 3},
+      {"zero width", good, {{kWidth, 0}}},
+      {"absurd width", good, {{kWidth, 0x7FFFFFFF}}},
+      {"absurd height", good, {{kHeight, 1u << 30}}},
+      {"bit count 7", good, {{kBits, 7, 2}}},
+      {"bit count 0", good, {{kBits, 0, 2}}},
+      {"colour table beyond the header", good, {{kClrUsed, 300}}},
+      {"4-bit run lengths", good, {{kCompression, BI_RLE4}}},
+      {"top-down run lengths", good, {{kCompression, BI_RLE8}, {kHeight, uint32_t(-4)}}},
+      {"run lengths of a huge picture",
+       good,
+       {{kCompression, BI_RLE8}, {kWidth, 4000}, {kHeight, 4000}}},
+      {"run lengths beyond the file", good, {{kCompression, BI_RLE8}, {kSizeImage, 100}}},
+      {"masks on a palette image", good, {{kCompression, BI_BITFIELDS}}},
+      {"image size smaller than the rows", good, {{kSizeImage, 3}}},
+      {"other header size", good, {{kSize, 20}}},
+      {"header larger than its block", BmpBytes(5, 4, 24), {{kSize, 108}}},
+      {"masks beyond the header block", BmpBytes(4, 4, 16), {{kCompression, BI_BITFIELDS}}},
       {"core palette without its table",
-       [](std::string& b) {
-         b = std::string(
-             "BM\x22\0\0\0\0\0\0\0\x1A\0\0\0"
-             "\x0C\0\0\0\2\0\2\0\1\0\x08\0"
-             "\0\0\0\0\0\0\0\0",
-             34);
-       }},
-      {"masks beyond the header block",
-       [](std::string& b) {
-         b = BmpBytes(4, 4, 16);
-         EditInfo(b, [](BITMAPINFOHEADER& h) { h.biCompression = BI_BITFIELDS; });
-       }},
+       std::string("BM\x22\0\0\0\0\0\0\0\x1A\0\0\0\x0C\0\0\0\2\0\2\0\1\0\x08\0\0\0\0\0\0\0\0\0",
+                   34),
+       {}},
   };
   CDib ok;
   ASSERT_TRUE(ReadBytes(ok, good));
   for (const Case& c : cases) {
-    std::string bytes = good;
-    c.edit(bytes);
+    std::string bytes = c.file.substr(0, c.file.size() - c.cut);
+    for (const Field& f : c.fields) std::memcpy(bytes.data() + f.at, &f.value, size_t(f.bytes));
     CDib dib;
     boxes_.clear();
     EXPECT_EQ(ReadBytes(dib, bytes), FALSE) << c.what;
