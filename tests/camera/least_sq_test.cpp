@@ -14,38 +14,33 @@
 
 namespace {
 
+// Observation rows a (m x n, row-major), right-hand sides l and weights w.
 struct System {
   int m, n;
-  std::vector<double> a;  // m x n, row-major
-  std::vector<double> l;  // m
-  std::vector<double> w;  // m
+  std::vector<double> a, l, w;
+  double& A(int k, int j) { return a[size_t(k * n + j)]; }
+  double A(int k, int j) const { return a[size_t(k * n + j)]; }
 };
 
+// Random rows for known unknowns `truth`, with normal noise when noise > 0.
 System Manufactured(int m, int n, unsigned seed, double noise, std::vector<double>* truth) {
   std::mt19937 rng(seed);
   std::uniform_real_distribution<double> u(-2.0, 2.0);
   std::normal_distribution<double> e(0.0, noise > 0 ? noise : 1.0);
-  System s{m,
-           n,
-           std::vector<double>(size_t(m * n)),
-           std::vector<double>(size_t(m)),
-           std::vector<double>(size_t(m), 1.0)};
+  System s{m, n, std::vector<double>(size_t(m * n)), {}, std::vector<double>(size_t(m), 1.0)};
   truth->resize(size_t(n));
   for (double& x : *truth) x = u(rng);
   for (int k = 0; k < m; ++k) {
     double l = 0.0;
-    for (int j = 0; j < n; ++j) {
-      s.a[size_t(k * n + j)] = u(rng);
-      l += s.a[size_t(k * n + j)] * (*truth)[size_t(j)];
-    }
-    s.l[size_t(k)] = l + (noise > 0 ? e(rng) : 0.0);
+    for (int j = 0; j < n; ++j) l += (s.A(k, j) = u(rng)) * (*truth)[size_t(j)];
+    s.l.push_back(l + (noise > 0 ? e(rng) : 0.0));
   }
   return s;
 }
 
 void Fill(CLeastSq& ls, const System& s) {
   for (int k = 0; k < s.m; ++k) {
-    for (int j = 0; j < s.n; ++j) ASSERT_EQ(ls.SetObeq(j, s.a[size_t(k * s.n + j)]), 1);
+    for (int j = 0; j < s.n; ++j) ASSERT_EQ(ls.SetObeq(j, s.A(k, j)), 1);
     ASSERT_EQ(ls.SetObeq(s.n, s.l[size_t(k)]), 1);
     ASSERT_EQ(ls.SetWeight(s.w[size_t(k)]), 1);
   }
@@ -53,38 +48,34 @@ void Fill(CLeastSq& ls, const System& s) {
 
 // Weighted least squares by Householder QR of sqrt(W)·A: independent of the
 // normal equations the engine forms.
-std::vector<double> SolveQr(const System& s) {
+std::vector<double> SolveQr(System s) {
   const int m = s.m, n = s.n;
-  std::vector<double> a(size_t(m * n)), b(static_cast<size_t>(m));
   for (int k = 0; k < m; ++k) {
     const double r = std::sqrt(s.w[size_t(k)]);
-    for (int j = 0; j < n; ++j) a[size_t(k * n + j)] = r * s.a[size_t(k * n + j)];
-    b[size_t(k)] = r * s.l[size_t(k)];
+    for (int j = 0; j < n; ++j) s.A(k, j) *= r;
+    s.l[size_t(k)] *= r;
   }
   for (int j = 0; j < n; ++j) {
     double norm = 0.0;
-    for (int k = j; k < m; ++k) norm += a[size_t(k * n + j)] * a[size_t(k * n + j)];
-    norm = std::sqrt(norm);
-    const double alpha = a[size_t(j * n + j)] > 0 ? -norm : norm;
+    for (int k = j; k < m; ++k) norm += s.A(k, j) * s.A(k, j);
     std::vector<double> v(static_cast<size_t>(m), 0.0);
-    for (int k = j; k < m; ++k) v[size_t(k)] = a[size_t(k * n + j)];
-    v[size_t(j)] -= alpha;
+    for (int k = j; k < m; ++k) v[size_t(k)] = s.A(k, j);
+    v[size_t(j)] -= s.A(j, j) > 0 ? -std::sqrt(norm) : std::sqrt(norm);
     double vv = 0.0;
     for (int k = j; k < m; ++k) vv += v[size_t(k)] * v[size_t(k)];
-    for (int c = j; c < n; ++c) {
+    auto reflect = [&](auto at) {
       double d = 0.0;
-      for (int k = j; k < m; ++k) d += v[size_t(k)] * a[size_t(k * n + c)];
-      for (int k = j; k < m; ++k) a[size_t(k * n + c)] -= 2 * d / vv * v[size_t(k)];
-    }
-    double d = 0.0;
-    for (int k = j; k < m; ++k) d += v[size_t(k)] * b[size_t(k)];
-    for (int k = j; k < m; ++k) b[size_t(k)] -= 2 * d / vv * v[size_t(k)];
+      for (int k = j; k < m; ++k) d += v[size_t(k)] * at(k);
+      for (int k = j; k < m; ++k) at(k) -= 2 * d / vv * v[size_t(k)];
+    };
+    for (int c = j; c < n; ++c) reflect([&](int k) -> double& { return s.A(k, c); });
+    reflect([&](int k) -> double& { return s.l[size_t(k)]; });
   }
   std::vector<double> x(static_cast<size_t>(n));
   for (int i = n - 1; i >= 0; --i) {
-    double t = b[size_t(i)];
-    for (int j = i + 1; j < n; ++j) t -= a[size_t(i * n + j)] * x[size_t(j)];
-    x[size_t(i)] = t / a[size_t(i * n + i)];
+    double t = s.l[size_t(i)];
+    for (int j = i + 1; j < n; ++j) t -= s.A(i, j) * x[size_t(j)];
+    x[size_t(i)] = t / s.A(i, i);
   }
   return x;
 }
@@ -176,8 +167,7 @@ TEST(LeastSq, VarianceOfEveryObservationIsItsQuadraticForm) {
   for (int k = 0; k < s.m; ++k) {
     double q = 0.0;
     for (int i = 0; i < s.n; ++i)
-      for (int j = 0; j < s.n; ++j)
-        q += s.a[size_t(k * s.n + i)] * ls.GetCovar(i, j) * s.a[size_t(k * s.n + j)];
+      for (int j = 0; j < s.n; ++j) q += s.A(k, i) * ls.GetCovar(i, j) * s.A(k, j);
     EXPECT_NEAR(ls.GetVar(k), q, 1e-12 * (1 + std::fabs(q))) << "row " << k;
     EXPECT_GT(ls.GetVar(k), 0.0);
   }
@@ -264,30 +254,26 @@ TEST(LeastSq, RowsGrowAndColumnsAreChecked) {
   EXPECT_EQ(ls.CheckParameterNumber(), 0);
 }
 
-TEST(LeastSq, SquareSystemFallsBackToMForSigma) {
-  CLeastSq ls(2, 2);
-  ls.SetObeq(0, 1.0);
-  ls.SetObeq(1, 1.0);
-  ls.SetObeq(2, 3.0);
-  ls.SetObeq(0, 1.0);
-  ls.SetObeq(1, -1.0);
-  ls.SetObeq(2, 1.0);
+TEST(LeastSq, SquareAndOneRowSystems) {
+  CLeastSq ls(2, 2);  // square: sigma falls back to m, and the fit is exact
+  for (double row : {1.0, -1.0}) {
+    ls.SetObeq(0, 1.0);
+    ls.SetObeq(1, row);
+    ls.SetObeq(2, 2.0 + row);
+  }
   ASSERT_EQ(ls.Solve(), 1);
   EXPECT_NEAR(ls.GetBcor(0), 2.0, 1e-14);
   EXPECT_NEAR(ls.GetBcor(1), 1.0, 1e-14);
   EXPECT_NEAR(ls.CalSigma2(), 0.0, 1e-24);
-}
-
-TEST(LeastSq, OneRowLeavesSigmaAndVarianceUntouched) {
-  CLeastSq ls(1, 1);
-  ls.SetSigma(42.0);
-  ls.SetObeq(0, 2.0);
-  ls.SetObeq(1, 6.0);
-  ASSERT_EQ(ls.Solve(), 1);
-  EXPECT_DOUBLE_EQ(ls.GetBcor(0), 3.0);
-  EXPECT_DOUBLE_EQ(ls.GetCovar(0, 0), 0.25);  // unscaled (AᵀA)⁻¹
-  EXPECT_EQ(ls.GetSigma(), 42.0);
-  EXPECT_EQ(ls.GetVar(0), 0.0);
+  CLeastSq one(1, 1);  // one row: sigma and the variance are left alone
+  one.SetSigma(42.0);
+  one.SetObeq(0, 2.0);
+  one.SetObeq(1, 6.0);
+  ASSERT_EQ(one.Solve(), 1);
+  EXPECT_DOUBLE_EQ(one.GetBcor(0), 3.0);
+  EXPECT_DOUBLE_EQ(one.GetCovar(0, 0), 0.25);  // unscaled (AᵀA)⁻¹
+  EXPECT_EQ(one.GetSigma(), 42.0);
+  EXPECT_EQ(one.GetVar(0), 0.0);
 }
 
 TEST(LeastSq, BuiltInExamplesSolve) {
