@@ -87,72 +87,68 @@ TEST_F(OrientFileTest, WriteThenReadGivesTheValuesBack) {
   EXPECT_THAT(assigned.Ccd2Angle, IsNearWPK(back.Ccd2Angle, 0.0));
 }
 
-TEST_F(OrientFileTest, HeaderIsTrimmedButCaseSensitive) {
-  std::string body =
-      std::string(kDefaults).substr(std::string("VKR3ZA_ORIENT_FILEVER1.0\r\n").size());
-  WriteOrient("  VKR3ZA_ORIENT_FILEVER1.0 \t\r\n" + body);
-  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 1);
-  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\n" + body);
-  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 1);
-  EXPECT_EQ(boxes_.size(), 0u);
-  WriteOrient("vkr3za_orient_filever1.0\r\n" + body);
-  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
-  ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(boxes_.LastText(), Shown(9));
-  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
-  WriteOrient("\n" + body);  // empty first line
-  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
-  EXPECT_EQ(boxes_.LastText(), Shown(9));
-}
-
-TEST_F(OrientFileTest, CentresTruncateTowardZero) {
-  WriteOrient(
-      "VKR3ZA_ORIENT_FILEVER1.0\r\n321.9\t// CCD1 CENTER X\r\n-0.5\r\n-7.99\r\n1e2\r\n"
-      "1\r\n2\r\n3\r\n90\r\n-45\r\n180\r\n");
-  ASSERT_EQ(calib_.Read(L"\\orient.txt"), 1);
-  EXPECT_EQ(calib_.Ccd1CenterX, 321);
-  EXPECT_EQ(calib_.Ccd1CenterY, 0);
-  EXPECT_EQ(calib_.Ccd2CenterX, -7);
-  EXPECT_EQ(calib_.Ccd2CenterY, 100);
-  EXPECT_THAT(calib_.Ccd2Angle, IsNearWPK(CWPK(kPi / 2, -kPi / 4, kPi), 1e-15));
-}
-
-TEST_F(OrientFileTest, ShortFileFailsAtTheMissingLineKeepingWhatWasRead) {
-  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n301\r\n202\r\n303\r\n204\r\n5.5\r\n");
-  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
-  EXPECT_EQ(boxes_.LastText(), Shown(6));
-  EXPECT_EQ(calib_.Ccd1CenterX, 301);
-  EXPECT_EQ(calib_.Ccd1CenterY, 202);
-  EXPECT_EQ(calib_.Ccd2CenterX, 303);
-  EXPECT_EQ(calib_.Ccd2CenterY, 204);
-  EXPECT_EQ(calib_.Ccd2Offset.X, 5.5);
-  EXPECT_EQ(calib_.Ccd2Offset.Y, 0.0);
-}
-
-TEST_F(OrientFileTest, EmptyOrBlankValueLinesFail) {
-  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\n301\r\n\n303\r\n");
-  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);  // the second value line is empty
-  EXPECT_EQ(boxes_.LastText(), Shown(6));
-  EXPECT_EQ(calib_.Ccd1CenterX, 301);
-  EXPECT_EQ(calib_.Ccd2CenterX, 320);
-  WriteOrient(
-      "VKR3ZA_ORIENT_FILEVER1.0\r\n302\r\n  \t\r\n");  // blanks only: end of input for the scan
-  EXPECT_EQ(calib_.Read(L"\\orient.txt"), 0);
-  EXPECT_EQ(boxes_.size(), 2u);
-}
-
-TEST_F(OrientFileTest, TextThatIsNoNumberRepeatsThePreviousValue) {
-  WriteOrient(
-      "VKR3ZA_ORIENT_FILEVER1.0\r\n311.5\r\nabc\r\n1\r\n2\r\n7.25\r\nxyz\t// comment\r\n9\r\n"
-      "0\r\n0\r\n0\r\n");
-  ASSERT_EQ(calib_.Read(L"\\orient.txt"), 1);
-  EXPECT_EQ(calib_.Ccd1CenterY, 311);  // the value of the line before
-  EXPECT_EQ(calib_.Ccd2Offset.Y, 7.25);
-  // Line 2 itself without a number keeps the field's own value.
-  VKR3ZA_CALIB fresh;
-  WriteOrient("VKR3ZA_ORIENT_FILEVER1.0\r\nabc\r\n1\r\n2\r\n3\r\n4\r\n5\r\n6\r\n0\r\n0\r\n0\r\n");
-  ASSERT_EQ(fresh.Read(L"\\orient.txt"), 1);
-  EXPECT_EQ(fresh.Ccd1CenterX, 320);
+// Files read into fresh objects: the result, the message shown (an entry of
+// the table, or none) and the fields afterwards. A failed read keeps what it
+// had read; centres truncate toward zero; text that is no number repeats the
+// value of the line before (on the first value line: the field's own).
+TEST_F(OrientFileTest, ReadsHandWrittenFiles) {
+  const std::string head = "VKR3ZA_ORIENT_FILEVER1.0\r\n";
+  const std::string body = std::string(kDefaults).substr(head.size());
+  const struct {
+    std::string text;
+    int result, message;
+    int c1x, c1y, c2x, c2y;
+    double offset_x, offset_y;
+  } cases[] = {
+      {"  VKR3ZA_ORIENT_FILEVER1.0 \t\r\n" + body, 1, -1, 320, 240, 320, 240, 0, 0},
+      {"VKR3ZA_ORIENT_FILEVER1.0\n" + body, 1, -1, 320, 240, 320, 240, 0, 0},
+      {"vkr3za_orient_filever1.0\r\n" + body, 0, 9, 320, 240, 320, 240, 0, 0},
+      {"\n" + body, 0, 9, 320, 240, 320, 240, 0, 0},
+      {head +
+           "321.9\t// CCD1 CENTER X\r\n-0.5\r\n-7.99\r\n1e2\r\n1\r\n2\r\n3\r\n90\r\n-45\r\n180\r\n",
+       1,
+       -1,
+       321,
+       0,
+       -7,
+       100,
+       1,
+       2},
+      {head + "301\r\n202\r\n303\r\n204\r\n5.5\r\n", 0, 6, 301, 202, 303, 204, 5.5, 0},
+      {head + "301\r\n\n303\r\n", 0, 6, 301, 240, 320, 240, 0, 0},
+      {head + "302\r\n  \t\r\n", 0, 6, 302, 240, 320, 240, 0, 0},
+      {head + "311.5\r\nabc\r\n1\r\n2\r\n7.25\r\nxyz\t// comment\r\n9\r\n0\r\n0\r\n0\r\n",
+       1,
+       -1,
+       311,
+       311,
+       1,
+       2,
+       7.25,
+       7.25},
+      {head + "abc\r\n1\r\n2\r\n3\r\n4\r\n5\r\n6\r\n0\r\n0\r\n0\r\n", 1, -1, 320, 1, 2, 3, 4, 5},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    WriteOrient(c.text);
+    boxes_.clear();
+    VKR3ZA_CALIB calib;
+    calib.SetCaptureMsg(&table_, nullptr);
+    EXPECT_EQ(calib.Read(L"\\orient.txt"), c.result);
+    if (c.message < 0) {
+      EXPECT_EQ(boxes_.size(), 0u);
+    } else {
+      ASSERT_EQ(boxes_.size(), 1u);
+      EXPECT_EQ(boxes_.LastText(), Shown(c.message));
+      EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
+    }
+    EXPECT_EQ(calib.Ccd1CenterX, c.c1x);
+    EXPECT_EQ(calib.Ccd1CenterY, c.c1y);
+    EXPECT_EQ(calib.Ccd2CenterX, c.c2x);
+    EXPECT_EQ(calib.Ccd2CenterY, c.c2y);
+    EXPECT_EQ(calib.Ccd2Offset.X, c.offset_x);
+    EXPECT_EQ(calib.Ccd2Offset.Y, c.offset_y);
+  }
 }
 
 TEST_F(OrientFileTest, MissingOrUncreatableFileShowsTheOpenError) {
