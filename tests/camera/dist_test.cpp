@@ -130,6 +130,23 @@ TEST(Dist, ZeroToleranceEndsWithTheBestPointFound) {
   EXPECT_EQ(passes, 0);
 }
 
+TEST(Dist, FirstGuessIsTheMeasurementLessItsOwnDistortion) {
+  // Near the centre the distortion changes slowly, so that guess is already
+  // within 1e-5 mm of the ideal point: no search pass is needed.
+  CDist d;
+  UseRealisticModel(d, DIST_RADIAL_DECENTER);
+  const double points[][2] = {{0.5, 0.4}, {-0.6, -0.3}};
+  for (const auto& p : points) {
+    double ex = 0, ey = 0, cx = 0, cy = 0;
+    int passes = -1;
+    d.CalDist(p[0], p[1], ex, ey);
+    ASSERT_EQ(d.CalDistInv(p[0], p[1], cx, cy, 1e-5, passes), 1);
+    EXPECT_EQ(passes, 0);
+    EXPECT_NEAR(cx, -ex, 1e-16);
+    EXPECT_NEAR(cy, -ey, 1e-16);
+  }
+}
+
 TEST(Dist, ParaToDistTabulatesOnlyTheRadialModel) {
   CDist d;
   UseRealisticModel(d, DIST_RADIAL_DECENTER);
