@@ -167,7 +167,8 @@ TEST(Dist, ParaToDistTabulatesOnlyTheRadialModel) {
 
 TEST(Dist, DistToParaFitsEvenPowersAndRefusesBadLists) {
   CDist d;
-  d.SetDistModel(DIST_RADIAL_DECENTER);  // count 4, model to be replaced
+  d.SetDistModel(DIST_RADIAL3_DECENTER);  // count 5, model to be replaced
+  d.AddPara(4, 0.125);                    // beyond the four fitted terms: kept
   const double k[] = {-2.5e-3, 3.5e-4, -1.5e-5, 2.5e-7};
   for (int i = 0; i < 12; ++i) {
     const double r = 0.25 * (i + 1), r2 = r * r;
@@ -175,6 +176,8 @@ TEST(Dist, DistToParaFitsEvenPowersAndRefusesBadLists) {
   }
   ASSERT_EQ(d.DistToPara(), 1);
   EXPECT_EQ(d.GetDistModel(), DIST_RADIAL);
+  EXPECT_EQ(d.GetNumPara(), 5);  // the count stays as it was
+  EXPECT_EQ(d.GetPara(4), 0.125);
   for (int i = 0; i < 4; ++i) EXPECT_NEAR(d.GetPara(i), k[i], 1e-9 * std::pow(10.0, -2.0 * i)) << i;
 
   CDist bad;
