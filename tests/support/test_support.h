@@ -42,6 +42,12 @@ class DeviceTest : public ::testing::Test {
 
   std::string root_;
   MessageBoxRecorder boxes_;
+
+  // Device-file helpers: write (creating its folders), read and test a file
+  // by its device path.
+  void PutDeviceFile(const wchar_t* devicePath, const std::string& bytes) const;
+  std::string GetDeviceFile(const wchar_t* devicePath) const;
+  bool DeviceFileExists(const wchar_t* devicePath) const;
 };
 
 // Path of a file under the source tree (examples/, tests/data/...).
