@@ -1,5 +1,6 @@
 // The capture driver "CAP0:" driven through the platform's device calls with
-// the buffer conventions the library uses.
+// the buffer conventions the library uses. Its fault points ("cap.*") are
+// drilled through the library in tests/faults/ and tests/liveview/vcap_test.cpp.
 #include "devices/capture_driver.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +11,6 @@
 #include "devices/devices.h"
 #include "devices/frame_source.h"
 #include "platform/device.h"
-#include "platform/faults.h"
 #include "platform/framebuffer.h"
 #include "platform/handles.h"
 #include "tests/support/test_support.h"
@@ -188,38 +188,6 @@ TEST_F(CaptureDriverTest, PaintsOnlyKeyColouredPixelsInsideTheDestination) {
   EXPECT_EQ(cap::FramesProduced(), 1u);
   cap::Paint(screen);
   EXPECT_EQ(cap::FramesProduced(), 1u);  // the clock has not moved
-}
-
-TEST_F(CaptureDriverTest, EveryRequestCanBeFailed) {
-  VCAP_START_PARAMETER start{12, 1, 0, 0, 0};
-  platform::fault::Arm("cap.start");
-  EXPECT_FALSE(Ioctl(IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0));
-  EXPECT_FALSE(cap::IsRunning());
-  ASSERT_TRUE(Ioctl(IOCTL_VCAP_START_CAPTURE, &start, 0, nullptr, 0));
-  WaitForSingleObject(event_, INFINITE);
-  platform::fault::Arm("cap.stop");
-  EXPECT_FALSE(Ioctl(IOCTL_VCAP_STOP_CAPTURE, nullptr, 0, nullptr, 0));
-  EXPECT_TRUE(cap::IsRunning());
-  platform::fault::Arm("cap.display");
-  EXPECT_FALSE(Display({0, 0, 639, 479}, {0, 0, 319, 239}));
-  EXPECT_FALSE(cap::LastDisplay().has_value());
-  std::vector<uint16_t> frame(640 * 480);
-  platform::fault::Arm("cap.read");
-  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_DATA, nullptr, 0, frame.data(), 614400));
-  RECT rect{0, 0, 4, 4};
-  platform::fault::Arm("cap.read_rect");
-  EXPECT_FALSE(Ioctl(IOCTL_VCAP_GET_CAPTURE_RECT, &rect, 1, frame.data(), 32));
-  HANDLE other = nullptr;
-  platform::fault::Arm("cap.event");
-  EXPECT_FALSE(
-      Ioctl(IOCTL_VCAP_READ_EVENT, nullptr, 0, nullptr, 0, reinterpret_cast<DWORD*>(&other)));
-  EXPECT_EQ(other, nullptr);
-  platform::fault::Arm("cap.open");
-  EXPECT_EQ(CreateFileW(L"CAP0:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr),
-            INVALID_HANDLE_VALUE);
-  platform::fault::Arm("cap.open", 0, 1, /*code=*/1);
-  EXPECT_EQ(CreateFileW(L"CAP0:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr), nullptr);
-  EXPECT_EQ(cap::OpenInstances(), 1);
 }
 
 TEST_F(CaptureDriverTest, ClosingTheLastInstanceStopsCapture) {

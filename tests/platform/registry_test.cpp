@@ -1,12 +1,11 @@
 // The registry store: parsing (including broken stores), the Win32 calls over
-// it, writing it back, and its fault points.
+// it, and writing it back. Its fault points are drilled in tests/faults/.
 #include "platform/registry.h"
 
 #include <gtest/gtest.h>
 
 #include <iterator>
 
-#include "platform/faults.h"
 #include "tests/support/test_support.h"
 
 namespace {
@@ -15,7 +14,7 @@ using testing_support::DeviceTest;
 
 class RegistryTest : public DeviceTest {
  protected:
-  void Store(const std::string& text) { WriteHostFile(Host(L"\\registry.txt"), text); }
+  void Store(const std::string& text) { PutDeviceFile(L"\\registry.txt", text); }
 
   // Opens key under HKLM and reads a string value; the error code otherwise.
   LONG Query(const wchar_t* key, const wchar_t* name, std::wstring* value) {
@@ -136,7 +135,7 @@ TEST_F(RegistryTest, SetStringWritesAStoreThatReadsBack) {
   ASSERT_TRUE(platform::registry::SetString(
       L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"pcmciafolder", L"\\Karte ä"));
   EXPECT_FALSE(platform::registry::SetString(L"NOROOT\\X", L"a", L"b"));
-  std::string text = ReadHostFile(Host(L"\\registry.txt"));
+  std::string text = GetDeviceFile(L"\\registry.txt");
   EXPECT_NE(text.find("[HKLM\\SYSTEM\\QZ7mInit\\Memory]"), std::string::npos) << text;
   EXPECT_NE(text.find("\"Level\"=\"7\""), std::string::npos) << text;
   std::wstring value;
@@ -145,18 +144,6 @@ TEST_F(RegistryTest, SetStringWritesAStoreThatReadsBack) {
   // Formatting and parsing again gives the same store.
   auto store = platform::registry::ParseStore(text);
   EXPECT_EQ(platform::registry::FormatStore(store), text);
-}
-
-TEST_F(RegistryTest, FaultPointsFailOpenAndQuery) {
-  Store(kStore);
-  std::wstring value;
-  platform::fault::Arm("registry.open");
-  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), LONG(ERROR_ACCESS_DENIED));
-  EXPECT_EQ(platform::registry::OpenKeys(), 0);
-  platform::fault::Arm("registry.query", 0, 1, int(ERROR_GEN_FAILURE), "QZ7MINIT");
-  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), LONG(ERROR_GEN_FAILURE));
-  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
-  EXPECT_EQ(platform::registry::OpenKeys(), 0);
 }
 
 }  // namespace
