@@ -114,4 +114,21 @@ TEST_F(BoardCentreTest, NothingToMeasureIsRefused) {
       photogrammetry::FindBoardCentre({nullptr, 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
 }
 
+// A point-symmetric dark blob drawn by hand at a centre off the finder's
+// finest grid (0.01 px): the last refinement between grid points finds it.
+TEST(BoardCentre, FindsAHandDrawnCentreBetweenGridPoints) {
+  const double truth_x = 40.335, truth_y = 39.715, sigma = 7.0;
+  std::vector<float> light(80 * 80);
+  for (int j = 0; j < 80; ++j)
+    for (int i = 0; i < 80; ++i) {
+      const double dx = i + 0.5 - truth_x, dy = j + 0.5 - truth_y;
+      light[size_t(j) * 80 + size_t(i)] =
+          float(1.0 - 0.8 * std::exp(-(dx * dx + dy * dy) / (2 * sigma * sigma)));
+    }
+  double x = 0, y = 0;
+  ASSERT_TRUE(photogrammetry::FindBoardCentre({light.data(), 80, 80}, 40.0, 40.0, 20.0, 1.5, x, y));
+  EXPECT_NEAR(x, truth_x, 0.002);
+  EXPECT_NEAR(y, truth_y, 0.002);
+}
+
 }  // namespace

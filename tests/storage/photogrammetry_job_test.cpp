@@ -6,7 +6,8 @@
 // copied into a project with the targets' image coordinates measured from its
 // pixels by the boards' point symmetry; the job solves each photograph's DLT
 // from the control targets and intersects the check targets, which are
-// compared with their true coordinates.
+// compared with their true coordinates. And on ideal cameras: a weakly
+// controlled photograph stays out of the intersection.
 #include "storage/photogrammetry_job.h"
 
 #include <gtest/gtest.h>
@@ -23,6 +24,7 @@
 #include "pointfiles/point_files.h"
 #include "sim/instrument.h"
 #include "storage/project.h"
+#include "tests/photogrammetry/pinhole.h"
 #include "tests/sim/library_projection.h"
 #include "tests/sim/picture.h"
 #include "tests/support/test_support.h"
@@ -210,6 +212,54 @@ TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
   // Control targets are not intersected; nothing else stands on the site.
   EXPECT_EQ(report.points.size(), size_t(check.GetSize()));
   EXPECT_LT(report.WorstError(), 0.005);
+}
+
+TEST_F(PhotogrammetryJob, WeaklyControlledPhotographsStayOutOfTheIntersection) {
+  using pinhole_test::kNorth, pinhole_test::kSouth, pinhole_test::kWest, pinhole_test::Pinhole;
+  PointArray control = pinhole_test::SitePoints(60, L"C", 5), targets;
+  CXYZ target(L"T1", 1046.0, 2031.0, 51.3);
+  targets.Add(target);
+  CProject project;
+  ASSERT_EQ(project.Create(L"Job"), 1);
+  ASSERT_EQ(project.SetControlPoints(control), 1);
+  PutDeviceFile(L"\\pic.jpg", "\xFF\xD8 picture \xFF\xD9");
+  const Pinhole* cameras[] = {&kWest, &kSouth, &kNorth};
+  for (int k = 0; k < 3; ++k) {
+    PointArray image = pinhole_test::Photograph(*cameras[k], control);
+    CXYZ seen = cameras[k]->Image(target);
+    if (k == 2) {  // the third picture shows seven controls, and its target 3 px off
+      while (image.GetSize() > 7) image.RemoveAt(image.GetSize() - 1);
+      seen.X += 3.0;
+    }
+    image.Add(seen);
+    CSize size(640, 480);
+    CString photo;
+    ASSERT_EQ(photogrammetry::AddMeasuredPhoto(project, L"\\pic.jpg", size, image, photo), 1);
+  }
+  photogrammetry::JobReport loose, strict;
+  ASSERT_EQ(photogrammetry::SolvePhotogrammetryJob(project, &targets, loose), 1);
+  EXPECT_EQ(loose.SolvedPhotos(), 3);
+  ASSERT_EQ(loose.points.size(), 1u);
+  EXPECT_EQ(loose.points[0].photos, 3);
+  EXPECT_GT(loose.WorstError(), 0.01);  // the bad ray pulls the point off
+
+  ASSERT_EQ(photogrammetry::SolvePhotogrammetryJob(project, &targets, strict, 10), 1);
+  EXPECT_EQ(strict.SolvedPhotos(), 2);
+  EXPECT_EQ(strict.photos[2].solved, 0);
+  EXPECT_EQ(strict.photos[2].controls, 7);
+  // Its earlier solution is gone from the project, not reused.
+  CDLT stale;
+  EXPECT_EQ(project.GetDLT(strict.photos[2].name, stale), 0);
+  ASSERT_EQ(strict.points.size(), 1u);
+  EXPECT_EQ(strict.points[0].photos, 2);
+  EXPECT_LT(strict.WorstError(), 1e-4);
+  EXPECT_LT(strict.photos[0].sigma, 1e-4);
+  EXPECT_LT(strict.photos[0].centre.Len(kWest.centre), 1e-3);
+  const std::vector<std::string> lines = strict.Lines();
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_NE(lines[2].find("DLT not solved (7 controls)"), std::string::npos) << lines[2];
+  EXPECT_NE(lines[4].find("2 of 3 photos solved, 1 points intersected"), std::string::npos)
+      << lines[4];
 }
 
 }  // namespace

@@ -1,0 +1,149 @@
+// The DLT against photographs of ideal cameras built independently of it:
+// exact photographs give the camera back (every other point and the
+// projection centre), noisy ones residuals of the noise; too few, planar or
+// unmatched controls are refused; ".DLT" files read back exactly and
+// malformed ones change nothing.
+#include "photogrammetry/dlt.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "platform/afx_string.h"
+#include "tests/photogrammetry/pinhole.h"
+#include "tests/support/test_support.h"
+
+namespace {
+
+using namespace pinhole_test;
+
+double WorstReprojection(const CDLT& dlt, const Pinhole& camera, const PointArray& points) {
+  double worst = 0.0;
+  for (const CXYZ& p : points) {
+    double x = 0, y = 0;
+    EXPECT_EQ(dlt.Project(p, x, y), 1);
+    const CXYZ truth = camera.Image(p);
+    worst = std::max(worst, std::hypot(x - truth.X, y - truth.Y));
+  }
+  return worst;
+}
+
+TEST(DLT, ExactPhotographsGiveTheCameraBack) {
+  PointArray control = SitePoints(8, L"C", 1), check = SitePoints(30, L"K", 2);
+  for (const Pinhole* camera : {&kWest, &kSouth, &kNorth}) {
+    PointArray image = Photograph(*camera, control);
+    CDLT dlt;
+    ASSERT_EQ(dlt.Solve(control, image), 1);
+    // Every other point lands where the camera puts it: the eleven
+    // parameters carry the whole projective camera.
+    EXPECT_LT(WorstReprojection(dlt, *camera, check), 1e-6);
+    EXPECT_LT(dlt.m_dSigma, 1e-6);
+    CXYZ centre;
+    ASSERT_EQ(dlt.GetCentre(centre), 1);
+    EXPECT_LT(centre.Len(camera->centre), 1e-4);
+    ASSERT_EQ(dlt.GetControlCount(), 8);
+    EXPECT_EQ(dlt.m_Residuals[0].Name, CString(L"C1"));
+  }
+}
+
+TEST(DLT, NoisyMeasurementsGiveResidualsOfTheNoise) {
+  PointArray control = SitePoints(20, L"C", 3), check = SitePoints(30, L"K", 4);
+  const double noise = 0.2;  // px
+  CDLT dlt;
+  PointArray image = Photograph(kSouth, control, noise, 5);
+  ASSERT_EQ(dlt.Solve(control, image), 1);
+  // RMS length of the 20 residual vectors after fitting 11 parameters to 40
+  // observations: about noise * sqrt(2) * sqrt((40 - 11) / 40) = 0.24 px.
+  EXPECT_GT(dlt.m_dSigma, 0.15);
+  EXPECT_LT(dlt.m_dSigma, 0.35);
+  // Inside the control block the fitted camera stays within a few noise widths.
+  EXPECT_LT(WorstReprojection(dlt, kSouth, check), 4 * noise);
+  double sum2 = 0.0;
+  for (const CXYZ& v : dlt.m_Residuals) sum2 += v.X * v.X + v.Y * v.Y;
+  EXPECT_NEAR(std::sqrt(sum2 / 20), dlt.m_dSigma, 1e-12);
+}
+
+TEST(DLT, TooFewPlanarOrUnmatchedControlsAreRefused) {
+  PointArray five = SitePoints(5, L"C", 6);
+  PointArray plane = SitePoints(8, L"C", 7);  // eight controls on one sloping plane
+  for (CXYZ& p : plane) p.Z = 50.0 + 0.1 * (p.X - 1040.0) - 0.05 * (p.Y - 2030.0);
+  PointArray six = SitePoints(6, L"C", 8), others = SitePoints(6, L"X", 8);
+  PointArray other_image = Photograph(kWest, others);  // names pair the points
+  PointArray five_image = Photograph(kWest, five), plane_image = Photograph(kWest, plane);
+  CDLT dlt;
+  dlt.m_dL[0] = 42.0;
+  EXPECT_EQ(dlt.Solve(five, five_image), 0);
+  EXPECT_EQ(dlt.Solve(plane, plane_image), 0);
+  EXPECT_EQ(dlt.Solve(six, other_image), 0);
+  EXPECT_EQ(dlt.m_dL[0], 42.0);  // unchanged
+
+  // Shuffled order and extra unmatched points are fine.
+  PointArray seven = SitePoints(7, L"C", 9);
+  PointArray seven_image = Photograph(kWest, seven), shuffled;
+  for (int i = seven_image.GetSize() - 1; i >= 0; --i) shuffled.Add(seven_image[i]);
+  shuffled.Add(other_image[0]);
+  EXPECT_EQ(dlt.Solve(seven, shuffled), 1);
+  EXPECT_LT(WorstReprojection(dlt, kWest, SitePoints(10, L"K", 10)), 1e-6);
+}
+
+using DLTFile = testing_support::DeviceTest;
+
+TEST_F(DLTFile, WrittenParametersReadBackExactly) {
+  PointArray control = SitePoints(9, L"C", 11);
+  CDLT dlt;
+  PointArray image = Photograph(kNorth, control, 0.3, 12);
+  ASSERT_EQ(dlt.Solve(control, image), 1);
+  dlt.Name = L"P001";
+  ASSERT_EQ(dlt.Write(L"\\P001.DLT"), 1);
+  CDLT back;
+  ASSERT_EQ(back.Read(L"\\P001.DLT"), 1);
+  EXPECT_EQ(back.Name, CString(L"P001"));
+  for (int i = 0; i < 11; ++i) EXPECT_EQ(back.m_dL[i], dlt.m_dL[i]) << "L" << i + 1;
+  EXPECT_EQ(back.m_dSigma, dlt.m_dSigma);
+  ASSERT_EQ(back.GetControlCount(), 9);
+  EXPECT_EQ(back.m_Residuals[8].Name, CString(L"C9"));
+  EXPECT_EQ(back.m_Residuals[8].Y, dlt.m_Residuals[8].Y);
+  const std::string text = GetDeviceFile(L"\\P001.DLT");
+  EXPECT_EQ(text.rfind("DLT\t1\nphoto\tP001\nL1\t", 0), 0u);
+  EXPECT_NE(text.find("\ncontrols\t9\nC1\t"), std::string::npos);
+  EXPECT_EQ(dlt.Read(L"\\missing.DLT"), 0);
+}
+
+TEST_F(DLTFile, MalformedFilesAreRefusedAndChangeNothing) {
+  std::string good = "DLT\t1\nphoto\tP\n";
+  for (int i = 1; i <= 11; ++i) good += "L" + std::to_string(i) + "\t" + std::to_string(i) + ".5\n";
+  good += "sigma\t0.25\ncontrols\t1\nC1\t0.1\t-0.2\nend\n";
+  CDLT dlt;
+  ASSERT_EQ(dlt.Parse(good.data(), int(good.size())), 1);
+  EXPECT_EQ(dlt.m_dL[10], 11.5);
+  EXPECT_EQ(dlt.m_dSigma, 0.25);
+  EXPECT_EQ(dlt.m_Residuals[0].Y, -0.2);
+
+  auto replaced = [&](const std::string& from, const std::string& to) {
+    std::string text = good;
+    text.replace(text.find(from), from.size(), to);
+    return text;
+  };
+  const std::string bad[] = {
+      good.substr(0, good.size() - 4),         // no end line
+      replaced("controls\t1", "controls\t2"),  // count larger than the lines
+      replaced("L7\t7.5", "L7\t7,5"),          // decimal comma
+      replaced("L7\t7.5", "L7\tnan"),
+      replaced("L3\t", "L4\t"),              // wrong order
+      replaced("DLT\t1", "DLT\t2"),          // unknown version
+      replaced("C1\t0.1\t-0.2", "C1\t0.1"),  // missing field
+      replaced("controls\t1", "controls\t-1"),
+      "",
+  };
+  for (const std::string& text : bad) {
+    SCOPED_TRACE(text);
+    CDLT probe = dlt;
+    probe.m_dL[0] = -7.0;
+    EXPECT_EQ(probe.Parse(text.data(), int(text.size())), 0);
+    EXPECT_EQ(probe.m_dL[0], -7.0);
+    EXPECT_EQ(probe.GetControlCount(), 1);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,91 @@
+// Space intersection from DLTs of ideal cameras built independently of it:
+// two or three photographs fix points exactly, noisy rays give their
+// residuals, and one ray, one photograph twice, or photographs sharing their
+// projection centre fix nothing.
+#include "photogrammetry/space_intersection.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "photogrammetry/dlt.h"
+#include "tests/photogrammetry/pinhole.h"
+
+namespace {
+
+using namespace pinhole_test;
+
+CDLT Solved(const Pinhole& camera) {
+  PointArray control = SitePoints(12, L"C", 13);
+  PointArray image = Photograph(camera, control);
+  CDLT dlt;
+  EXPECT_EQ(dlt.Solve(control, image), 1);
+  return dlt;
+}
+
+TEST(SpaceIntersection, TwoOrThreePhotographsFixThePoints) {
+  const Pinhole* cameras[] = {&kWest, &kSouth, &kNorth};
+  const CDLT dlts[] = {Solved(kWest), Solved(kSouth), Solved(kNorth)};
+  for (const CXYZ& t : SitePoints(15, L"T", 14)) {
+    for (int used : {2, 3}) {
+      CSpaceIntersection rays;
+      for (int c = 0; c < used; ++c) {
+        const CXYZ xy = cameras[c]->Image(t);
+        rays.Add(dlts[c], xy.X, xy.Y);
+      }
+      CXYZ p(t.Name, 0, 0, 0);
+      ASSERT_EQ(rays.Solve(p), 1);
+      EXPECT_LT(p.Len(t), 1e-6) << "photographs " << used;
+      EXPECT_EQ(p.Name, t.Name);
+      EXPECT_LT(rays.m_dSigma, 1e-6);
+    }
+  }
+}
+
+TEST(SpaceIntersection, NoisyRaysGiveTheirResidualsAndTheirAngle) {
+  const CXYZ truth(L"T", 1043.2, 2027.9, 53.1);
+  const CXYZ a = kWest.Image(truth), b = kSouth.Image(truth);
+  CSpaceIntersection rays;
+  rays.Add(Solved(kWest), a.X + 0.5, a.Y - 0.3);
+  rays.Add(Solved(kSouth), b.X - 0.2, b.Y + 0.4);
+  CXYZ p;
+  ASSERT_EQ(rays.Solve(p), 1);
+  // Half a pixel at ~50 m with 5.6 um / 8 mm pixels is about 17 mm; with
+  // near-perpendicular rays the point moves by about that much.
+  EXPECT_LT(p.Len(truth), 0.05);
+  EXPECT_GT(p.Len(truth), 0.002);
+  // Four observations, three unknowns: one degree of freedom of residual.
+  double sum2 = 0.0;
+  for (int i = 0; i < 2; ++i)
+    sum2 += std::pow(rays.GetResidualX(i), 2) + std::pow(rays.GetResidualY(i), 2);
+  EXPECT_NEAR(std::sqrt(sum2 / 2), rays.m_dSigma, 1e-12);
+  EXPECT_GT(rays.m_dSigma, 0.01);
+  // The rays to the two true centres cross at 97.8 degrees: 82.2 counted
+  // from the nearer side.
+  const CXYZ u = Pinhole::Unit(kWest.centre - p), v = Pinhole::Unit(kSouth.centre - p);
+  const double angle = std::acos(Pinhole::Dot(u, v)) * 180.0 / M_PI;
+  EXPECT_NEAR(rays.GetIntersectionAngle(p), std::min(angle, 180.0 - angle), 1e-3);
+  EXPECT_NEAR(rays.GetIntersectionAngle(p), 82.2, 0.1);
+}
+
+TEST(SpaceIntersection, RaysFromOneCentreDoNotFixAPoint) {
+  const CXYZ target(L"T", 1040.0, 2030.0, 52.0);
+  // A second picture from the west camera's centre, turned 7 degrees.
+  const Pinhole turned(kWest.centre, CXYZ(1040.0 - 5.0, 2030.0 + 5.0, 52.0), kFocalPx, 320, 240);
+  const CDLT west = Solved(kWest);
+  const CXYZ xy = kWest.Image(target), xy2 = turned.Image(target);
+  CXYZ p(L"T", 1.0, 2.0, 3.0);
+  CSpaceIntersection rays;
+  rays.Add(west, xy.X, xy.Y);
+  EXPECT_EQ(rays.Solve(p), 0);  // one ray
+  rays.Add(west, xy.X, xy.Y);   // the same photograph again: one ray twice
+  EXPECT_EQ(rays.Solve(p), 0);
+  CSpaceIntersection one_station;
+  one_station.Add(west, xy.X, xy.Y);
+  one_station.Add(Solved(turned), xy2.X, xy2.Y);
+  EXPECT_EQ(one_station.Solve(p), 0);
+  EXPECT_EQ(p.X, 1.0);
+}
+
+}  // namespace
