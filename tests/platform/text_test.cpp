@@ -1,12 +1,16 @@
+// Text: formatting with the Windows meaning of %s and a decimal point in any
+// locale, UTF-8 both ways, CString and CKvoArray basics, and translation.
 #include "platform/text.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <clocale>
+#include <string>
 
 #include "platform/afx_string.h"
 #include "platform/kvo_array.h"
+#include "platform/xlate.h"
 
 namespace {
 
@@ -59,10 +63,6 @@ TEST(KvoArray, GrowsAndKeepsOrder) {
   EXPECT_EQ(a[2], 5.0);
 }
 
-}  // namespace
-
-namespace {
-
 // Bytes that are not UTF-8 text decode to U+FFFD one byte at a time, so that
 // encoding the result and decoding it again gives the same text.
 TEST(Utf8, InvalidSequencesBecomeReplacementCharactersStably) {
@@ -82,6 +82,21 @@ TEST(Utf8, InvalidSequencesBecomeReplacementCharactersStably) {
     EXPECT_EQ(platform::Utf8ToWide(platform::WideToUtf8(once)), once);
   }
   EXPECT_EQ(platform::Utf8ToWide("\xF4\x8F\xBF\xBF"), std::wstring(1, wchar_t(0x10FFFF)));
+}
+
+// Xlate: identity until the host installs a translation.
+TEST(Xlate, IdentityUntilATranslatorIsInstalled) {
+  const wchar_t* text = L"Please specify within the limit.";
+  EXPECT_EQ(Xlate(text), text) << "the very same text comes back";
+  EXPECT_EQ(Xlate(nullptr), nullptr);
+  platform::SetTranslator([](const std::wstring& t) { return L"<" + t + L">"; });
+  const wchar_t* translated = Xlate(L"Saved OK.");
+  EXPECT_EQ(std::wstring(translated), L"<Saved OK.>");
+  Xlate(L"another text");
+  EXPECT_EQ(std::wstring(translated), L"<Saved OK.>") << "earlier results stay valid";
+  EXPECT_EQ(Xlate(L"Saved OK."), translated) << "same text, same buffer";
+  platform::SetTranslator({});
+  EXPECT_EQ(Xlate(text), text);
 }
 
 }  // namespace
