@@ -1,6 +1,6 @@
 // SafeFile: the temporary-file-and-rename save every whole-file writer uses.
-// Its flush and rename failing are drilled with every writer in
-// tests/faults/safe_save_test.cpp.
+// Its writes, flush and rename failing are drilled with every writer in the
+// fault matrix (tests/faults/).
 #include "platform/safe_file.h"
 
 #include <gtest/gtest.h>

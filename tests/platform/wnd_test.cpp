@@ -216,19 +216,15 @@ TEST_F(WndTest, SetTimerAgainRestartsAndKillStops) {
   EXPECT_EQ(platform::RunningTimers(), 1u);
   w.DestroyWindow();
   EXPECT_EQ(platform::RunningTimers(), 0u);
-}
 
-int g_procCalls = 0;
-void CountingProc(HWND, UINT message, UINT_PTR, DWORD) {
-  if (message == WM_TIMER) ++g_procCalls;
-}
-
-TEST_F(WndTest, TimerWithProcedureCallsItInsteadOfTheWindow) {
-  g_procCalls = 0;
-  UINT_PTR id = SetTimer(nullptr, 0, 100, &CountingProc);
+  // A timer with a procedure calls it instead of a window.
+  static int procCalls = 0;
+  UINT_PTR id = SetTimer(nullptr, 0, 100, [](HWND, UINT message, UINT_PTR, DWORD) {
+    if (message == WM_TIMER) ++procCalls;
+  });
   ASSERT_NE(id, 0u);
   platform::AdvanceTime(350);
-  EXPECT_EQ(g_procCalls, 3);
+  EXPECT_EQ(procCalls, 3);
   EXPECT_TRUE(KillTimer(nullptr, id));
 }
 
@@ -342,7 +338,7 @@ TEST_F(WndTest, TapGoesToTopmostWindowInClientCoordinates) {
   EXPECT_EQ(platform::InjectTap(300, 200), platform::DesktopWindow()->m_hWnd);
 }
 
-TEST_F(WndTest, MessageBoxIsOwnedByTheWindow) {
+TEST_F(WndTest, MessageBoxIsOwnedByTheWindowAndTheWaitCursorIsAState) {
   Probe w;
   ASSERT_TRUE(w.CreateEx(0, nullptr, nullptr, WS_CHILD, RECT{0, 0, 10, 10}, nullptr, 1));
   w.MessageBox(L"text", L"caption", MB_ICONINFORMATION);
@@ -352,10 +348,7 @@ TEST_F(WndTest, MessageBoxIsOwnedByTheWindow) {
   EXPECT_EQ(boxes_.LastCaption(), L"caption");
   EXPECT_EQ(boxes_.calls()[0].type, MB_ICONINFORMATION);
   EXPECT_FALSE(boxes_.calls()[0].application);
-}
-
-TEST_F(WndTest, WaitCursorIsAStateTheHostReads) {
-  Probe w;
+  // The wait cursor is a state the host reads.
   EXPECT_FALSE(platform::WaitCursorShown());
   w.BeginWaitCursor();
   EXPECT_TRUE(platform::WaitCursorShown());
