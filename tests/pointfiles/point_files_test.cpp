@@ -68,11 +68,12 @@ TEST_F(PointFiles, CsvColumnsAreTrimmedAndOptional) {
                 "R,1,2,3,C,5,extra,columns\n"
                 "S,abc,,\n"
                 "T\n"
-                "\r\n"
-                "U,1,2,3");  // no final line feed
+                "\r\n" +
+                    std::string("V,1,2,3\0,X,7\n", 13) +  // a line ends at a zero byte
+                    "U,1,2,3");                           // no final line feed
   PointArray pts = Points({Point(L"stale", 9, 9, 9)});
   ASSERT_EQ(ReadCSVFile(L"\\c.csv", pts, 1), 1);
-  ASSERT_EQ(pts.GetSize(), 6);
+  ASSERT_EQ(pts.GetSize(), 7);
   EXPECT_EQ(pts[0].Name, L"P1");
   EXPECT_EQ(pts[0].X, 10.5);
   EXPECT_EQ(pts[0].Z, 30);
@@ -88,8 +89,11 @@ TEST_F(PointFiles, CsvColumnsAreTrimmedAndOptional) {
   EXPECT_EQ(pts[3].Name, L"S");  // unreadable and missing numbers give 0
   EXPECT_EQ(pts[3].X, 0);
   EXPECT_EQ(pts[4].Name, L"T");
-  EXPECT_EQ(pts[5].Name, L"U");
+  EXPECT_EQ(pts[5].Name, L"V");
   EXPECT_EQ(pts[5].Z, 3);
+  EXPECT_TRUE(pts[5].Code.IsEmpty());
+  EXPECT_EQ(pts[6].Name, L"U");
+  EXPECT_EQ(pts[6].Z, 3);
 }
 
 TEST_F(PointFiles, MissingFilesFailOrAreCreatedEmpty) {

@@ -255,11 +255,25 @@ TEST_F(PhotogrammetryJob, WeaklyControlledPhotographsStayOutOfTheIntersection) {
   EXPECT_LT(strict.WorstError(), 1e-4);
   EXPECT_LT(strict.photos[0].sigma, 1e-4);
   EXPECT_LT(strict.photos[0].centre.Len(kWest.centre), 1e-3);
+  EXPECT_EQ(strict.photos[0].measured, 61);
+  // The rays from the west and south centres cross at 92.0 degrees: 88.0
+  // from the nearer side.
+  const CXYZ u = Pinhole::Unit(kWest.centre - target), v = Pinhole::Unit(kSouth.centre - target);
+  EXPECT_NEAR(strict.points[0].angle, 180.0 - std::acos(Pinhole::Dot(u, v)) * 180.0 / kPi, 0.01);
   const std::vector<std::string> lines = strict.Lines();
   ASSERT_EQ(lines.size(), 5u);
-  EXPECT_NE(lines[2].find("DLT not solved (7 controls)"), std::string::npos) << lines[2];
-  EXPECT_NE(lines[4].find("2 of 3 photos solved, 1 points intersected"), std::string::npos)
-      << lines[4];
+  EXPECT_EQ(lines[0].rfind("photo P001: 61 points, DLT from 60 controls, sigma 0.000 px", 0), 0u);
+  EXPECT_NE(lines[0].find(", centre 1000.000 2000.000 51.500"), std::string::npos) << lines[0];
+  EXPECT_EQ(lines[2], "photo P003: 8 points, DLT not solved (7 controls)");
+  EXPECT_EQ(lines[3].rfind("point T1: 1046.0000 2031.0000 51.3000 from 2 photos", 0), 0u);
+  EXPECT_NE(lines[3].find(", angle 88.0 deg, error 0.0 mm ("), std::string::npos) << lines[3];
+  EXPECT_EQ(lines[4], "2 of 3 photos solved, 1 points intersected, worst check error 0.0 mm");
+  // Without check coordinates there is no error to report.
+  photogrammetry::JobReport unknown;
+  ASSERT_EQ(photogrammetry::SolvePhotogrammetryJob(project, nullptr, unknown, 10), 1);
+  EXPECT_EQ(unknown.points[0].known, 0);
+  EXPECT_EQ(unknown.WorstError(), -1.0);
+  EXPECT_EQ(unknown.Lines().back(), "2 of 3 photos solved, 1 points intersected");
 }
 
 }  // namespace

@@ -49,7 +49,10 @@ TEST_F(ProjectTest, CreateListRenameDelete) {
   EXPECT_EQ(names[0], CString(L"Abbey"));
   EXPECT_EQ(names[1], CString(L"Bridge"));
   EXPECT_EQ(Index(L"Abbey"), Backup(L"Abbey"));
-  EXPECT_EQ(Index(L"Abbey").rfind("IMGPRJ\t1\nname\tAbbey\n", 0), 0u);
+  // The check line is the CRC-32 of the lines before it (zlib's crc32).
+  EXPECT_EQ(Index(L"Abbey"),
+            "IMGPRJ\t1\nname\tAbbey\nfile\tcontrol\tcontrol.csv\nfile\tresult\tresult.csv\n"
+            "check\tC0EEFC5B\n");
 
   ASSERT_EQ(project_.Rename(L"Abbey", L"Abbey 2024"), 1);
   EXPECT_EQ(project_.GetName(), CString(L"Abbey 2024"));  // the open project follows
@@ -78,6 +81,17 @@ TEST_F(ProjectTest, BadNamesAndExistingProjectsAreRefused) {
     SCOPED_TRACE(platform::WideToUtf8(name));
     EXPECT_EQ(project_.Create(name.c_str()), ok);
   }
+  // "." and ".." name the projects' folder and its parent: never a project or
+  // a photograph, so nothing above a project is deleted, moved or written.
+  for (const wchar_t* up : {L".", L".."}) {
+    SCOPED_TRACE(platform::WideToUtf8(up));
+    CString photo = up;
+    EXPECT_EQ(project_.AddPhoto(L"\\JPEG\\20240503\\140709W100.jpg", photo), 0);
+    EXPECT_EQ(project_.Rename(up, L"moved"), 0);
+    EXPECT_EQ(project_.Delete(up), 0);
+  }
+  EXPECT_TRUE(DeviceFileExists(L"\\IMG_MAIN\\project\\Site\\project.hdr"));
+  EXPECT_EQ(project_.GetPhotoCount(), 0);
   boxes_.clear();
   EXPECT_EQ(project_.Open(L"Nowhere"), 0);
   EXPECT_EQ(boxes_.LastText(), L"File Open Error. E-507");

@@ -231,6 +231,14 @@ TEST_F(RTCardTest, FolderTreesCopyAndMoveWhole) {
   ASSERT_EQ(card_.MoveFolder(L"\\Storage Card\\job", L"\\IMG_MAIN\\job2"), 1);
   EXPECT_FALSE(DeviceFileExists(L"\\Storage Card\\job"));
   EXPECT_EQ(GetDeviceFile(L"\\IMG_MAIN\\job2\\sub\\deeper\\c.DLT"), c);
+  EXPECT_EQ(card_.IsFolder(L"\\IMG_MAIN\\job2\\sub"), 1);
+  EXPECT_EQ(card_.IsFile(L"\\IMG_MAIN\\job2\\sub"), 0);
+  // A sibling whose name starts with the source's is not inside it.
+  ASSERT_EQ(card_.CopyFolder(L"\\IMG_MAIN\\job", L"\\IMG_MAIN\\job 2"), 1);
+  EXPECT_EQ(card_.IsFile(L"\\IMG_MAIN\\job 2\\a.jpg"), 1);
+  ASSERT_EQ(card_.DeleteFolder(L"\\IMG_MAIN\\job2\\"), 1);
+  EXPECT_FALSE(DeviceFileExists(L"\\IMG_MAIN\\job2"));
+  EXPECT_EQ(card_.DeleteFolder(L"\\IMG_MAIN\\job2"), 0);
   EXPECT_EQ(boxes_.size(), 0u);
 }
 
