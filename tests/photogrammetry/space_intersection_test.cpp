@@ -88,4 +88,34 @@ TEST(SpaceIntersection, RaysFromOneCentreDoNotFixAPoint) {
   EXPECT_EQ(p.X, 1.0);
 }
 
+// A second camera as far from the target as the west one, turned about the
+// vertical through the target by `degrees` (beyond 90 degrees: by
+// `degrees` - 180 and then mirrored through the target): its ray crosses
+// the west one at that angle.
+TEST(SpaceIntersection, RaysMustCrossAtTwoDegreesOrMore) {
+  const CXYZ target(L"T", 1040.0, 2030.0, 52.0);
+  const CXYZ a = kWest.Image(target);
+  const CDLT west = Solved(kWest);
+  for (const auto& [degrees, solves] : {std::pair{2.5, 1}, {1.5, 0}, {178.5, 0}, {177.5, 1}}) {
+    SCOPED_TRACE(degrees);
+    const bool mirrored = degrees > 90.0;
+    const double t = (mirrored ? degrees - 180.0 : degrees) * M_PI / 180.0;
+    const CXYZ w = kWest.centre - target;
+    const CXYZ turned(
+        w.X * std::cos(t) - w.Y * std::sin(t), w.X * std::sin(t) + w.Y * std::cos(t), w.Z);
+    const CXYZ at = mirrored ? target - turned : target + turned;
+    const Pinhole other(at, target, kFocalPx, 320, 240);
+    const CXYZ b = other.Image(target);
+    CSpaceIntersection rays;
+    rays.Add(west, a.X, a.Y);
+    rays.Add(Solved(other), b.X, b.Y);
+    CXYZ p(L"T", 1.0, 2.0, 3.0);
+    EXPECT_EQ(rays.Solve(p), solves);
+    EXPECT_NEAR(rays.GetIntersectionAngle(target), std::min(degrees, 180.0 - degrees), 0.01);
+    if (solves) {
+      EXPECT_LT(p.Len(target), 1e-6);
+    }
+  }
+}
+
 }  // namespace
