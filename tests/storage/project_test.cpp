@@ -175,6 +175,55 @@ TEST_F(ProjectTest, DamagedOrMissingIndexIsRestoredFromTheBackup) {
   EXPECT_EQ(boxes_.LastText(), L"Invalid File. E-508");
 }
 
+// CRC-32 as zlib computes it (reflected, polynomial 0xEDB88320).
+uint32_t Crc32(std::string_view bytes) {
+  uint32_t c = 0xFFFFFFFFu;
+  for (unsigned char b : bytes) {
+    c ^= b;
+    for (int k = 0; k < 8; ++k) c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1u)));
+  }
+  return ~c;
+}
+
+// Index text whose check line matches: only a complete, consistent index is
+// taken, and a refused one changes nothing.
+TEST(ProjectIndex, OnlyConsistentIndexTextIsTaken) {
+  const std::string head = "IMGPRJ\t1\nname\tSite\nfile\tcontrol\tcontrol.csv\n";
+  const std::string a = "photo\tA\tA.jpg\tA.imc\tA.DLT\n";
+  const struct {
+    std::string body;
+    int photos;  // -1: refused
+  } cases[] = {{head + a, 1},
+               {head + "file\tcamera\tcamera.cmr\nfile\tresult\tresult.csv\n" + a, 1},
+               {head, 0},
+               {"IMGPRJ\t2\nname\tSite\n", -1},
+               {"IMGPRJ\t1\n", -1},
+               {"IMGPRJ\t1\nname\t..\n", -1},
+               {"IMGPRJ\t1\nlabel\tSite\n", -1},
+               {head + "file\tcontrol\tother.csv\n", -1},
+               {head + "file\tcamera\tlens.cmr\n", -1},
+               {head + "photo\tA\tB.jpg\tA.imc\tA.DLT\n", -1},
+               {head + "photo\tA\tA.jpg\tA.imc\tA.dlt\n", -1},
+               {head + "photo\t.\t..jpg\t..imc\t..DLT\n", -1},
+               {head + "photo\tA\tA.jpg\tA.imc\n", -1},
+               {head + a + a, -1},
+               {head + "junk\n", -1}};
+  auto withCheck = [](const std::string& body) {
+    return body + platform::FormatA("check\t%08X\n", Crc32(body));
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.body);
+    CProject project;
+    const std::string before = withCheck(head + a + "photo\tB\tB.jpg\tB.imc\tB.DLT\n");
+    ASSERT_EQ(project.ParseIndex(before.data(), int(before.size())), 1);
+    EXPECT_EQ(project.ParseIndex(c.body.data(), int(c.body.size())), 0);  // no check line
+    const std::string text = withCheck(c.body);
+    EXPECT_EQ(project.ParseIndex(text.data(), int(text.size())), c.photos >= 0 ? 1 : 0);
+    EXPECT_EQ(project.GetPhotoCount(), c.photos >= 0 ? c.photos : 2);
+    EXPECT_EQ(project.GetName(), CString(L"Site"));
+  }
+}
+
 TEST_F(ProjectTest, SolvesAndIntersectsThroughItsFiles) {
   ASSERT_EQ(project_.Create(L"Site"), 1);
   PointArray control = SitePoints(10, L"C", 20), targets = SitePoints(6, L"T", 21);
