@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-#include "tests/geometry/decimal_comma_locale.h"
+#include "tests/support/decimal_comma_locale.h"
 #include "tests/support/matchers.h"
 #include "tests/support/test_support.h"
 

@@ -12,7 +12,7 @@
 
 #include "sim/instrument.h"
 #include "tests/sim/library_projection.h"
-#include "tests/sim/picture.h"
+#include "tests/support/picture.h"
 
 namespace {
 

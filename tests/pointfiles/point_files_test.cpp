@@ -12,7 +12,7 @@
 #include "platform/faults.h"
 #include "platform/file.h"
 #include "platform/fs.h"
-#include "tests/geometry/decimal_comma_locale.h"
+#include "tests/support/decimal_comma_locale.h"
 #include "tests/support/test_support.h"
 
 namespace {

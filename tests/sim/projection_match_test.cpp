@@ -13,8 +13,8 @@
 #include "sim/ray_table.h"
 #include "sim/renderer.h"
 #include "tests/sim/library_projection.h"
-#include "tests/sim/picture.h"
-#include "tests/sim/site.h"
+#include "tests/support/picture.h"
+#include "tests/support/site.h"
 
 namespace {
 

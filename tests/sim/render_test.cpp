@@ -9,8 +9,8 @@
 #include "sim/exposure.h"
 #include "sim/frame_image.h"
 #include "sim/instrument.h"
-#include "tests/sim/picture.h"
-#include "tests/sim/site.h"
+#include "tests/support/picture.h"
+#include "tests/support/site.h"
 
 namespace {
 

@@ -49,7 +49,7 @@
 #include "platform/text.h"
 #include "sim/instrument.h"
 #include "tests/liveview/survey_view_fixture.h"
-#include "tests/sim/site.h"
+#include "tests/support/site.h"
 
 namespace soak_test {
 namespace {

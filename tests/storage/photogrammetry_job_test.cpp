@@ -26,7 +26,7 @@
 #include "storage/project.h"
 #include "tests/photogrammetry/pinhole.h"
 #include "tests/sim/library_projection.h"
-#include "tests/sim/picture.h"
+#include "tests/support/picture.h"
 #include "tests/support/test_support.h"
 
 namespace {

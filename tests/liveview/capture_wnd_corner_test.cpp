@@ -18,8 +18,8 @@
 #include "sim/camera_pose.h"
 #include "sim/instrument.h"
 #include "tests/liveview/survey_view_fixture.h"
-#include "tests/sim/site.h"
 #include "tests/support/screenshot.h"
+#include "tests/support/site.h"
 
 namespace survey_view_test {
 namespace {

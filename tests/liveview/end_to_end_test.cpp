@@ -12,8 +12,8 @@
 #include "sim/calibration_memory.h"
 #include "sim/instrument.h"
 #include "tests/liveview/survey_view_fixture.h"
-#include "tests/sim/picture.h"
-#include "tests/sim/site.h"
+#include "tests/support/picture.h"
+#include "tests/support/site.h"
 
 namespace survey_view_test {
 namespace {

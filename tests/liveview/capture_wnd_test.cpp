@@ -2,6 +2,8 @@
 // posted capture start, timer ticks by advancing the clock, the failure
 // messages of capture initialisation, the still grabs, destruction, and
 // screenshots of the view.
+#include "liveview/capture_wnd.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +16,6 @@
 #include "devices/eeprom_module.h"
 #include "devices/frame_source.h"
 #include "image/dib_ex.h"
-#include "liveview/capture_wnd.h"
 #include "platform/desktop.h"
 #include "platform/faults.h"
 #include "platform/modules.h"
