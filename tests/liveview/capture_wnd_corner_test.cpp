@@ -12,16 +12,15 @@
 #include <utility>
 #include <vector>
 
-#include "devices/eeprom_module.h"
 #include "platform/desktop.h"
 #include "platform/framebuffer.h"
 #include "sim/camera_pose.h"
 #include "sim/instrument.h"
-#include "tests/liveview/survey_view_fixture.h"
+#include "tests/support/live_view.h"
 #include "tests/support/screenshot.h"
 #include "tests/support/site.h"
 
-namespace survey_view_test {
+namespace liveview_test {
 namespace {
 
 constexpr double kDegPerPixel = 0.0056 / 248.46 * 180.0 / 3.141592653589793;  // tele, at scale 1
@@ -30,29 +29,6 @@ struct ClientPt {
   double x = 0.0;
   double y = 0.0;
 };
-
-template <class T>
-void Store(int item, T value) {
-  std::vector<uint8_t> bytes(sizeof(T));
-  std::memcpy(bytes.data(), &value, sizeof(T));
-  ASSERT_TRUE(devices::eeprom::SetItem(item, bytes));
-}
-
-// The instrument's calibration in its memory, as the factory leaves it.
-void StoreCalibration(const sim::Calibration& c) {
-  Store<double>(80, c.focal_length);
-  Store<double>(81, c.principal_x);
-  Store<double>(82, c.principal_y);
-  Store<int32_t>(83, c.dist.GetDistModel());
-  for (int i = 0; i < 4; ++i) Store<double>(84 + i, 0.0);
-  Store<double>(88, c.resolution_x);
-  Store<double>(89, c.resolution_y);
-  Store<int16_t>(90, int16_t(c.wide_center_x));
-  Store<int16_t>(91, int16_t(c.wide_center_y));
-  Store<int16_t>(92, int16_t(c.tele_center_x));
-  Store<int16_t>(93, int16_t(c.tele_center_y));
-  for (int item = 94; item <= 99; ++item) Store<double>(item, 0.0);
-}
 
 // Films another source and notes whether the view's timer was at rest while
 // a frame was taken.
@@ -68,22 +44,9 @@ struct TimerWitness : devices::FrameSource {
   bool locked = false;
 };
 
-class CornerModeTest : public SurveyViewTest {
+class CornerModeTest : public SimLiveViewTest {
  protected:
-  void Start() {
-    instrument_ = std::make_shared<sim::Instrument>();
-    instrument_->SetCalibration(calibration_);
-    devices::SetFrameSource(instrument_);
-    StoreCalibration(calibration_);
-    CreateView();
-  }
-  void Turn(double v, double h) {
-    instrument_->station().SetAngles(v, h);
-    const sim::Vec3 axis = instrument_->station().State().AxisPoint();
-    CXYZ mp(axis.x, axis.y, axis.z);
-    view_->SetMp(mp);
-    view_->UpdateAngle(v, h);
-  }
+  void Start() { SimLiveViewTest::Start(calibration_); }
   // Where a world point (pipeline axes, metres) appears in the client area
   // on the tele camera: pinhole of the telescope's focal length through the
   // middle of the image-centre pixel, then the driver's display record
@@ -132,7 +95,6 @@ class CornerModeTest : public SurveyViewTest {
   }
 
   sim::Calibration calibration_;
-  std::shared_ptr<sim::Instrument> instrument_;
 };
 
 int Nearest(const std::vector<ClientPt>& corners, double x, double y, double* margin) {
@@ -320,4 +282,4 @@ TEST_F(CornerModeTest, TapTakesThePointAndThePaintLooksForTheCorner) {
 }
 
 }  // namespace
-}  // namespace survey_view_test
+}  // namespace liveview_test

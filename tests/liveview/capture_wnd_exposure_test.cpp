@@ -5,10 +5,9 @@
 #include <memory>
 
 #include "platform/dc.h"
-#include "platform/faults.h"
-#include "tests/liveview/survey_view_fixture.h"
+#include "tests/support/live_view.h"
 
-namespace survey_view_test {
+namespace liveview_test {
 namespace {
 
 // Every fourth sensor column white, the rest black: mean 63, range 0..255.
@@ -21,7 +20,7 @@ class CombSource : public devices::FrameSource {
   }
 };
 
-class ExposureTest : public SurveyViewTest {
+class ExposureTest : public LiveViewTest {
  protected:
   void Film(std::shared_ptr<devices::FrameSource> source) {
     devices::SetFrameSource(std::move(source));
@@ -52,66 +51,71 @@ TEST_F(ExposureTest, StatisticsOfAHandMadeHistogram) {
   EXPECT_EQ(mean, 0);
 }
 
-TEST_F(ExposureTest, MeanInsideTheDeadBandLeavesTheExposure) {
-  Film(std::make_shared<FlatSource>(Rgb565(0, 45, 31)));  // luminance 135
-  int max = 0, min = 0, mean = 0;
-  ASSERT_EQ(view_->AE_CheckDensity(max, min, mean), TRUE);
-  EXPECT_EQ(mean, 135);
-  EXPECT_EQ(view_->m_histogram[135], 64 * 64);
+// One automatic step on a film of known luminance: the mode's measure
+// against its target (128, or 200 for the maximum), a quarter of the
+// difference as the step, nothing inside the dead band, clamped to -112..143.
+struct StepCase {
+  const char* name;
+  bool comb;  // else flat
+  uint16_t pixel;
+  int mode, start, expected;
+};
+
+void PrintTo(const StepCase& c, std::ostream* os) { *os << c.name; }
+
+class ExposureStepTest : public ExposureTest, public ::testing::WithParamInterface<StepCase> {};
+
+TEST_P(ExposureStepTest, StepsByAQuarterOfTheDifference) {
+  const StepCase& c = GetParam();
+  if (c.comb)
+    Film(std::make_shared<CombSource>());
+  else
+    Film(std::make_shared<FlatSource>(c.pixel));
   devices::capture::ClearLog();
-  EXPECT_EQ(Adjust(1, 20), 20);  // step (135 - 128) / 4 = 1
-  for (const auto& r : devices::capture::Log()) EXPECT_NE(r.code, IOCTL_VCAP_START_CAPTURE);
+  EXPECT_EQ(Adjust(c.mode, c.start), c.expected);
+  if (c.expected == c.start) {
+    EXPECT_EQ(Requests(IOCTL_VCAP_START_CAPTURE), 0) << "no step, no restart";
+  } else {
+    ASSERT_TRUE(devices::capture::LastStart().has_value());
+    EXPECT_EQ(devices::capture::LastStart()->Brightness, c.expected);
+  }
 }
 
-TEST_F(ExposureTest, MeanOf140LowersTheExposureByThree) {
+INSTANTIATE_TEST_SUITE_P(
+    Films,
+    ExposureStepTest,
+    ::testing::Values(StepCase{"mean_135_in_dead_band", false, Rgb565(0, 45, 31), 1, 20, 20},
+                      StepCase{"mean_140_lowers_by_3", false, Rgb565(0, 47, 31), 1, 20, 17},
+                      StepCase{"white_max_lowers_by_13", false, 0xFFFF, 3, 0, -13},
+                      StepCase{"white_max_clamps_low", false, 0xFFFF, 3, -110, -112},
+                      StepCase{"white_mean_lowers_by_31", false, 0xFFFF, 1, 100, 69},
+                      StepCase{"black_mean_raises_by_32", false, 0, 1, 0, 32},
+                      StepCase{"black_max_raises_by_50", false, 0, 3, 0, 50},
+                      StepCase{"black_mid_clamps_high", false, 0, 2, 130, 143},
+                      StepCase{"comb_mean_63", true, 0, 1, 0, 16},
+                      StepCase{"comb_mid_127", true, 0, 2, 0, 0},
+                      StepCase{"comb_max_255", true, 0, 3, 0, -13}));
+
+TEST_F(ExposureTest, DensityOfAFlatFilmAndTheDensityOffset) {
   Film(std::make_shared<FlatSource>(Rgb565(0, 47, 31)));  // luminance 140
-  devices::capture::ClearLog();
-  EXPECT_EQ(Adjust(1, 20), 17);
-  ASSERT_TRUE(devices::capture::LastStart().has_value());
-  EXPECT_EQ(devices::capture::LastStart()->Brightness, 17);
+  int max = 0, min = 0, mean = 0;
+  ASSERT_EQ(view_->AE_CheckDensity(max, min, mean), TRUE);
+  EXPECT_EQ(mean, 140);
+  EXPECT_EQ(view_->m_histogram[140], 64 * 64);
   // The density offset is subtracted before comparing: 140 - 12 = 128.
   view_->m_aeDensityOffset = 12;
   EXPECT_EQ(Adjust(1, 20), 20);
 }
 
-TEST_F(ExposureTest, WhiteInMaximumModeStepsBy13AndClamps) {
-  Film(std::make_shared<FlatSource>(0xFFFF));
-  EXPECT_EQ(Adjust(3, 0), -13);  // (255 - 200) / 4
-  EXPECT_EQ(Adjust(3, -110), -112);
-  EXPECT_EQ(Adjust(1, 100), 100 - 31);  // (255 - 128) / 4
-}
-
-TEST_F(ExposureTest, BlackRaisesTheExposureUpToTheTop) {
-  Film(std::make_shared<FlatSource>(0));
-  EXPECT_EQ(Adjust(1, 0), 32);  // (0 - 128) / 4 = -32
-  EXPECT_EQ(Adjust(3, 0), 50);
-  EXPECT_EQ(Adjust(2, 130), 143);
-}
-
-TEST_F(ExposureTest, TheThreeModesMeasureDifferentValues) {
+TEST_F(ExposureTest, CombMeasuresAllThreeValuesAndModeZeroDoesNothing) {
   Film(std::make_shared<CombSource>());
   int max = 0, min = 0, mean = 0;
   ASSERT_EQ(view_->AE_CheckDensity(max, min, mean), TRUE);
-  ASSERT_EQ(max, 255);
-  ASSERT_EQ(min, 0);
-  ASSERT_EQ(mean, 63);
-  EXPECT_EQ(Adjust(1, 0), 16);   // (63 - 128) / 4 = -16
-  EXPECT_EQ(Adjust(2, 0), 0);    // (127 - 128) / 4 = 0
-  EXPECT_EQ(Adjust(3, 0), -13);  // (255 - 200) / 4 = 13
+  EXPECT_EQ(max, 255);
+  EXPECT_EQ(min, 0);
+  EXPECT_EQ(mean, 63);
   view_->m_nAEMode = 0;
   EXPECT_EQ(view_->AE_Adjust(), FALSE);
-  EXPECT_EQ(view_->m_bAEBusy, 0);
-}
-
-TEST_F(ExposureTest, FailedPixelReadChangesNothing) {
-  Film(std::make_shared<FlatSource>(0));
-  view_->m_histogram[7] = 5;
-  platform::fault::Arm("cap.read_rect", 0, 100);
-  view_->m_nAEMode = 1;
-  view_->m_StartParam.Brightness = 9;
-  EXPECT_EQ(view_->AE_Adjust(), FALSE);
-  EXPECT_EQ(view_->m_StartParam.Brightness, 9);
-  for (int v : view_->m_histogram) ASSERT_EQ(v, 0);
   EXPECT_EQ(view_->m_bAEBusy, 0);
 }
 
@@ -206,4 +210,4 @@ TEST_F(ExposureTest, HistogramGraphIsAFrameWithScaledBars) {
 }
 
 }  // namespace
-}  // namespace survey_view_test
+}  // namespace liveview_test

@@ -5,32 +5,22 @@
 #include <memory>
 
 #include "platform/dc.h"
-#include "tests/liveview/survey_view_fixture.h"
+#include "tests/support/live_view.h"
 
-namespace survey_view_test {
+namespace liveview_test {
 namespace {
 
 const uint32_t kRed = platform::PixelFromColorref(255);
 const uint32_t kGreen = platform::PixelFromColorref(65280);
 constexpr uint32_t kGrey = 0x808080;
 
-class MarksTest : public SurveyViewTest {
+class MarksTest : public LiveViewDrawingTest {
  protected:
   void SetUp() override {
-    SurveyViewTest::SetUp();
-    CreateView();
+    LiveViewDrawingTest::SetUp();
     Fresh();
   }
-  void TearDown() override {
-    dc_.reset();
-    SurveyViewTest::TearDown();
-  }
-  void Fresh() {
-    dc_.reset();
-    fb_.Resize(320, 240, kGrey);
-    dc_ = std::make_unique<CDC>();
-    dc_->AttachFramebuffer(&fb_, RECT{0, 0, 320, 240});
-  }
+  void Fresh() { LiveViewDrawingTest::Fresh(kGrey); }
   // Station at the survey origin, axis 1.5 m up, looking along survey X.
   void Level(double v) {
     CXYZ mp(0.0, 0.0, 1.5);
@@ -45,14 +35,6 @@ class MarksTest : public SurveyViewTest {
     EXPECT_NE(visible, 0);
     return POINT{int(sx), int(sy)};
   }
-  int CountIn(uint32_t pixel, RECT r) const {
-    int n = 0;
-    for (int y = r.top; y < r.bottom; ++y)
-      for (int x = r.left; x < r.right; ++x) n += fb_.At(x, y) == pixel;
-    return n;
-  }
-  platform::Framebuffer fb_;
-  std::unique_ptr<CDC> dc_;
 };
 
 TEST_F(MarksTest, DistanceMarksBothPointsJoinsThemAndReadsOut) {
@@ -61,7 +43,7 @@ TEST_F(MarksTest, DistanceMarksBothPointsJoinsThemAndReadsOut) {
   CXYZ a(L"A", 30.0, -1.0, 1.5), b(L"B", 30.0, 1.5, 2.5);
   view_->AddDistanceAB(a);
   view_->DrawDistance(dc_.get());
-  const int readout_one = CountIn(kRed, RECT{0, 0, 300, 20});
+  const int readout_one = Count(kRed, RECT{0, 0, 300, 20});
   EXPECT_GT(readout_one, 0);
   view_->AddDistanceAB(b);
   Fresh();
@@ -72,15 +54,15 @@ TEST_F(MarksTest, DistanceMarksBothPointsJoinsThemAndReadsOut) {
   EXPECT_EQ(fb_.At(pb.x, pb.y - 4), kRed);
   // The joining line passes the middle (within the line's rounding).
   const int mx = (pa.x + pb.x) / 2, my = (pa.y + pb.y) / 2;
-  EXPECT_GT(CountIn(kRed, RECT{mx - 1, my - 1, mx + 2, my + 2}), 0);
+  EXPECT_GT(Count(kRed, RECT{mx - 1, my - 1, mx + 2, my + 2}), 0);
   // With both points the read-out carries the distances: different text.
-  EXPECT_NE(CountIn(kRed, RECT{0, 0, 300, 20}), readout_one);
+  EXPECT_NE(Count(kRed, RECT{0, 0, 300, 20}), readout_one);
   // On the tele camera the points are not projected, the read-out stays.
   view_->SetCurCamera(0);
   Fresh();
   view_->DrawDistance(dc_.get());
-  EXPECT_EQ(CountIn(kRed, RECT{0, 30, 320, 240}), 0);
-  EXPECT_GT(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
+  EXPECT_EQ(Count(kRed, RECT{0, 30, 320, 240}), 0);
+  EXPECT_GT(Count(kRed, RECT{0, 0, 300, 20}), 0);
 }
 
 TEST_F(MarksTest, RemoteElevationCrossSitsAboveTheBaseAtTheSightedHeight) {
@@ -101,7 +83,7 @@ TEST_F(MarksTest, RemoteElevationCrossSitsAboveTheBaseAtTheSightedHeight) {
   EXPECT_EQ(fb_.At(foot.x + 4, foot.y), kRed);
   // The line from the base up to the sighted point.
   const int mid = (top.y + foot.y) / 2;
-  EXPECT_GT(CountIn(kRed, RECT{top.x - 1, mid - 1, top.x + 2, mid + 2}), 0);
+  EXPECT_GT(Count(kRed, RECT{top.x - 1, mid - 1, top.x + 2, mid + 2}), 0);
 }
 
 TEST_F(MarksTest, AlignmentCrossFollowsTheImageCentreAndFramesTheTeleField) {
@@ -118,7 +100,7 @@ TEST_F(MarksTest, AlignmentCrossFollowsTheImageCentreAndFramesTheTeleField) {
   EXPECT_EQ(fb_.At(160 + half_w, 120), kGreen);
   EXPECT_EQ(fb_.At(160, 120 - half_h), kGreen);
   EXPECT_NE(fb_.At(160 + half_w + 2, 120), kGreen);
-  EXPECT_GT(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
+  EXPECT_GT(Count(kRed, RECT{0, 0, 300, 20}), 0);
 }
 
 TEST_F(MarksTest, UserOffsetMovesTheReticleByTheOffsetAtTheDisplayScale) {
@@ -133,13 +115,13 @@ TEST_F(MarksTest, UserOffsetMovesTheReticleByTheOffsetAtTheDisplayScale) {
   EXPECT_EQ(fb_.At(165, 200), black);       // doubled bottom arm
   EXPECT_EQ(fb_.At(169, 200), black);
   EXPECT_NE(fb_.At(160, 200), black);  // not the fixed reticle
-  EXPECT_GT(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
+  EXPECT_GT(Count(kRed, RECT{0, 0, 300, 20}), 0);
   // After the mode ends the reticle stays moved but the read-out goes.
   view_->EndUserCCDMode();
   Fresh();
   view_->DrawCursor(dc_.get());
   EXPECT_EQ(fb_.At(167, 116), black);
-  EXPECT_EQ(CountIn(kRed, RECT{0, 0, 300, 20}), 0);
+  EXPECT_EQ(Count(kRed, RECT{0, 0, 300, 20}), 0);
 }
 
 // The cross moves only when the corner moves more than 8 pixels in x or y
@@ -181,10 +163,10 @@ TEST_F(MarksTest, CornerCrossHysteresis) {
     view_->m_bTapped = BYTE(camera);  // tele without a tap, wide with one
     Fresh();
     view_->DrawCorner(dc_.get());
-    EXPECT_EQ(CountIn(kRed, RECT{0, 0, 320, 240}), 0) << camera;
+    EXPECT_EQ(Count(kRed, RECT{0, 0, 320, 240}), 0) << camera;
     EXPECT_EQ(view_->GetCornerMoveAng(dv, dh), 0) << camera;
   }
 }
 
 }  // namespace
-}  // namespace survey_view_test
+}  // namespace liveview_test

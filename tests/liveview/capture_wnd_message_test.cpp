@@ -5,12 +5,13 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "devices/devices.h"
 #include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
 #include "platform/desktop.h"
-#include "platform/faults.h"
 #include "platform/message_table.h"
 #include "tests/support/test_support.h"
 
@@ -62,69 +63,90 @@ TEST_F(MessageTest, BuildsTheLibraryEnglishTableByIndex) {
   EXPECT_EQ(view_->m_pMessage->GetSize(), 24) << "rebuilding does not append";
 }
 
-TEST_F(MessageTest, LanguageFileWithCrLfBracketsAndSurrogatesTranslates) {
-  WriteLanguageFile(
-      Utf16Le(u"Saved OK.\r\n"
-              u"[  Gespeichert  ]\r\n"
-              u"[Memory Error. E-500]\r\n"
-              u"Speicherfehler \U0001F4BE E-500\r\n"
-              u"No such text\r\n"
-              u"ignored\r\n"));
-  ASSERT_EQ(view_->GetImageLangCode(), 1);
+// One language file: its text (after a byte-order mark, any code unit), an
+// odd byte at the end or not, how often it is read, and what the table says.
+struct LanguageCase {
+  const char* name;
+  std::u16string text;
+  char16_t bom;
+  bool odd_byte;
+  int reads;
+  std::vector<std::pair<int, std::wstring>> entries;
+  int sources, translations;  // pairs read (-1: not checked)
+};
+
+void PrintTo(const LanguageCase& c, std::ostream* os) { *os << c.name; }
+
+class LanguageFileTest : public MessageTest, public ::testing::WithParamInterface<LanguageCase> {};
+
+TEST_P(LanguageFileTest, TranslatesByLines) {
+  const LanguageCase& c = GetParam();
+  std::string bytes = Utf16Le(c.text, c.bom);
+  if (c.odd_byte) bytes.push_back('\x41');  // half a code unit at the end
+  WriteLanguageFile(bytes);
+  for (int i = 0; i < c.reads; ++i) ASSERT_EQ(view_->GetImageLangCode(), 1);
   EXPECT_EQ(boxes_.size(), 0u);
-  EXPECT_EQ(Table(21), L"  Gespeichert  ");
-  EXPECT_EQ(Table(1), L"Speicherfehler \U0001F4BE E-500")
-      << "surrogate pair decoded into one wide character";
-  EXPECT_EQ(Table(2), L"OpenCapture Error! E-501") << "untranslated entries stay English";
-  ASSERT_EQ(view_->m_StMessage.Src.GetSize(), 3);
-  ASSERT_EQ(view_->m_StMessage.Dst.GetSize(), 3);
-  EXPECT_EQ(std::wstring(view_->m_StMessage.Src[1]), L"Memory Error. E-500");
-  EXPECT_EQ(std::wstring(view_->m_StMessage.Src[2]), L"No such text");
+  for (const auto& [index, text] : c.entries) EXPECT_EQ(Table(index), text) << index;
+  if (c.sources >= 0) {
+    EXPECT_EQ(view_->m_StMessage.Src.GetSize(), c.sources);
+  }
+  if (c.translations >= 0) {
+    EXPECT_EQ(view_->m_StMessage.Dst.GetSize(), c.translations);
+  }
+  // The calibration's messages are handed the English table and the view.
   EXPECT_EQ(view_->m_Calib.Msg, &view_->m_EngMessage);
   EXPECT_EQ(view_->m_Calib.MsgWnd, view_.get());
-  EXPECT_EQ(std::wstring(view_->m_Calib.Msg->Text(8)), L"File Open Error. E-507");
 }
 
-TEST_F(MessageTest, OddLineCountLeavesLastSourceUntranslated) {
-  WriteLanguageFile(Utf16Le(u"Saved OK.\nOK!\nFont Error. E-517\n"));
-  ASSERT_EQ(view_->GetImageLangCode(), 1);
-  EXPECT_EQ(Table(21), L"OK!");
-  EXPECT_EQ(Table(17), L"Font Error. E-517");
-  EXPECT_EQ(view_->m_StMessage.Src.GetSize(), 2);
-  EXPECT_EQ(view_->m_StMessage.Dst.GetSize(), 1);
-}
-
-TEST_F(MessageTest, FirstOfDuplicatePairsWinsAlsoWhenReadTwice) {
-  WriteLanguageFile(Utf16Le(u"Saved OK.\r\nfirst\r\nSaved OK.\r\nsecond\r\n"));
-  ASSERT_EQ(view_->GetImageLangCode(), 1);
-  EXPECT_EQ(Table(21), L"first");
-  ASSERT_EQ(view_->GetImageLangCode(), 1);
-  EXPECT_EQ(view_->m_StMessage.Src.GetSize(), 4) << "a second read appends";
-  EXPECT_EQ(Table(21), L"first");
-}
-
-TEST_F(MessageTest, FinalLineWithoutLineFeedAndAnyByteOrderMarkAreIgnored) {
-  // The first code unit is skipped whatever it holds ('X' here).
-  WriteLanguageFile(Utf16Le(u"Saved OK.\r\nnever", u'X'));
-  ASSERT_EQ(view_->GetImageLangCode(), 1);
-  EXPECT_EQ(Table(21), L"Saved OK.");
-  EXPECT_EQ(view_->m_StMessage.Src.GetSize(), 1);
-  EXPECT_EQ(view_->m_StMessage.Dst.GetSize(), 0);
-}
-
-TEST_F(MessageTest, CarriageReturnEndsTheLineWhereItStands) {
-  WriteLanguageFile(Utf16Le(u"Saved OK.\rtrailing\nDone\r\n"));
-  ASSERT_EQ(view_->GetImageLangCode(), 1);
-  EXPECT_EQ(Table(21), L"Done");
-}
-
-TEST_F(MessageTest, OddByteLengthFileKeepsItsLines) {
-  std::string bytes = Utf16Le(u"Saved OK.\nfine\n");
-  bytes.push_back('\x41');  // half a code unit at the end
-  WriteLanguageFile(bytes);
-  ASSERT_EQ(view_->GetImageLangCode(), 1);
-  EXPECT_EQ(Table(21), L"fine");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Files,
+    LanguageFileTest,
+    ::testing::Values(
+        LanguageCase{"crlf_brackets_surrogates",
+                     u"Saved OK.\r\n[  Gespeichert  ]\r\n[Memory Error. E-500]\r\n"
+                     u"Speicherfehler \U0001F4BE E-500\r\nNo such text\r\nignored\r\n",
+                     0xFEFF,
+                     false,
+                     1,
+                     {{21, L"  Gespeichert  "},
+                      {1, L"Speicherfehler \U0001F4BE E-500"},
+                      {2, L"OpenCapture Error! E-501"}},
+                     3,
+                     3},
+        LanguageCase{"odd_line_count_leaves_last_source",
+                     u"Saved OK.\nOK!\nFont Error. E-517\n",
+                     0xFEFF,
+                     false,
+                     1,
+                     {{21, L"OK!"}, {17, L"Font Error. E-517"}},
+                     2,
+                     1},
+        LanguageCase{"first_of_duplicates_wins_and_reads_append",
+                     u"Saved OK.\r\nfirst\r\nSaved OK.\r\nsecond\r\n",
+                     0xFEFF,
+                     false,
+                     2,
+                     {{21, L"first"}},
+                     4,
+                     -1},
+        LanguageCase{"last_line_without_feed_and_any_first_unit_ignored",
+                     u"Saved OK.\r\nnever",
+                     u'X',
+                     false,
+                     1,
+                     {{21, L"Saved OK."}},
+                     1,
+                     0},
+        LanguageCase{"carriage_return_ends_the_line",
+                     u"Saved OK.\rtrailing\nDone\r\n",
+                     0xFEFF,
+                     false,
+                     1,
+                     {{21, L"Done"}},
+                     -1,
+                     -1},
+        LanguageCase{
+            "odd_byte_length", u"Saved OK.\nfine\n", 0xFEFF, true, 1, {{21, L"fine"}}, 1, 1}));
 
 TEST_F(MessageTest, MissingFileShowsReadErrorFromCurrentTable) {
   view_->InitAppUseMessage();
@@ -144,13 +166,6 @@ TEST_F(MessageTest, ReadErrorIsShownInTheTranslatedTable) {
   EXPECT_EQ(boxes_.LastText(), L"Lesefehler E-505");
 }
 
-TEST_F(MessageTest, UnreadableBufferStillCountsAsRead) {
-  WriteLanguageFile(Utf16Le(u"Saved OK.\nfine\n"));
-  platform::fault::Arm("alloc", 0, 1, 0, "DispImgMsg");
-  EXPECT_EQ(view_->GetLangCode(), 1);
-  EXPECT_EQ(view_->m_StMessage.Src.GetSize(), 0);
-}
-
 TEST_F(MessageTest, MessageDispTakesCaptionFirst) {
   view_->InitAppUseMessage();
   view_->MessageDisp(0, 21);
@@ -159,29 +174,6 @@ TEST_F(MessageTest, MessageDispTakesCaptionFirst) {
   EXPECT_EQ(boxes_.LastCaption(), L"Please specify within the limit.");
   EXPECT_EQ(boxes_.calls()[0].type, 0u);
 }
-
-TEST_F(MessageTest, MissingMemoryModuleIsReportedAtConstruction) {
-  platform::fault::Arm("module.load");
-  CCaptureWnd other;
-  ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(boxes_.LastText(), L"Load Module Error");
-  EXPECT_EQ(boxes_.LastCaption(), L"Error");
-  EXPECT_EQ(other.m_hEepModule, nullptr);
-  EXPECT_EQ(other.m_pSysEepRead, nullptr);
-  EXPECT_NE(view_->m_pSysEepRead, nullptr);
-  // Without the memory the calibration cannot be read: the window is not
-  // created, and nothing crashes.
-  other.InitAppUseMessage();
-  EXPECT_EQ(other.FlashReadCmr(), FALSE);
-  EXPECT_EQ(other.Create(nullptr, RECT{0, 0, 320, 240}, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0),
-            0);
-  EXPECT_EQ(other.GetSafeHwnd(), nullptr);
-  EXPECT_EQ(boxes_.size(), 1u);
-}
-
-}  // namespace
-
-namespace {
 
 // The image and storage classes show their errors from the view's table, so
 // a translation reaches them too; without a view they speak English.

@@ -2,32 +2,27 @@
 #include <algorithm>
 
 #include "platform/xlate.h"
-#include "tests/liveview/survey_view_fixture.h"
+#include "tests/support/live_view.h"
 
-namespace survey_view_test {
+namespace liveview_test {
 namespace {
 
 constexpr UINT kLeft = 37, kUp = 38, kRight = 39, kDown = 40;
 constexpr UINT kOne = 49, kTwo = 50, kThree = 51, kNine = 57;
 
-class ModesTest : public SurveyViewTest {
+class ModesTest : public LiveViewTest {
  protected:
   void SetUp() override {
-    SurveyViewTest::SetUp();
+    LiveViewTest::SetUp();
     CreateView();
   }
   void TearDown() override {
     platform::InjectKey(VK_SHIFT, false);
-    SurveyViewTest::TearDown();
+    LiveViewTest::TearDown();
   }
   void Tap(int x, int y) {
     platform::InjectTap(x, y);
     platform::PumpMessages();
-  }
-  int StartRequests() const {
-    int n = 0;
-    for (const auto& r : devices::capture::Log()) n += r.code == IOCTL_VCAP_START_CAPTURE;
-    return n;
   }
 };
 
@@ -66,7 +61,7 @@ TEST_F(ModesTest, AutomaticExposureLocksUpAndDownInEveryMode) {
   view_->KeyControl(kThree);
   EXPECT_EQ(view_->m_nAEMode, 0);
   EXPECT_EQ(view_->m_StartParam.Brightness, 0);
-  EXPECT_EQ(StartRequests(), 1);
+  EXPECT_EQ(Requests(IOCTL_VCAP_START_CAPTURE), 1);
   ASSERT_TRUE(devices::capture::LastStart().has_value());
   EXPECT_EQ(devices::capture::LastStart()->Brightness, 0);
   view_->KeyControl(kUp);  // manual again: mode 6 lets the arrows through
@@ -255,4 +250,4 @@ TEST_F(ModesTest, TapsAreRefusedOnTiltErrorAndWhileMeasuring) {
 }
 
 }  // namespace
-}  // namespace survey_view_test
+}  // namespace liveview_test

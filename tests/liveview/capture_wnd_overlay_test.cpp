@@ -3,22 +3,14 @@
 #include <memory>
 
 #include "platform/dc.h"
-#include "tests/liveview/survey_view_fixture.h"
+#include "tests/support/live_view.h"
 
-namespace survey_view_test {
+namespace liveview_test {
 namespace {
 
 const uint32_t kRed = platform::PixelFromColorref(255);
 const uint32_t kYellow = platform::PixelFromColorref(65535);
 const uint32_t kGreen = platform::PixelFromColorref(65280);
-
-int Count(const platform::Framebuffer& fb, uint32_t pixel, RECT area) {
-  int n = 0;
-  for (int y = std::max(0, int(area.top)); y < std::min(fb.height, int(area.bottom)); ++y)
-    for (int x = std::max(0, int(area.left)); x < std::min(fb.width, int(area.right)); ++x)
-      n += fb.At(x, y) == pixel;
-  return n;
-}
 
 int CountYellowish(const platform::Framebuffer& fb, RECT area) {
   int n = 0;
@@ -31,22 +23,7 @@ int CountYellowish(const platform::Framebuffer& fb, RECT area) {
   return n;
 }
 
-class OverlayTest : public SurveyViewTest {
- protected:
-  void SetUp() override {
-    SurveyViewTest::SetUp();
-    CreateView();
-    fb_.Resize(320, 240, 0);
-    dc_ = std::make_unique<CDC>();
-    dc_->AttachFramebuffer(&fb_, RECT{0, 0, 320, 240});
-  }
-  void TearDown() override {
-    dc_.reset();
-    SurveyViewTest::TearDown();
-  }
-  platform::Framebuffer fb_;
-  std::unique_ptr<CDC> dc_;
-};
+using OverlayTest = LiveViewDrawingTest;
 
 TEST_F(OverlayTest, PointIsACrossWithItsNameBelowRight) {
   CPen pen(PS_SOLID, 0, 255);
@@ -60,9 +37,9 @@ TEST_F(OverlayTest, PointIsACrossWithItsNameBelowRight) {
   EXPECT_NE(fb_.At(105, 80), kRed);
   EXPECT_EQ(fb_.At(100, 75), kRed);
   EXPECT_NE(fb_.At(100, 85), kRed);
-  EXPECT_EQ(Count(fb_, kRed, {0, 0, 320, 240}), 19);
-  EXPECT_GT(Count(fb_, kYellow, {103, 83, 420, 100}), 10);
-  EXPECT_EQ(Count(fb_, kYellow, {0, 0, 103, 240}), 0);
+  EXPECT_EQ(Count(kRed), 19);
+  EXPECT_GT(Count(kYellow, {103, 83, 420, 100}), 10);
+  EXPECT_EQ(Count(kYellow, {0, 0, 103, 240}), 0);
 }
 
 TEST_F(OverlayTest, PointsAreGivenInSurveyAxes) {
@@ -79,16 +56,16 @@ TEST_F(OverlayTest, PointsAreGivenInSurveyAxes) {
   // North point: u = v = 0.4 mm -> sensor (391.43, 168.57) -> client (231, 48).
   EXPECT_EQ(fb_.At(231 - 5, 48), kRed);
   EXPECT_EQ(fb_.At(231, 48 - 5), kRed);
-  EXPECT_EQ(Count(fb_, kRed, {0, 0, 320, 240}), 19);
+  EXPECT_EQ(Count(kRed), 19);
   // The name is drawn in yellow (anti-aliased edges blend with black).
-  EXPECT_GT(Count(fb_, kYellow, {234, 51, 320, 70}) + CountYellowish(fb_, {234, 51, 320, 70}), 10);
+  EXPECT_GT(Count(kYellow, {234, 51, 320, 70}) + CountYellowish(fb_, {234, 51, 320, 70}), 10);
 }
 
 TEST_F(OverlayTest, OffsetModeOnTheWideCameraOnlyAsksToSwitch) {
   view_->BeginOffsetMode(90.0, 0.0);
   view_->DrawOffset(dc_.get());
-  EXPECT_EQ(Count(fb_, kGreen, {0, 0, 320, 240}), 0);
-  EXPECT_GT(Count(fb_, kRed, {0, 0, 300, 20}), 20);
+  EXPECT_EQ(Count(kGreen), 0);
+  EXPECT_GT(Count(kRed, {0, 0, 300, 20}), 20);
 }
 
 TEST_F(OverlayTest, OffsetMarkerSitsAtTheCentreAndMovesWithZoom) {
@@ -98,12 +75,12 @@ TEST_F(OverlayTest, OffsetMarkerSitsAtTheCentreAndMovesWithZoom) {
   EXPECT_EQ(fb_.At(150, 120), kGreen);
   EXPECT_EQ(fb_.At(169, 120), kGreen);
   EXPECT_EQ(fb_.At(160, 110), kGreen);
-  EXPECT_EQ(Count(fb_, kGreen, {0, 0, 320, 240}), 39);
-  const int readout = Count(fb_, kRed, {0, 0, 300, 20});
+  EXPECT_EQ(Count(kGreen), 39);
+  const int readout = Count(kRed, {0, 0, 300, 20});
   EXPECT_GT(readout, 20);
 
   // 10 sensor pixels right at scale 2 is 20 screen pixels right.
-  fb_.Resize(320, 240, 0);
+  Fresh();
   view_->ZoomIn();
   view_->m_dOffsetX = view_->m_nOffsetRefX + 10.0;
   view_->DrawOffset(dc_.get());
@@ -111,11 +88,11 @@ TEST_F(OverlayTest, OffsetMarkerSitsAtTheCentreAndMovesWithZoom) {
   EXPECT_NE(fb_.At(160, 115), kGreen);
 
   // Without a valid offset: no marker, only the title.
-  fb_.Resize(320, 240, 0);
+  Fresh();
   view_->m_bOffsetValid = 0;
   view_->DrawOffset(dc_.get());
-  EXPECT_EQ(Count(fb_, kGreen, {0, 0, 320, 240}), 0);
-  EXPECT_LT(Count(fb_, kRed, {0, 0, 300, 20}), readout);
+  EXPECT_EQ(Count(kGreen), 0);
+  EXPECT_LT(Count(kRed, {0, 0, 300, 20}), readout);
 }
 
 TEST_F(OverlayTest, TapBeforeADistanceShowsTheMessageOnceAndForgetsIt) {
@@ -128,20 +105,20 @@ TEST_F(OverlayTest, TapBeforeADistanceShowsTheMessageOnceAndForgetsIt) {
   EXPECT_EQ(view_->m_bTapped, 0);
   view_->DrawTapPoint(dc_.get());
   EXPECT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(Count(fb_, kGreen, {0, 0, 320, 240}), 0);
+  EXPECT_EQ(Count(kGreen), 0);
 
   view_->SetGetMeas();
   view_->m_bTapped = 1;
   view_->DrawTapPoint(dc_.get());
   EXPECT_EQ(fb_.At(90, 100), kGreen);
   EXPECT_EQ(fb_.At(100, 90), kGreen);
-  EXPECT_EQ(Count(fb_, kGreen, {0, 0, 320, 240}), 39);
+  EXPECT_EQ(Count(kGreen), 39);
   // On the wide camera the mark is not drawn.
-  fb_.Resize(320, 240, 0);
+  Fresh();
   view_->SetCurCamera(1);
   view_->DrawTapPoint(dc_.get());
-  EXPECT_EQ(Count(fb_, kGreen, {0, 0, 320, 240}), 0);
+  EXPECT_EQ(Count(kGreen), 0);
 }
 
 }  // namespace
-}  // namespace survey_view_test
+}  // namespace liveview_test

@@ -5,17 +5,18 @@
 #include <cmath>
 
 #include "geometry/rot.h"
-#include "tests/liveview/survey_view_fixture.h"
+#include "tests/support/live_view.h"
+#include "tests/support/matchers.h"
 
-namespace survey_view_test {
+namespace liveview_test {
 namespace {
 
 constexpr double kPi = 3.141592653589793;
 
-class ProjectionTest : public SurveyViewTest {
+class ProjectionTest : public LiveViewTest {
  protected:
   void SetUp() override {
-    SurveyViewTest::SetUp();
+    LiveViewTest::SetUp();
     CreateView();
     CXYZ station(0.0, 0.0, 0.0);
     view_->SetMp(station);
@@ -101,19 +102,13 @@ TEST_F(ProjectionTest, CameraOffsetTurnsWithTheTelescope) {
   CXYZ position;
   CWPK angles;
   view_->CalExt(0, 0, 0, 90.0, 0.0, offset, mount, position, angles);
-  EXPECT_NEAR(position.X, 100.0, 1e-9);
-  EXPECT_NEAR(position.Y, 0.0, 1e-9);
-  EXPECT_NEAR(position.Z, 0.0, 1e-9);
+  EXPECT_THAT(position, testing_support::IsNearXYZ(100.0, 0.0, 0.0, 1e-9));
   // Level telescope looking north: the camera frame is the station frame
   // turned by -90 degrees about the first axis.
-  EXPECT_NEAR(angles.omega, -kPi / 2, 1e-12);
-  EXPECT_NEAR(angles.phi, 0.0, 1e-12);
-  EXPECT_NEAR(angles.kappa, 0.0, 1e-12);
+  EXPECT_THAT(angles, testing_support::IsNearWPK(CWPK(-kPi / 2, 0.0, 0.0), 1e-12));
   // Looking east, the right-hand side is south.
   view_->CalExt(1000, 2000, 3000, 90.0, 90.0, offset, mount, position, angles);
-  EXPECT_NEAR(position.X, 1000.0, 1e-9);
-  EXPECT_NEAR(position.Y, 2000.0 - 100.0, 1e-9);
-  EXPECT_NEAR(position.Z, 3000.0, 1e-9);
+  EXPECT_THAT(position, testing_support::IsNearXYZ(1000.0, 2000.0 - 100.0, 3000.0, 1e-9));
 
   // Through the whole chain: with the camera 0.1 m east the point 0.1 m east
   // of the line of sight is at the centre.
@@ -188,4 +183,4 @@ TEST_F(ProjectionTest, OffsetMarkerFollowsTheAngleDifferences) {
 }
 
 }  // namespace
-}  // namespace survey_view_test
+}  // namespace liveview_test

@@ -8,21 +8,20 @@
 #include <string>
 
 #include "platform/clock.h"
-#include "platform/faults.h"
 #include "platform/fs.h"
 #include "platform/registry.h"
-#include "tests/liveview/survey_view_fixture.h"
+#include "tests/support/live_view.h"
 
-namespace survey_view_test {
+namespace liveview_test {
 namespace {
 
 constexpr wchar_t kMemoryKey[] = L"HKLM\\SYSTEM\\QZ7mInit\\Memory";
 const std::wstring kCardFull = L"The capacity of the memory doesn't suffice. E-523";
 
-class SnapshotTest : public SurveyViewTest {
+class SnapshotTest : public LiveViewTest {
  protected:
   void SetUp() override {
-    SurveyViewTest::SetUp();
+    LiveViewTest::SetUp();
     devices::SetFrameSource(std::make_shared<FlatSource>(Rgb565(0, 63, 0)));  // green
     CreateView();
   }
@@ -34,11 +33,6 @@ class SnapshotTest : public SurveyViewTest {
   }
   bool Exists(const wchar_t* device_path) const {
     return std::filesystem::exists(Host(device_path));
-  }
-  int StopRequests() const {
-    int n = 0;
-    for (const auto& r : devices::capture::Log()) n += r.code == IOCTL_VCAP_STOP_CAPTURE;
-    return n;
   }
 };
 
@@ -146,21 +140,6 @@ TEST_F(SnapshotTest, FoldersNeedMoreRoomThanTheFile) {
   EXPECT_FALSE(Exists(L"\\Storage Card\\JPEG\\20240504"));
 }
 
-TEST_F(SnapshotTest, FolderAndWriterFailuresAreReported) {
-  UseCard(true);
-  platform::fault::Arm("fs.create_directory");
-  EXPECT_EQ(view_->WriteJpeg(), 0);
-  EXPECT_EQ(boxes_.LastText(), L"Folder maked error. E-521");
-  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
-
-  boxes_.clear();
-  platform::fault::Arm("jpeg.encode");
-  EXPECT_EQ(view_->WriteJpeg(), 0);
-  ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(boxes_.LastText(), L"Jpg Write Error. E-522");
-  EXPECT_FALSE(platform::WaitCursorShown());
-}
-
 TEST_F(SnapshotTest, TranslatedTableChangesTheMessages) {
   UseCard(true);
   view_->m_pMessage->Src[21] = L"Gespeichert.";
@@ -173,7 +152,7 @@ TEST_F(SnapshotTest, FreezingAndResumingAreIdempotent) {
   view_->SnapShot();
   view_->SnapShot();
   EXPECT_EQ(view_->GetSnapShot(), 1);
-  EXPECT_EQ(StopRequests(), 1);
+  EXPECT_EQ(Requests(IOCTL_VCAP_STOP_CAPTURE), 1);
   EXPECT_FALSE(devices::capture::IsRunning());
   devices::capture::ClearLog();
   view_->EndSnapShot();
@@ -198,4 +177,4 @@ TEST_F(SnapshotTest, IsFolderTellsFoldersFromFiles) {
 }
 
 }  // namespace
-}  // namespace survey_view_test
+}  // namespace liveview_test

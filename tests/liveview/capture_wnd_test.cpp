@@ -1,7 +1,6 @@
 // The live view's life on the simulated desktop and devices: creation, the
-// posted capture start, timer ticks by advancing the clock, the failure
-// messages of capture initialisation, the still grabs, destruction, and
-// screenshots of the view.
+// posted capture start, timer ticks by advancing the clock, a driver that
+// cannot be opened, the still grabs, destruction, and screenshots of the view.
 #include "liveview/capture_wnd.h"
 
 #include <gtest/gtest.h>
@@ -19,8 +18,8 @@
 #include "platform/desktop.h"
 #include "platform/faults.h"
 #include "platform/modules.h"
+#include "tests/support/live_view.h"
 #include "tests/support/screenshot.h"
-#include "tests/support/test_support.h"
 
 namespace {
 
@@ -37,42 +36,11 @@ class MarkedSource : public devices::FrameSource {
   }
 };
 
-class FlatSource : public devices::FrameSource {
- public:
-  explicit FlatSource(uint16_t pixel) : pixel_(pixel) {}
-  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
-    std::fill(pixels, pixels + devices::kFrameWidth * devices::kFrameHeight, pixel_);
-  }
-  uint16_t pixel_;
-};
-
-class LifecycleTest : public testing_support::DeviceTest {
+class LifecycleTest : public liveview_test::LiveViewTest {
  protected:
-  void SetUp() override {
-    DeviceTest::SetUp();
-    devices::RegisterAll();
-    devices::capture::Reset();
-    devices::eeprom::Reset();
-    platform::ResetDesktop();
-    view_ = std::make_unique<CCaptureWnd>();
-    view_->InitAppUseMessage();
-  }
-  void TearDown() override {
-    view_.reset();
-    platform::ResetDesktop();
-    devices::SetFrameSource(nullptr);
-    DeviceTest::TearDown();
-  }
   bool Create(RECT rect = {0, 0, 320, 240}) {
     return view_->Create(nullptr, rect, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0) != 0;
   }
-  std::vector<std::wstring> Texts() const {
-    std::vector<std::wstring> texts;
-    for (const auto& call : boxes_.calls()) texts.push_back(call.text);
-    return texts;
-  }
-
-  std::unique_ptr<CCaptureWnd> view_;
 };
 
 TEST_F(LifecycleTest, CreationPostsInitialisationAndStartsTheFrameTimer) {
@@ -127,24 +95,15 @@ TEST_F(LifecycleTest, TimerTicksRepaintAndRestartUnlessFrozenOrLocked) {
   EXPECT_EQ(platform::RunningTimers(), 1u);
 }
 
-TEST_F(LifecycleTest, UnreadableCalibrationFailsCreationWithoutStartingCapture) {
-  platform::fault::Arm("eep.unlock", 0, -1);
-  EXPECT_FALSE(Create());
-  EXPECT_EQ(view_->m_hWnd, nullptr);
-  EXPECT_EQ(platform::QueuedMessages(), 0u);
-  EXPECT_EQ(platform::RunningTimers(), 0u);
-  platform::PumpMessages();
-  EXPECT_EQ(devices::capture::OpenInstances(), 0);
-  EXPECT_EQ(view_->m_pVCap, nullptr);
-}
-
 TEST_F(LifecycleTest, DriverThatCannotBeOpenedReportsE501AndGoesOn) {
   platform::fault::Arm("cap.open", 0, 1, /*code=*/1);  // CreateFileW answers 0
   ASSERT_TRUE(Create());
   platform::PumpMessages();
   // Without a device the display and start requests fail too; each is shown.
+  std::vector<std::wstring> texts;
+  for (const auto& call : boxes_.calls()) texts.push_back(call.text);
   EXPECT_EQ(
-      Texts(),
+      texts,
       (std::vector<std::wstring>{
           L"OpenCapture Error! E-501", L"SetCapture Error! E-502", L"StartCapture Error! E-503"}));
   for (const auto& call : boxes_.calls()) {
@@ -152,32 +111,6 @@ TEST_F(LifecycleTest, DriverThatCannotBeOpenedReportsE501AndGoesOn) {
     EXPECT_EQ(call.owner, view_->m_hWnd);
   }
   EXPECT_NE(view_->m_pVCap, nullptr);
-}
-
-TEST_F(LifecycleTest, RefusedDisplayRecordReportsE502AndCaptureStillStarts) {
-  platform::fault::Arm("cap.display");
-  ASSERT_TRUE(Create());
-  platform::PumpMessages();
-  EXPECT_EQ(Texts(), (std::vector<std::wstring>{L"SetCapture Error! E-502"}));
-  EXPECT_TRUE(devices::capture::IsRunning());
-}
-
-TEST_F(LifecycleTest, RefusedStartReportsE503) {
-  platform::fault::Arm("cap.start");
-  ASSERT_TRUE(Create());
-  platform::PumpMessages();
-  EXPECT_EQ(Texts(), (std::vector<std::wstring>{L"StartCapture Error! E-503"}));
-  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
-  EXPECT_FALSE(devices::capture::IsRunning());
-}
-
-TEST_F(LifecycleTest, DriverObjectThatCannotBeMadeReportsE500) {
-  platform::fault::Arm("alloc", 0, 1, 0, "CVCap");
-  ASSERT_TRUE(Create());
-  platform::PumpMessages();
-  EXPECT_EQ(Texts(), (std::vector<std::wstring>{L"Memory Error. E-500"}));
-  EXPECT_EQ(view_->m_pVCap, nullptr);
-  EXPECT_EQ(devices::capture::OpenInstances(), 0);
 }
 
 TEST_F(LifecycleTest, DestructionStopsTimerCaptureAndFreesTheModule) {
@@ -213,19 +146,6 @@ TEST_F(LifecycleTest, FullFrameGrabIsBottomUpWithComponentsInBitOrder) {
   EXPECT_EQ(boxes_.size(), 0u);
 }
 
-TEST_F(LifecycleTest, FailedFrameReadShowsE504InTheApplicationBox) {
-  ASSERT_TRUE(Create());
-  platform::PumpMessages();
-  platform::fault::Arm("cap.read");
-  CDibEx image;
-  view_->GetCapture(image);
-  ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(boxes_.LastText(), L"Record of a picture went wrong. E-504");
-  EXPECT_TRUE(boxes_.calls()[0].application);
-  EXPECT_EQ(image.GetDimensions(), CSize(0, 0));
-  EXPECT_TRUE(devices::capture::IsRunning());
-}
-
 TEST_F(LifecycleTest, DisplayGrabReadsTheClientAreaOnScreen) {
   ASSERT_TRUE(Create({10, 20, 210, 170}));
   platform::PumpMessages();
@@ -258,7 +178,8 @@ TEST_F(LifecycleTest, DisplayGrabLargerThanTheDeviceScreenDoesNotOverrun) {
 }
 
 TEST_F(LifecycleTest, ScreenshotShowsLivePictureUnderTheReticle) {
-  devices::SetFrameSource(std::make_shared<FlatSource>(uint16_t(0xF800)));  // first component full
+  devices::SetFrameSource(
+      std::make_shared<liveview_test::FlatSource>(uint16_t(0xF800)));  // first component full
   ASSERT_TRUE(Create());
   platform::PumpMessages();
   platform::AdvanceTime(200);

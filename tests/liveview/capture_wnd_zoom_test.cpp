@@ -11,7 +11,7 @@
 #include "devices/eeprom_module.h"
 #include "liveview/capture_wnd.h"
 #include "platform/desktop.h"
-#include "tests/support/test_support.h"
+#include "tests/support/live_view.h"
 
 namespace {
 
@@ -41,21 +41,8 @@ VCAP_DISP_PARAMETER Expected(RECT src, RECT dst) {
          << rect(expected.SrcRect) << " dst " << rect(expected.DstRect);
 }
 
-class ZoomTest : public testing_support::DeviceTest {
+class ZoomTest : public liveview_test::LiveViewTest {
  protected:
-  void SetUp() override {
-    DeviceTest::SetUp();
-    devices::RegisterAll();
-    devices::capture::Reset();
-    devices::eeprom::Reset();
-    platform::ResetDesktop();
-  }
-  void TearDown() override {
-    view_.reset();
-    platform::ResetDesktop();
-    DeviceTest::TearDown();
-  }
-
   // Stores image centres as the calibration memory holds them (CCD1 is the
   // wide camera 1, CCD2 the tele camera 0).
   static void StoreCentres(int wideX, int wideY, int teleX, int teleY) {
@@ -68,45 +55,108 @@ class ZoomTest : public testing_support::DeviceTest {
     item(92, teleX);
     item(93, teleY);
   }
-
-  void CreateView(RECT rect, double base = 1.0, double minZoom = 1.0, double maxZoom = 4.0) {
-    view_ = std::make_unique<CCaptureWnd>();
-    view_->InitAppUseMessage();
-    ASSERT_TRUE(view_->Create(nullptr, rect, base, minZoom, maxZoom, WS_CHILD | WS_VISIBLE, 0));
-    platform::PumpMessages();
-    ASSERT_TRUE(devices::capture::LastDisplay().has_value());
-  }
-
   VCAP_DISP_PARAMETER Sent() const { return *devices::capture::LastDisplay(); }
-  size_t DisplayRequests() const {
-    size_t n = 0;
-    for (const auto& r : devices::capture::Log()) n += r.code == IOCTL_VCAP_SET_DISPLAY;
-    return n;
-  }
-
-  std::unique_ptr<CCaptureWnd> view_;
 };
 
-// Full screen, scale 1, centre (320, 240): the middle 320 x 240 of the frame.
-TEST_F(ZoomTest, FullScreenAtScaleOneShowsTheFrameMiddle) {
-  CreateView({0, 0, 320, 240});
-  const auto expected = Expected({160, 120, 479, 359}, {0, 0, 319, 239});
+// One window geometry and the rectangles worked out by hand for it.
+struct RecordCase {
+  const char* name;
+  int centre_x, centre_y;  // the wide camera's image centre
+  RECT window;
+  double base;
+  int zoom_steps;
+  RECT src, dst;
+};
+
+void PrintTo(const RecordCase& c, std::ostream* os) { *os << c.name; }
+
+class DisplayRecordTest : public ZoomTest, public ::testing::WithParamInterface<RecordCase> {};
+
+TEST_P(DisplayRecordTest, MatchesTheHandWorkedRectangles) {
+  const RecordCase& c = GetParam();
+  StoreCentres(c.centre_x, c.centre_y, 320, 240);
+  CreateView(c.window, c.base);
+  for (int i = 0; i < c.zoom_steps; ++i) view_->ZoomIn();
+  ASSERT_TRUE(devices::capture::LastDisplay().has_value());
+  const auto expected = Expected(c.src, c.dst);
   EXPECT_TRUE(SameBytes(Sent(), expected));
-  EXPECT_TRUE(SameBytes(view_->m_DispParam[0], expected));
   EXPECT_TRUE(SameBytes(view_->m_DispParam[1], expected));
   EXPECT_EQ(view_->GetCurCamera(), 1) << "capture starts on the wide camera";
 }
 
-// 200 x 150 at (10, 20), ratio 2: W/2 = 100, H/2 = 75 -> sensor 100 x 75
-// from (270, 240 - 37); screen left 540 + (110 - 640) = 10, top 406 + (95 - 480) = 21.
-TEST_F(ZoomTest, OffsetWindowZoomedInTwice) {
-  CreateView({10, 20, 210, 170});
-  EXPECT_TRUE(SameBytes(Sent(), Expected({220, 165, 419, 314}, {10, 20, 209, 169})));
-  view_->ZoomIn();
-  EXPECT_EQ(view_->m_dZoomRatio[1], 2.0);
-  EXPECT_EQ(view_->m_dZoom[1], 2.0);
-  EXPECT_TRUE(SameBytes(Sent(), Expected({270, 203, 369, 277}, {10, 21, 209, 170})));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Windows,
+    DisplayRecordTest,
+    ::testing::Values(
+        // Full screen, scale 1, centre (320, 240): the middle 320 x 240 of the frame.
+        RecordCase{"full_screen",
+                   320,
+                   240,
+                   {0, 0, 320, 240},
+                   1.0,
+                   0,
+                   {160, 120, 479, 359},
+                   {0, 0, 319, 239}},
+        // 200 x 150 at (10, 20): sensor 200 x 150 from (320 - 100, 240 - 75).
+        RecordCase{"offset_window",
+                   320,
+                   240,
+                   {10, 20, 210, 170},
+                   1.0,
+                   0,
+                   {220, 165, 419, 314},
+                   {10, 20, 209, 169}},
+        // Ratio 2: W/2 = 100, H/2 = 75 -> sensor 100 x 75 from (270, 240 - 37);
+        // screen left 540 + (110 - 640) = 10, top 406 + (95 - 480) = 21.
+        RecordCase{"offset_window_zoomed",
+                   320,
+                   240,
+                   {10, 20, 210, 170},
+                   1.0,
+                   1,
+                   {270, 203, 369, 277},
+                   {10, 21, 209, 170}},
+        // Scale 0.5 and centre (101, 77): left 101 - 320 = -219, made even toward
+        // zero = -218; top 77 - 240 = -163; screen left (int)(-109.0) + (160 - 50) = 1,
+        // top (int)(-81.5) = -81, + (120 - 38) = 1.
+        RecordCase{"negative_left_edge_made_even",
+                   101,
+                   77,
+                   {0, 0, 320, 240},
+                   0.5,
+                   0,
+                   {-218, -163, 421, 316},
+                   {1, 1, 320, 240}},
+        // Scale 0.75: sensor 426 wide gives a screen width of (int)319.5 = 319, and
+        // below scale 1 the sensor width is recomputed from it: (int)(319 / 0.75) = 425.
+        // left 320 - 212 = 108, screen left (int)81.0 + (160 - 240) = 1.
+        RecordCase{"below_scale_one",
+                   320,
+                   240,
+                   {0, 0, 320, 240},
+                   0.75,
+                   0,
+                   {108, 80, 532, 399},
+                   {1, 0, 319, 239}},
+        // z = 2, centre (300, 200): sensor 160 x 120 from (220, 140); screen
+        // 2 * 220 + (160 - 600) = 0.
+        RecordCase{"zoomed_off_centre",
+                   300,
+                   200,
+                   {0, 0, 320, 240},
+                   1.0,
+                   1,
+                   {220, 140, 379, 259},
+                   {0, 0, 319, 239}},
+        // z = 4: sensor 80 x 60 from (280, 210); screen 4 * 280 + (160 - 1280) = 0.
+        RecordCase{"zoomed_four_times",
+                   320,
+                   240,
+                   {0, 0, 320, 240},
+                   1.0,
+                   2,
+                   {280, 210, 359, 269},
+                   {0, 0, 319, 239}}));
 
 // Reverse with centre (320, 240): x becomes 640 - 320 - 1.5 = 318.5 -> 318,
 // y 480 - 240 = 240; left 318 - 160 = 158, screen left 158 + (160 - 318) = 0.
@@ -120,24 +170,6 @@ TEST_F(ZoomTest, ReverseUsesTheShiftedCentre) {
   view_->Reverse();
   EXPECT_EQ(view_->m_StartParam.Reverse, 0u);
   EXPECT_TRUE(SameBytes(Sent(), Expected({160, 120, 479, 359}, {0, 0, 319, 239})));
-}
-
-// Scale 0.5 and centre (101, 77): left 101 - 320 = -219, made even toward
-// zero = -218; top 77 - 240 = -163; screen left (int)(-109.0) + (160 - 50) = 1,
-// top (int)(-81.5) = -81, + (120 - 38) = 1.
-TEST_F(ZoomTest, NegativeLeftEdgeIsMadeEvenTowardZero) {
-  StoreCentres(101, 77, 320, 240);
-  CreateView({0, 0, 320, 240}, /*base=*/0.5);
-  EXPECT_TRUE(SameBytes(Sent(), Expected({-218, -163, 421, 316}, {1, 1, 320, 240})));
-  EXPECT_EQ(view_->m_DispParam[1].SrcRect.left % 2, 0);
-}
-
-// Scale 0.75: sensor 426 wide gives a screen width of (int)319.5 = 319, and
-// below scale 1 the sensor width is recomputed from it: (int)(319 / 0.75) = 425.
-// left 320 - 212 = 108, screen left (int)81.0 + (160 - 240) = 1.
-TEST_F(ZoomTest, BelowScaleOneSensorSizeFollowsRoundedScreenSize) {
-  CreateView({0, 0, 320, 240}, /*base=*/0.75);
-  EXPECT_TRUE(SameBytes(Sent(), Expected({108, 80, 532, 399}, {1, 0, 319, 239})));
 }
 
 TEST_F(ZoomTest, CamerasKeepTheirOwnZoom) {
@@ -156,17 +188,17 @@ TEST_F(ZoomTest, CamerasKeepTheirOwnZoom) {
 }
 
 TEST_F(ZoomTest, ZoomStaysWithinTheRatioLimitsAndRefusalsChangeNothing) {
-  CreateView({0, 0, 320, 240}, /*base=*/1.0, /*min=*/1.0, /*max=*/4.0);
+  CreateView();
   view_->ZoomOut();
   EXPECT_EQ(view_->m_dZoomRatio[1], 1.0);
   view_->ZoomIn();
   view_->ZoomIn();
   EXPECT_EQ(view_->m_dZoomRatio[1], 4.0);
   platform::PumpMessages();
-  const size_t sent = DisplayRequests();
+  const int sent = Requests(IOCTL_VCAP_SET_DISPLAY);
   view_->ZoomIn();
   EXPECT_EQ(view_->m_dZoomRatio[1], 4.0);
-  EXPECT_EQ(DisplayRequests(), sent) << "refused zoom sends nothing";
+  EXPECT_EQ(Requests(IOCTL_VCAP_SET_DISPLAY), sent) << "refused zoom sends nothing";
   EXPECT_EQ(platform::PumpMessages(), 0) << "refused zoom does not repaint";
   view_->ZoomOut();
   EXPECT_EQ(view_->m_dZoomRatio[1], 2.0);

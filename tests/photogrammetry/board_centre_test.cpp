@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "sim/instrument.h"
-#include "tests/sim/library_projection.h"
 #include "tests/support/picture.h"
+#include "tests/support/wide_projection.h"
 
 namespace {
 

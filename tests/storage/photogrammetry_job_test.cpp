@@ -25,9 +25,9 @@
 #include "sim/instrument.h"
 #include "storage/project.h"
 #include "tests/photogrammetry/pinhole.h"
-#include "tests/sim/library_projection.h"
 #include "tests/support/picture.h"
 #include "tests/support/test_support.h"
+#include "tests/support/wide_projection.h"
 
 namespace {
 

@@ -1,0 +1,71 @@
+// The 5-6-5 to 24-bit frame conversion: hand-worked pixels, bottom-up rows,
+// and the vector paths against the portable code on every value.
+#include "liveview/frame_convert.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+TEST(FrameConvertTest, HandWorkedPixels) {
+  // white, pure first component, (1,2,1), mid grey (15,31,15), pure third
+  const WORD pixels[5] = {0xFFFF, 0xF800, 0x0841, 0x7BEF, 0x001F};
+  BYTE bits[16];
+  std::fill(std::begin(bits), std::end(bits), 0xAB);
+  liveview::ConvertFrame565To24(pixels, 5, 1, bits, 16);
+  const BYTE expected[15] = {255, 255, 255, 255, 0, 0, 8, 8, 8, 123, 125, 123, 0, 0, 255};
+  EXPECT_TRUE(std::equal(expected, expected + 15, bits));
+  EXPECT_EQ(bits[15], 0xAB);  // padding untouched
+}
+
+TEST(FrameConvertTest, RowsLandBottomUp) {
+  const WORD pixels[2 * 3] = {0xF800, 0xF800, 0x07E0, 0x07E0, 0x001F, 0x001F};  // 2 wide, 3 high
+  BYTE bits[3 * 8] = {};
+  liveview::ConvertFrame565To24(pixels, 2, 3, bits, 8);
+  EXPECT_EQ(bits[2 * 8 + 0], 255);  // source row 0 -> last DIB row, first byte
+  EXPECT_EQ(bits[1 * 8 + 1], 255);  // row 1 stays in the middle, second byte
+  EXPECT_EQ(bits[0 * 8 + 5], 255);  // row 2 -> first DIB row, third byte
+  EXPECT_EQ(bits[0 * 8 + 0], 0);
+}
+
+TEST(FrameConvertTest, VectorAndPortableAgreeOnEveryValueAndOddWidths) {
+  using liveview::FrameConvertPath;
+  int pathsRun = 0;
+  for (FrameConvertPath path : {FrameConvertPath::kSsse3, FrameConvertPath::kAvx2}) {
+    for (int width : {1, 15, 16, 17, 18, 19, 31, 32, 33, 34, 35, 37, 48, 49, 50, 51, 640}) {
+      const int height = 65536 / width + 1;
+      std::vector<WORD> pixels(size_t(width) * height);
+      for (size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = WORD(i * 40503u);  // visits all 65536 values
+      // Tight rows too: the vector stores overlap and must stay inside their row.
+      for (int stride : {width * 3, (width * 3 + 3) & ~3}) {
+        std::vector<BYTE> fast(size_t(stride) * height, 0x5A), slow(size_t(stride) * height, 0x5A);
+        if (!liveview::ConvertFrame565To24Using(
+                path, pixels.data(), width, height, fast.data(), stride))
+          break;
+        liveview::ConvertFrame565To24Portable(pixels.data(), width, height, slow.data(), stride);
+        ASSERT_EQ(fast, slow) << "path " << int(path) << " width " << width << " stride " << stride;
+        std::fill(fast.begin(), fast.end(), 0x5A);
+        liveview::ConvertFrame565To24(pixels.data(), width, height, fast.data(), stride);
+        ASSERT_EQ(fast, slow) << "dispatched, width " << width;
+        ++pathsRun;
+      }
+    }
+  }
+#if defined(__x86_64__)
+  EXPECT_GT(pathsRun, 0) << "every x86-64 processor has at least SSSE3 here";
+#endif
+  // The portable code against the formula, value by value.
+  for (int v = 0; v < 65536; ++v) {
+    WORD p = WORD(v);
+    BYTE out[4];
+    liveview::ConvertFrame565To24Portable(&p, 1, 1, out, 4);
+    ASSERT_EQ(out[0], (v >> 11) * 255 / 31);
+    ASSERT_EQ(out[1], ((v >> 5) & 63) * 255 / 63);
+    ASSERT_EQ(out[2], (v & 31) * 255 / 31);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,85 @@
+// What only a host sees: the umbrella header alone is enough to drive the
+// live view, and the instrument comes from "SIMINST.dll" loaded at run time.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <set>
+
+#include "surveycam.h"
+
+#ifndef SIMINST_DIR
+#error "SIMINST_DIR must name the folder of SIMINST.so"
+#endif
+
+namespace {
+
+template <class Fn>
+Fn Proc(HMODULE module, const wchar_t* name) {
+  return reinterpret_cast<Fn>(GetProcAddressW(module, name));
+}
+
+TEST(HostSmoke, SimulatedInstrumentLoadedAtRunTimeGivesAWorkingView) {
+  const auto root = std::filesystem::current_path() / "public-roots" / "smoke";
+  std::filesystem::remove_all(root);
+  std::filesystem::create_directories(root);
+  platform::fs::SetDeviceRoot(root.string());
+  std::vector<std::wstring> boxes;
+  auto previous = platform::SetMessageBoxHandler([&](const platform::MessageBoxCall& call) {
+    boxes.push_back(call.text);
+    return IDOK;
+  });
+  platform::ResetDesktop();
+
+  platform::modules::AddSearchPath(SIMINST_DIR);
+  HMODULE module = LoadLibraryW(L"SIMINST.dll");
+  ASSERT_NE(module, nullptr);
+  auto reg = Proc<int (*)()>(module, L"SimInstRegisterDevices");
+  auto unreg = Proc<int (*)()>(module, L"SimInstUnregisterDevices");
+  auto install = Proc<int (*)()>(module, L"SimInstInstall");
+  auto uninstall = Proc<int (*)()>(module, L"SimInstUninstall");
+  auto angles = Proc<int (*)(double, double)>(module, L"SimInstSetAngles");
+  auto store =
+      Proc<int (*)(const CCamera*, const VKR3ZA_CALIB*)>(module, L"SimInstStoreCalibration");
+  ASSERT_TRUE(reg && unreg && install && uninstall && angles && store);
+  ASSERT_EQ(reg(), 1);
+  ASSERT_EQ(install(), 1);
+  CCamera camera;
+  camera.FocalLength = 8.0214;
+  camera.PrincipalPoint.SetXYZ(1.801, 1.337, 0.0);
+  camera.Resolution.SetXYZ(0.0056, 0.0056, 0.0);
+  VKR3ZA_CALIB orient;
+  orient.Ccd1CenterX = 324, orient.Ccd1CenterY = 236;
+  orient.Ccd2CenterX = 318, orient.Ccd2CenterY = 243;
+  ASSERT_EQ(store(&camera, &orient), 1);
+  ASSERT_EQ(angles(90.0, 30.0), 1);
+
+  {
+    CCaptureWnd view;
+    view.InitAppUseMessage();
+    ASSERT_TRUE(view.Create(
+        platform::DesktopWindow(), RECT{0, 0, 320, 240}, 1.0, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+    platform::PumpMessages();
+    // The view read the module's memory through its "EEP.DLL".
+    EXPECT_EQ(view.m_Camera.FocalLength, 8.0214);
+    EXPECT_EQ(view.m_nCenterX[1], 324);
+    EXPECT_EQ(view.m_nCenterY[0], 243);
+    // The module's driver fills the view with a live picture of the site.
+    view.InvalidateRect(nullptr, TRUE);
+    platform::AdvanceTime(200);
+    platform::Present();
+    const platform::Framebuffer& screen = platform::Screen();
+    EXPECT_EQ(std::count(screen.pixels.begin(), screen.pixels.end(), 0x404040u), 0);
+    EXPECT_GT(std::set<uint32_t>(screen.pixels.begin(), screen.pixels.end()).size(), 20u);
+    view.DestroyWindow();
+    platform::PumpMessages();
+  }
+  EXPECT_TRUE(boxes.empty());
+  platform::ResetDesktop();
+  uninstall();
+  unreg();
+  platform::SetMessageBoxHandler(previous);
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+#pragma once
+// The live view on the simulated desktop and devices: a fresh device root,
+// the capture driver and calibration memory reset, and a view ready to be
+// created; SimLiveViewTest films the simulated instrument instead.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "devices/capture_driver.h"
+#include "devices/devices.h"
+#include "devices/eeprom_module.h"
+#include "devices/frame_source.h"
+#include "liveview/capture_wnd.h"
+#include "platform/dc.h"
+#include "platform/desktop.h"
+#include "sim/calibration_memory.h"
+#include "sim/instrument.h"
+#include "tests/support/picture.h"
+#include "tests/support/test_support.h"
+
+namespace liveview_test {
+
+// The view covers the whole 320 x 240 screen unless a test gives a rect, so
+// client and screen coordinates coincide.
+class LiveViewTest : public testing_support::DeviceTest {
+ protected:
+  void SetUp() override {
+    DeviceTest::SetUp();
+    devices::RegisterAll();
+    devices::capture::Reset();
+    devices::eeprom::Reset();
+    platform::ResetDesktop();
+    view_ = std::make_unique<CCaptureWnd>();
+    view_->InitAppUseMessage();
+  }
+
+  void TearDown() override {
+    if (view_) view_->SetPoints(nullptr);
+    if (view_ && view_->GetSafeHwnd()) view_->DestroyWindow();
+    view_.reset();
+    platform::ResetDesktop();
+    devices::SetFrameSource(nullptr);
+    DeviceTest::TearDown();
+  }
+
+  // Creates the view at rect (screen coordinates) and lets capture start.
+  void CreateView(RECT rect = {0, 0, 320, 240}, double base = 1.0) {
+    ASSERT_TRUE(view_->Create(nullptr, rect, base, 1.0, 4.0, WS_CHILD | WS_VISIBLE, 0));
+    platform::PumpMessages();
+    boxes_.clear();
+  }
+
+  // Counts the driver requests of one code since the log was cleared.
+  static int Requests(DWORD code) {
+    int n = 0;
+    for (const auto& r : devices::capture::Log()) n += r.code == code;
+    return n;
+  }
+
+  std::unique_ptr<CCaptureWnd> view_;
+};
+
+// A created view whose drawing functions paint into a 320 x 240
+// framebuffer of the test's own, cleared to a background colour.
+class LiveViewDrawingTest : public LiveViewTest {
+ protected:
+  void SetUp() override {
+    LiveViewTest::SetUp();
+    CreateView();
+    Fresh();
+  }
+  void TearDown() override {
+    dc_.reset();
+    LiveViewTest::TearDown();
+  }
+  void Fresh(uint32_t background = 0) {
+    dc_.reset();
+    fb_.Resize(320, 240, background);
+    dc_ = std::make_unique<CDC>();
+    dc_->AttachFramebuffer(&fb_, RECT{0, 0, 320, 240});
+  }
+  // Pixels of one colour inside an area (clipped to the framebuffer).
+  int Count(uint32_t pixel, RECT area = {0, 0, 320, 240}) const {
+    int n = 0;
+    for (int y = std::max(0, int(area.top)); y < std::min(fb_.height, int(area.bottom)); ++y)
+      for (int x = std::max(0, int(area.left)); x < std::min(fb_.width, int(area.right)); ++x)
+        n += fb_.At(x, y) == pixel;
+    return n;
+  }
+  platform::Framebuffer fb_;
+  std::unique_ptr<CDC> dc_;
+};
+
+// A frame source that films one flat colour (5-6-5), whatever the exposure.
+class FlatSource : public devices::FrameSource {
+ public:
+  explicit FlatSource(uint16_t pixel) : pixel_(pixel) {}
+  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
+    std::fill(pixels, pixels + devices::kFrameWidth * devices::kFrameHeight, pixel_);
+  }
+  uint16_t pixel_;
+};
+
+inline uint16_t Rgb565(int r5, int g6, int b5) { return uint16_t((r5 << 11) | (g6 << 5) | b5); }
+
+// The live view filming the simulated instrument, whose calibration is in
+// the instrument's memory before the view reads it at creation.
+class SimLiveViewTest : public LiveViewTest {
+ protected:
+  void Start(const sim::Calibration& c, bool every_pixel = false) {
+    instrument_ = std::make_shared<sim::Instrument>();
+    instrument_->SetSampleEveryPixel(every_pixel);
+    instrument_->SetCalibration(c);
+    devices::SetFrameSource(instrument_);
+    ASSERT_TRUE(sim::WriteCalibrationToMemory(c));
+    CreateView();
+  }
+  // Points the instrument and tells the view, as the host does.
+  void Turn(double v, double h) {
+    instrument_->station().SetAngles(v, h);
+    const sim::Vec3 axis = instrument_->station().State().AxisPoint();
+    CXYZ mp(axis.x, axis.y, axis.z);
+    view_->SetMp(mp);
+    view_->UpdateAngle(v, h);
+  }
+  // A sensor frame of one camera at the view's exposure.
+  sim_test::Frame Film(int camera) {
+    sim_test::Frame frame = sim_test::NewFrame();
+    devices::FrameRequest request;
+    request.camera = camera;
+    request.brightness = view_->m_StartParam.Brightness;
+    instrument_->Render(request, frame.data());
+    return frame;
+  }
+
+  std::shared_ptr<sim::Instrument> instrument_;
+};
+
+}  // namespace liveview_test
