@@ -94,6 +94,21 @@ TEST_F(ModesTest, CornerModeWithAMeasurementIgnoresKeys) {
   EXPECT_EQ(view_->GetCurCamera(), 0);
 }
 
+// The corner flag follows the camera in corner mode only.
+TEST_F(ModesTest, CornerModeNotesWhetherItWorksOnTheTeleCamera) {
+  view_->SetCurCamera(0);
+  view_->BeginCornerMode();
+  EXPECT_EQ(view_->m_bCornerTele, 1);
+  view_->SetCurCamera(1);
+  EXPECT_EQ(view_->m_bCornerTele, 0);
+  view_->SetCurCamera(0);
+  EXPECT_EQ(view_->m_bCornerTele, 1);
+  view_->EndCornerMode();
+  view_->BeginDistanceMode();
+  view_->SetCurCamera(1);
+  EXPECT_EQ(view_->m_bCornerTele, 1);
+}
+
 TEST_F(ModesTest, AnyKeyEndsASnapshotAndDoesNothingElse) {
   view_->SnapShot();
   view_->KeyControl(kRight);
