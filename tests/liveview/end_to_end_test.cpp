@@ -99,7 +99,8 @@ TEST_F(EndToEndTest, TapOnATeleTargetAimsTheTelescopeAtIt) {
   platform::PumpMessages();
   const sim::StationState state = instrument_->station().State();
   // 100 m away, a little up and to the left: inside the allowed square.
-  instrument_->AddTarget(sim_test::TargetAt(state, 90.0 - 0.03, 30.0 - 0.04, 100.0, 0.05));
+  const sim::Target target = sim_test::TargetAt(state, 90.0 - 0.03, 30.0 - 0.04, 100.0, 0.05);
+  instrument_->AddTarget(target);
   sim::Scene empty = instrument_->scene();
   empty.ClearTargets();
   auto find_target = [&]() {
@@ -112,6 +113,12 @@ TEST_F(EndToEndTest, TapOnATeleTargetAimsTheTelescopeAtIt) {
   };
   auto before = find_target();
   ASSERT_TRUE(before.has_value());
+  // The instrument's own account of where the tele camera sees the target
+  // (what a host compares the reticle with) agrees with the picture.
+  const auto seen = instrument_->TeleSensorPoint(target.x, target.y, target.z);
+  ASSERT_TRUE(seen.has_value());
+  EXPECT_NEAR(seen->x, before->x, 0.7);
+  EXPECT_NEAR(seen->y, before->y, 0.7);
   const VCAP_DISP_PARAMETER& disp = view_->m_DispParam[0];
   const int tap_x = int(std::floor(before->x - disp.SrcRect.left + disp.DstRect.left));
   const int tap_y = int(std::floor(before->y - disp.SrcRect.top + disp.DstRect.top));
