@@ -20,6 +20,19 @@ TEST(FrameConvertTest, HandWorkedPixels) {
   EXPECT_EQ(bits[15], 0xAB);  // padding untouched
 }
 
+// Missing buffers or an empty frame convert nothing and write nothing.
+TEST(FrameConvertTest, NothingToConvertWritesNothing) {
+  const WORD pixels[2] = {0xFFFF, 0xFFFF};
+  BYTE bits[8];
+  std::fill(std::begin(bits), std::end(bits), 0x5A);
+  liveview::ConvertFrame565To24(pixels, 2, 1, nullptr, 8);
+  liveview::ConvertFrame565To24(nullptr, 2, 1, bits, 8);
+  liveview::ConvertFrame565To24(pixels, 0, 1, bits, 8);
+  liveview::ConvertFrame565To24(pixels, 2, 0, bits, 8);
+  liveview::ConvertFrame565To24Portable(pixels, 2, 1, nullptr, 8);
+  EXPECT_TRUE(std::all_of(std::begin(bits), std::end(bits), [](BYTE b) { return b == 0x5A; }));
+}
+
 TEST(FrameConvertTest, RowsLandBottomUp) {
   const WORD pixels[2 * 3] = {0xF800, 0xF800, 0x07E0, 0x07E0, 0x001F, 0x001F};  // 2 wide, 3 high
   BYTE bits[3 * 8] = {};
