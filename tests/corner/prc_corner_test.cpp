@@ -179,6 +179,9 @@ TEST(PrcCorner, PictureAndGreyBufferAgree) {
     if (std::fabs(s.Distance(c.x, c.y)) < 0.5) ++on_edges;
   }
   EXPECT_GE(on_edges, 2);
+  // A tap off the picture finds nothing there either.
+  EXPECT_EQ(finder.FindCorner(dib, CPoint(-1, tap.y), picture.x, picture.y), 0);
+  EXPECT_EQ(finder.FindCorner(dib, CPoint(tap.x, kH), picture.x, picture.y), 0);
 }
 
 TEST(PrcCorner, SettingsOutsideTheirRangesAreIgnored) {

@@ -69,6 +69,11 @@ TEST(DibExCreate, ColourEntriesAndFill) {
   EXPECT_TRUE(dib.IsGrayScale());
   EXPECT_EQ(dib.m_imageBits[1000], 0xFF);
   EXPECT_EQ(dib.m_palette, nullptr);  // Create makes no palette
+  // 1- and 4-bit pictures get their full tables, whatever was asked.
+  ASSERT_TRUE(dib.Create(CSize(8, 8), 1, 0, FALSE, 0));
+  EXPECT_EQ(dib.GetNumColors(), 2);
+  ASSERT_TRUE(dib.Create(CSize(8, 8), 4, 0, FALSE, 0));
+  EXPECT_EQ(dib.GetNumColors(), 16);
 }
 
 TEST(DibExCreate, RowGeometry) {
