@@ -57,18 +57,16 @@ inline bool AllNear(const double* actual,
   return true;
 }
 
-MATCHER_P4(IsNearXYZ, x, y, z, tolerance, "X, Y, Z within " + ::testing::PrintToString(tolerance)) {
-  static const char* const kNames[] = {"X", "Y", "Z"};
-  const double actual[] = {arg.X, arg.Y, arg.Z};
-  const double expected[] = {double(x), double(y), double(z)};
-  return AllNear(actual, expected, kNames, 3, tolerance, result_listener);
-}
-
 MATCHER_P2(IsNearPoint, point, tolerance, "X, Y, Z within " + ::testing::PrintToString(tolerance)) {
   static const char* const kNames[] = {"X", "Y", "Z"};
   const double actual[] = {arg.X, arg.Y, arg.Z};
   const double expected[] = {point.X, point.Y, point.Z};
   return AllNear(actual, expected, kNames, 3, tolerance, result_listener);
+}
+
+MATCHER_P4(IsNearXYZ, x, y, z, tolerance, "X, Y, Z within " + ::testing::PrintToString(tolerance)) {
+  return ::testing::ExplainMatchResult(
+      IsNearPoint(CXYZ(double(x), double(y), double(z)), tolerance), arg, result_listener);
 }
 
 MATCHER_P2(IsNearWPK,
