@@ -1,5 +1,6 @@
 #pragma once
 // Public headers of camera/.
+#include "camera/calib_interop.h"
 #include "camera/camera.h"
 #include "camera/dist.h"
 #include "camera/least_sq.h"
