@@ -13,7 +13,23 @@ namespace calib {
 namespace {
 
 // OpenCV's coefficient positions.
-enum : size_t { kK1, kK2, kP1, kP2, kK3, kK4, kK5, kK6, kS1, kS2, kS3, kS4, kTauX, kTauY, kMaxDist };
+enum : size_t {
+  kK1,
+  kK2,
+  kP1,
+  kP2,
+  kK3,
+  kK4,
+  kK5,
+  kK6,
+  kS1,
+  kS2,
+  kS3,
+  kS4,
+  kTauX,
+  kTauY,
+  kMaxDist
+};
 
 // Sample grid over the sensor, corners and edges included.
 constexpr int kGridX = 32;
@@ -143,7 +159,8 @@ bool FitTerms(const std::vector<Sample>& samples,
 std::vector<Vec2> SensorGrid(int width, int height) {
   std::vector<Vec2> grid;
   for (int j = 0; j <= kGridY; ++j)
-    for (int i = 0; i <= kGridX; ++i) grid.push_back({width * double(i) / kGridX, height * double(j) / kGridY});
+    for (int i = 0; i <= kGridX; ++i)
+      grid.push_back({width * double(i) / kGridX, height * double(j) / kGridY});
   return grid;
 }
 
@@ -161,10 +178,13 @@ bool CheckIntrinsics(const Intrinsics& in, Report& report) {
   if (!(in.fx > 0.0 && in.fy > 0.0) || in.width <= 0 || in.height <= 0)
     return Refuse(report, "the camera needs positive fx, fy and an image size");
   if (in.skew != 0.0)
-    return Refuse(report, "a skewed camera matrix (skew " + Number(in.skew) + ") has no counterpart in the camera file");
+    return Refuse(report,
+                  "a skewed camera matrix (skew " + Number(in.skew) +
+                      ") has no counterpart in the camera file");
   if (in.dist.size() > kMaxDist) return Refuse(report, "more than 14 distortion coefficients");
   if (AnyNonZero(in.dist, kTauX, kMaxDist))
-    return Refuse(report, TheirModelName(in.dist) + " cannot be expressed nor refitted in the camera file");
+    return Refuse(report,
+                  TheirModelName(in.dist) + " cannot be expressed nor refitted in the camera file");
   return true;
 }
 
@@ -197,12 +217,16 @@ int ToCamera(const Intrinsics& in, const Options& opt, CCamera& out, Report& rep
   const std::string name = TheirModelName(in.dist);
   const bool beyond = AnyNonZero(in.dist, kK4, kMaxDist);
   if (beyond && !opt.fit)
-    return Refuse(report, name + " has no counterpart in the camera file's lens models; --fit refits it");
+    return Refuse(report,
+                  name + " has no counterpart in the camera file's lens models; --fit refits it");
   int model = opt.model;
   if (model < 0) {
-    if (!AnyNonZero(in.dist, 0, kMaxDist)) model = DIST_NONE;
-    else if (beyond || Coef(in.dist, kK3) != 0.0) model = DIST_RADIAL3_DECENTER;
-    else model = DIST_RADIAL_DECENTER;
+    if (!AnyNonZero(in.dist, 0, kMaxDist))
+      model = DIST_NONE;
+    else if (beyond || Coef(in.dist, kK3) != 0.0)
+      model = DIST_RADIAL3_DECENTER;
+    else
+      model = DIST_RADIAL_DECENTER;
   }
   if (model != DIST_NONE && model != DIST_RADIAL_DECENTER && model != DIST_RADIAL3_DECENTER)
     return Refuse(report, "import writes model 0, 2 or 3, not " + std::to_string(model));
@@ -224,7 +248,8 @@ int ToCamera(const Intrinsics& in, const Options& opt, CCamera& out, Report& rep
     }
     const int radial = model == DIST_RADIAL3_DECENTER ? 3 : 2;
     std::vector<double> c;
-    if (!FitTerms(samples, radial, false, c)) return Refuse(report, "the least-squares fit of " + name + " failed");
+    if (!FitTerms(samples, radial, false, c))
+      return Refuse(report, "the least-squares fit of " + name + " failed");
     for (int k = 0; k < radial + 2; ++k) {
       const double scale = k < radial ? std::pow(f, 2 * (k + 1)) : f;
       cam.Dist.AddPara(k, AsFileKeeps(c[size_t(k)] / scale, "%e"));
@@ -234,8 +259,8 @@ int ToCamera(const Intrinsics& in, const Options& opt, CCamera& out, Report& rep
   const std::string what = name + " as our " + OurModelName(model);
   if (!(report.max_residual_px <= opt.tolerance_px) && !opt.fit)
     return Refuse(report,
-                  what + " differs by up to " + Px(report.max_residual_px) + " on the sensor (more than " +
-                      Px(opt.tolerance_px) + "); --fit accepts it");
+                  what + " differs by up to " + Px(report.max_residual_px) +
+                      " on the sensor (more than " + Px(opt.tolerance_px) + "); --fit accepts it");
   report.message = what + ": largest residual " + Px(report.max_residual_px);
   out = cam;
   return 1;
@@ -244,11 +269,13 @@ int ToCamera(const Intrinsics& in, const Options& opt, CCamera& out, Report& rep
 int FromCamera(const CCamera& in, const Options& opt, Intrinsics& out, Report& report) {
   report = Report{};
   const double f = in.FocalLength;
-  if (!(f > 0.0 && in.Resolution.X > 0.0 && in.Resolution.Y > 0.0) || opt.width <= 0 || opt.height <= 0)
+  if (!(f > 0.0 && in.Resolution.X > 0.0 && in.Resolution.Y > 0.0) || opt.width <= 0 ||
+      opt.height <= 0)
     return Refuse(report, "the camera needs a positive focal length, pixel size and sensor size");
   const int model = in.Dist.GetDistModel();
   const std::string name = "our " + OurModelName(model);
-  const bool same_shape = model == DIST_NONE || model == DIST_RADIAL_DECENTER || model == DIST_RADIAL3_DECENTER;
+  const bool same_shape =
+      model == DIST_NONE || model == DIST_RADIAL_DECENTER || model == DIST_RADIAL3_DECENTER;
   if (!same_shape && !opt.fit)
     return Refuse(report, name + " has no counterpart in OpenCV's lens models; --fit refits it");
 
@@ -271,7 +298,8 @@ int FromCamera(const CCamera& in, const Options& opt, Intrinsics& out, Report& r
     }
     const int radial = model == DIST_RADIAL_DECENTER ? 2 : 3;
     std::vector<double> c;
-    if (!FitTerms(samples, radial, true, c)) return Refuse(report, "the least-squares fit of " + name + " failed");
+    if (!FitTerms(samples, radial, true, c))
+      return Refuse(report, "the least-squares fit of " + name + " failed");
     cv.dist[kK1] = c[0];
     cv.dist[kK2] = c[1];
     if (radial == 3) cv.dist[kK3] = c[2];
@@ -282,8 +310,8 @@ int FromCamera(const CCamera& in, const Options& opt, Intrinsics& out, Report& r
   const std::string what = name + " as " + TheirModelName(cv.dist);
   if (!(report.max_residual_px <= opt.tolerance_px) && !opt.fit)
     return Refuse(report,
-                  what + " differs by up to " + Px(report.max_residual_px) + " on the sensor (more than " +
-                      Px(opt.tolerance_px) + "); --fit accepts it");
+                  what + " differs by up to " + Px(report.max_residual_px) +
+                      " on the sensor (more than " + Px(opt.tolerance_px) + "); --fit accepts it");
   report.message = what + ": largest residual " + Px(report.max_residual_px);
   out = cv;
   return 1;
@@ -299,15 +327,25 @@ std::string Join(const std::vector<double>& values) {
   return s;
 }
 
-std::string Matrix(const char* key, int rows, int cols, const std::vector<double>& data, bool json, bool last) {
+std::string Matrix(
+    const char* key, int rows, int cols, const std::vector<double>& data, bool json, bool last) {
   const std::string body = Join(data);
   if (json)
     return platform::FormatA(
-        "    \"%s\": {\n        \"type_id\": \"opencv-matrix\",\n        \"rows\": %d,\n        \"cols\": %d,\n"
+        "    \"%s\": {\n        \"type_id\": \"opencv-matrix\",\n        \"rows\": %d,\n        "
+        "\"cols\": %d,\n"
         "        \"dt\": \"d\",\n        \"data\": [ %s ]\n    }%s\n",
-        key, rows, cols, body.c_str(), last ? "" : ",");
-  return platform::FormatA("%s: !!opencv-matrix\n   rows: %d\n   cols: %d\n   dt: d\n   data: [ %s ]\n", key, rows,
-                           cols, body.c_str());
+        key,
+        rows,
+        cols,
+        body.c_str(),
+        last ? "" : ",");
+  return platform::FormatA(
+      "%s: !!opencv-matrix\n   rows: %d\n   cols: %d\n   dt: d\n   data: [ %s ]\n",
+      key,
+      rows,
+      cols,
+      body.c_str());
 }
 
 // Tokens of YAML or JSON text: words (bare or quoted) and the punctuation
@@ -346,8 +384,9 @@ std::vector<std::string> Tokens(const std::string& text) {
       size_t end = i;
       while (end < text.size() && !std::isspace(static_cast<unsigned char>(text[end])) &&
              std::string_view("[]{},\"").find(text[end]) == std::string_view::npos &&
-             !(text[end] == ':' && (end + 1 >= text.size() || std::isspace(static_cast<unsigned char>(text[end + 1])) ||
-                                    text[end + 1] == ',')))
+             !(text[end] == ':' &&
+               (end + 1 >= text.size() || std::isspace(static_cast<unsigned char>(text[end + 1])) ||
+                text[end + 1] == ',')))
         ++end;
       tokens.push_back(text.substr(i, end - i));
       i = end;
@@ -371,18 +410,23 @@ bool ReadInt(const std::vector<std::string>& t, const char* key, size_t from, in
   return true;
 }
 
-bool ReadMatrix(const std::vector<std::string>& t, const char* key, std::vector<double>& data, std::string& error) {
+bool ReadMatrix(const std::vector<std::string>& t,
+                const char* key,
+                std::vector<double>& data,
+                std::string& error) {
   const size_t at = FindKey(t, key, 0);
   if (at == std::string::npos) return error = std::string("no ") + key, false;
   int rows = 0, cols = 0;
   size_t i = FindKey(t, "data", at);
-  if (!ReadInt(t, "rows", at, rows) || !ReadInt(t, "cols", at, cols) || i == std::string::npos || t[i] != "[")
+  if (!ReadInt(t, "rows", at, rows) || !ReadInt(t, "cols", at, cols) || i == std::string::npos ||
+      t[i] != "[")
     return error = std::string(key) + " is not an opencv-matrix", false;
   data.clear();
   for (++i; i < t.size() && t[i] != "]"; ++i) {
     if (t[i] == ",") continue;
     double v = 0.0;
-    if (!platform::ParseNumber(t[i], v)) return error = std::string(key) + " holds '" + t[i] + "'", false;
+    if (!platform::ParseNumber(t[i], v))
+      return error = std::string(key) + " holds '" + t[i] + "'", false;
     data.push_back(v);
   }
   if (i == t.size() || data.size() != size_t(rows) * size_t(cols))
@@ -397,7 +441,8 @@ std::string WriteOpenCv(const Intrinsics& in, bool json) {
   std::string s = json ? "{\n" : "%YAML:1.0\n---\n";
   s += platform::FormatA(json ? "    \"image_width\": %d,\n    \"image_height\": %d,\n"
                               : "image_width: %d\nimage_height: %d\n",
-                         in.width, in.height);
+                         in.width,
+                         in.height);
   s += Matrix("camera_matrix", 3, 3, k, json, false);
   s += Matrix("distortion_coefficients", 1, int(in.dist.size()), in.dist, json, true);
   if (json) s += "}\n";
@@ -435,14 +480,21 @@ struct ColmapModel {
   int params;
 };
 constexpr ColmapModel kColmapModels[] = {
-    {"SIMPLE_PINHOLE", 3}, {"PINHOLE", 4}, {"SIMPLE_RADIAL", 4}, {"RADIAL", 5}, {"OPENCV", 8}, {"FULL_OPENCV", 12},
+    {"SIMPLE_PINHOLE", 3},
+    {"PINHOLE", 4},
+    {"SIMPLE_RADIAL", 4},
+    {"RADIAL", 5},
+    {"OPENCV", 8},
+    {"FULL_OPENCV", 12},
 };
 
 }  // namespace
 
 int WriteColmap(const Intrinsics& in, int camera_id, std::string& text, std::string& error) {
   if (AnyNonZero(in.dist, kS1, kMaxDist) || in.skew != 0.0)
-    return error = "COLMAP has no model for " + TheirModelName(in.dist) + " or a skewed camera matrix", 0;
+    return error =
+               "COLMAP has no model for " + TheirModelName(in.dist) + " or a skewed camera matrix",
+           0;
   // COLMAP counts pixels from the top-left corner, OpenCV from its centre.
   const double cx = in.cx + 0.5, cy = in.cy + 0.5;
   const std::vector<double>& d = in.dist;
@@ -463,9 +515,10 @@ int WriteColmap(const Intrinsics& in, int camera_id, std::string& text, std::str
     p = {in.fx, in.fy, cx, cy};
     for (size_t i = 0; i < kS1; ++i) p.push_back(Coef(d, i));
   }
-  text = "# Camera list with one line of data per camera:\n"
-         "#   CAMERA_ID, MODEL, WIDTH, HEIGHT, PARAMS[]\n"
-         "# Number of cameras: 1\n";
+  text =
+      "# Camera list with one line of data per camera:\n"
+      "#   CAMERA_ID, MODEL, WIDTH, HEIGHT, PARAMS[]\n"
+      "# Number of cameras: 1\n";
   text += platform::FormatA("%d %s %d %d", camera_id, model, in.width, in.height);
   for (double v : p) text += " " + Number(v);
   text += "\n";
@@ -484,21 +537,27 @@ int ReadColmap(const std::string& text, int camera_id, Intrinsics& out, std::str
     }
     if (f.empty() || f[0][0] == '#') continue;
     long id = 0, w = 0, h = 0;
-    if (f.size() < 4 || !platform::ParseInt(f[0], 0, 1L << 31, id) || !platform::ParseInt(f[2], 1, 1 << 20, w) ||
-        !platform::ParseInt(f[3], 1, 1 << 20, h))
+    if (f.size() < 4 || !platform::ParseInt(f[0], 0, 1L << 31, id) ||
+        !platform::ParseInt(f[2], 1, 1 << 20, w) || !platform::ParseInt(f[3], 1, 1 << 20, h))
       return error = "malformed camera line '" + std::string(line) + "'", 0;
     if (camera_id >= 0 && id != camera_id) continue;
-    const auto* m = std::find_if(std::begin(kColmapModels), std::end(kColmapModels),
+    const auto* m = std::find_if(std::begin(kColmapModels),
+                                 std::end(kColmapModels),
                                  [&](const ColmapModel& c) { return f[1] == c.name; });
-    if (m == std::end(kColmapModels)) return error = "COLMAP model " + f[1] + " has no counterpart", 0;
+    if (m == std::end(kColmapModels))
+      return error = "COLMAP model " + f[1] + " has no counterpart", 0;
     std::vector<double> p;
     for (size_t i = 4; i < f.size(); ++i) {
       double v = 0.0;
-      if (!platform::ParseNumber(f[i], v)) return error = "camera " + f[0] + " holds '" + f[i] + "'", 0;
+      if (!platform::ParseNumber(f[i], v))
+        return error = "camera " + f[0] + " holds '" + f[i] + "'", 0;
       p.push_back(v);
     }
     if (int(p.size()) != m->params)
-      return error = platform::FormatA("%s takes %d parameters, camera %s has %d", m->name, m->params, f[0].c_str(),
+      return error = platform::FormatA("%s takes %d parameters, camera %s has %d",
+                                       m->name,
+                                       m->params,
+                                       f[0].c_str(),
                                        int(p.size())),
              0;
     // One focal length for SIMPLE_* and RADIAL; two for the others. The
@@ -516,7 +575,9 @@ int ReadColmap(const std::string& text, int camera_id, Intrinsics& out, std::str
     out = in;
     return 1;
   }
-  return error = camera_id >= 0 ? "no camera " + std::to_string(camera_id) : std::string("no camera"), 0;
+  return error =
+             camera_id >= 0 ? "no camera " + std::to_string(camera_id) : std::string("no camera"),
+         0;
 }
 
 }  // namespace calib

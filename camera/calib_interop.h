@@ -104,7 +104,10 @@ struct SURVEYCAM_API Report {
 // residual is that of the rounded camera.
 SURVEYCAM_API int ToCamera(const Intrinsics& in, const Options& opt, CCamera& out, Report& report);
 // Our camera into theirs over an opt.width x opt.height sensor.
-SURVEYCAM_API int FromCamera(const CCamera& in, const Options& opt, Intrinsics& out, Report& report);
+SURVEYCAM_API int FromCamera(const CCamera& in,
+                             const Options& opt,
+                             Intrinsics& out,
+                             Report& report);
 // Largest distance [pixels] over the sensor between where `theirs` and `ours`
 // observe the same rays.
 SURVEYCAM_API double MaxDisagreementPx(const Intrinsics& theirs, const CCamera& ours);
@@ -117,7 +120,13 @@ SURVEYCAM_API int ReadOpenCv(const std::string& text, Intrinsics& out, std::stri
 // COLMAP cameras.txt. Writing picks the smallest model that holds `in`
 // (PINHOLE, SIMPLE_RADIAL, RADIAL, OPENCV, FULL_OPENCV) under camera_id.
 // Reading takes the camera with camera_id, or the first when camera_id < 0.
-SURVEYCAM_API int WriteColmap(const Intrinsics& in, int camera_id, std::string& text, std::string& error);
-SURVEYCAM_API int ReadColmap(const std::string& text, int camera_id, Intrinsics& out, std::string& error);
+SURVEYCAM_API int WriteColmap(const Intrinsics& in,
+                              int camera_id,
+                              std::string& text,
+                              std::string& error);
+SURVEYCAM_API int ReadColmap(const std::string& text,
+                             int camera_id,
+                             Intrinsics& out,
+                             std::string& error);
 
 }  // namespace calib

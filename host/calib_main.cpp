@@ -26,7 +26,8 @@ const char kUsage[] =
     "  --format yaml|json|colmap  the calibration's format (default: from its extension)\n"
     "  --pixel-size MM            import: x pixel pitch in mm/pixel (required)\n"
     "  --size WxH                 export: sensor size in pixels (default 640x480)\n"
-    "  --camera-id N              COLMAP camera to read (default: the first) or to write (default 1)\n"
+    "  --camera-id N              COLMAP camera to read (default: the first) or to write (default "
+    "1)\n"
     "  --model N                  import: our lens model 0, 2 or 3 (default: the counterpart)\n"
     "  --tolerance PX             largest disagreement accepted without --fit (default 0.01)\n"
     "  --fit                      refit a model without a counterpart by least squares\n";
@@ -52,7 +53,11 @@ int Fail(const std::string& message, int code = 1) {
   return code;
 }
 
-int Import(const std::string& from, const std::string& to, Format format, int camera_id, const calib::Options& opt) {
+int Import(const std::string& from,
+           const std::string& to,
+           Format format,
+           int camera_id,
+           const calib::Options& opt) {
   std::string text, error;
   std::ifstream file(from, std::ios::binary);
   std::stringstream bytes;
@@ -70,7 +75,11 @@ int Import(const std::string& from, const std::string& to, Format format, int ca
   return 0;
 }
 
-int Export(const std::string& from, const std::string& to, Format format, int camera_id, const calib::Options& opt) {
+int Export(const std::string& from,
+           const std::string& to,
+           Format format,
+           int camera_id,
+           const calib::Options& opt) {
   CCamera camera;
   if (!camera.Read(Wide(from).c_str())) return Fail("cannot read the camera file " + from);
   calib::Intrinsics out;
@@ -78,7 +87,8 @@ int Export(const std::string& from, const std::string& to, Format format, int ca
   if (!calib::FromCamera(camera, opt, out, report)) return Fail("refused: " + report.message);
   std::string text, error;
   if (format == Format::kColmap) {
-    if (!calib::WriteColmap(out, camera_id < 0 ? 1 : camera_id, text, error)) return Fail("refused: " + error);
+    if (!calib::WriteColmap(out, camera_id < 0 ? 1 : camera_id, text, error))
+      return Fail("refused: " + error);
   } else {
     text = calib::WriteOpenCv(out, format == Format::kJson);
   }
@@ -119,25 +129,30 @@ int main(int argc, char** argv) {
     }
     if (!value) return Fail(arg + " needs a value\n" + kUsage, 2);
     ++i;
-    if (arg == "--format") format_name = value;
-    else if (arg == "--pixel-size") ok = ParseDouble(value, opt.pixel_size_mm);
-    else if (arg == "--tolerance") ok = ParseDouble(value, opt.tolerance_px);
+    if (arg == "--format")
+      format_name = value;
+    else if (arg == "--pixel-size")
+      ok = ParseDouble(value, opt.pixel_size_mm);
+    else if (arg == "--tolerance")
+      ok = ParseDouble(value, opt.tolerance_px);
     else if (arg == "--camera-id") {
       ok = ParseLong(value, 0, 1L << 31, n);
       camera_id = int(n);
-    }
-    else if (arg == "--model") {
+    } else if (arg == "--model") {
       ok = ParseLong(value, 0, 4, n);
       opt.model = int(n);
-    }
-    else if (arg == "--size") ok = std::sscanf(value, "%dx%d", &opt.width, &opt.height) == 2;
-    else return Fail("unknown option " + arg + "\n" + kUsage, 2);
+    } else if (arg == "--size")
+      ok = std::sscanf(value, "%dx%d", &opt.width, &opt.height) == 2;
+    else
+      return Fail("unknown option " + arg + "\n" + kUsage, 2);
     if (!ok) return Fail("bad value for " + arg + ": " + value, 2);
   }
   const bool importing = command == "import";
   if (!importing && command != "export") return Fail(kUsage, 2);
   const std::string& other = importing ? from : to;
   const Format format = format_name.empty() ? FormatOfPath(other) : FormatOf(format_name);
-  if (format == Format::kUnknown) return Fail("cannot tell the format of " + other + "; use --format", 2);
-  return importing ? Import(from, to, format, camera_id, opt) : Export(from, to, format, camera_id, opt);
+  if (format == Format::kUnknown)
+    return Fail("cannot tell the format of " + other + "; use --format", 2);
+  return importing ? Import(from, to, format, camera_id, opt)
+                   : Export(from, to, format, camera_id, opt);
 }

@@ -10,6 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libjpeg62-turbo-dev libjpeg-turbo-progs libpng-dev zlib1g-dev libfreetype-dev fonts-dejavu-core
   libsdl2-dev xvfb xdotool python3 python3-pil imagemagick locales valgrind clang-tidy clang-format
+  libopencv-dev
 )
 
 missing=()
