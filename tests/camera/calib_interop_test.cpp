@@ -18,7 +18,9 @@ namespace {
 constexpr double kPixel = 0.0056;  // mm/pixel
 constexpr double kTolPx = 0.01;
 
-std::string Temp(const char* name) { return (std::filesystem::temp_directory_path() / name).string(); }
+std::string Temp(const char* name) {
+  return (std::filesystem::temp_directory_path() / name).string();
+}
 
 std::string Slurp(const std::string& path) {
   std::stringstream s;
@@ -60,12 +62,19 @@ Calibrated Calibrate(const std::vector<double>& truth, int flags) {
     std::vector<cv::Point2d> seen;
     cv::projectPoints(c.board, r, t, k, truth, seen);
     std::vector<cv::Point2f> noisy;
-    for (const cv::Point2d& p : seen) noisy.emplace_back(float(p.x + rng.gaussian(0.02)), float(p.y + rng.gaussian(0.02)));
+    for (const cv::Point2d& p : seen)
+      noisy.emplace_back(float(p.x + rng.gaussian(0.02)), float(p.y + rng.gaussian(0.02)));
     objects.emplace_back(c.board.begin(), c.board.end());
     images.push_back(noisy);
   }
   c.k = cv::Mat::eye(3, 3, CV_64F);  // fx/fy = 1 kept: square pixels
-  cv::calibrateCamera(objects, images, cv::Size(640, 480), c.k, c.dist, c.rvecs, c.tvecs,
+  cv::calibrateCamera(objects,
+                      images,
+                      cv::Size(640, 480),
+                      c.k,
+                      c.dist,
+                      c.rvecs,
+                      c.tvecs,
                       flags | cv::CALIB_FIX_ASPECT_RATIO);
   return c;
 }
@@ -82,7 +91,8 @@ double WorstPx(const Calibrated& c, const cv::Mat& k, const cv::Mat& dist, const
     cv::Rodrigues(c.rvecs[v], r);
     for (size_t i = 0; i < c.board.size(); ++i) {
       if (!cv::Rect2d(-0.5, -0.5, 640, 480).contains(ref[i])) continue;
-      const cv::Vec3d p = r * cv::Vec3d(c.board[i].x, c.board[i].y, c.board[i].z) + cv::Vec3d(c.tvecs[v]);
+      const cv::Vec3d p =
+          r * cv::Vec3d(c.board[i].x, c.board[i].y, c.board[i].z) + cv::Vec3d(c.tvecs[v]);
       worst = std::max(worst, cv::norm(LiveViewPixel(camera, p) - ref[i]));
     }
   }
@@ -102,8 +112,8 @@ TEST_P(CalibInteropModel, OpenCvCalibrationImportsAndExportsWithinAHundredthOfAP
   const std::string yml = Temp("f18_calib.yml"), cmr = Temp("f18_calib.cmr");
   {
     cv::FileStorage fs(yml, cv::FileStorage::WRITE);
-    fs << "image_width" << 640 << "image_height" << 480 << "camera_matrix" << c.k << "distortion_coefficients"
-       << c.dist;
+    fs << "image_width" << 640 << "image_height" << 480 << "camera_matrix" << c.k
+       << "distortion_coefficients" << c.dist;
   }
   calib::Intrinsics in;
   std::string error;
@@ -136,10 +146,15 @@ TEST_P(CalibInteropModel, OpenCvCalibrationImportsAndExportsWithinAHundredthOfAP
 INSTANTIATE_TEST_SUITE_P(
     Models,
     CalibInteropModel,
-    ::testing::Values(ModelCase{0, cv::CALIB_FIX_K1 | cv::CALIB_FIX_K2 | cv::CALIB_FIX_K3 | cv::CALIB_ZERO_TANGENT_DIST,
+    ::testing::Values(ModelCase{0,
+                                cv::CALIB_FIX_K1 | cv::CALIB_FIX_K2 | cv::CALIB_FIX_K3 |
+                                    cv::CALIB_ZERO_TANGENT_DIST,
                                 {0, 0, 0, 0, 0}},
                       ModelCase{2, cv::CALIB_FIX_K3, {-0.04, 0.015, 2e-4, -3e-4, 0}},
-                      ModelCase{3, 0, {-0.04, 0.03, -1.5e-4, 2.5e-4, -0.02}}));
+                      ModelCase{3, 0, {-0.04, 0.03, -1.5e-4, 2.5e-4, -0.02}}),
+    [](const ::testing::TestParamInfo<ModelCase>& info) {
+      return "Model" + std::to_string(info.param.model);
+    });
 
 // One term at a time, to first order: radial terms change sign and scale by
 // f², OpenCV's p2 is our first decentring term with its sign reversed, p1
@@ -181,7 +196,10 @@ TEST(CalibInterop, ColmapTextAndRefusals) {
       {"7 SIMPLE_RADIAL 640 480 800 320 240 -0.05", {}, nullptr, false},
       {"7 RADIAL 640 480 800 320 240 -0.05 0.01", {}, nullptr, false},
       {"7 OPENCV 640 480 800 801 320 240 -0.05 0.01 1e-4 -1e-4", {}, nullptr, false},
-      {"7 FULL_OPENCV 640 480 800 800 320 240 -0.05 0.01 1e-4 -1e-4 0.01 0.02 0 0", {}, "rational", true},
+      {"7 FULL_OPENCV 640 480 800 800 320 240 -0.05 0.01 1e-4 -1e-4 0.01 0.02 0 0",
+       {},
+       "rational",
+       true},
       {"7 OPENCV_FISHEYE 640 480 800 800 320 240 0.1 0 0 0", {}, "OPENCV_FISHEYE", false},
       {"", {-0.05, 0, 0, 0, 0, 0, 0, 0, 1e-3}, "thin-prism", true},
       {"", {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0.01}, "tilted-sensor", false},
@@ -203,7 +221,8 @@ TEST(CalibInterop, ColmapTextAndRefusals) {
       EXPECT_NE(report.message.find(c.named), std::string::npos) << report.message;
     }
     opt.fit = true;
-    EXPECT_EQ(calib::ToCamera(in, opt, camera, report), c.named == nullptr || c.fit_helps) << report.message;
+    EXPECT_EQ(calib::ToCamera(in, opt, camera, report), c.named == nullptr || c.fit_helps)
+        << report.message;
     if (!ok || c.colmap.empty()) continue;
     // Written back, the same line (the model, the size, the parameters).
     ASSERT_TRUE(calib::WriteColmap(in, 7, text, error));
@@ -225,7 +244,8 @@ TEST(CalibInterop, ColmapTextAndRefusals) {
     calib::Intrinsics out;
     calib::Report report;
     EXPECT_FALSE(calib::FromCamera(camera, opt, out, report));
-    EXPECT_NE(report.message.find("model " + std::to_string(model)), std::string::npos) << report.message;
+    EXPECT_NE(report.message.find("model " + std::to_string(model)), std::string::npos)
+        << report.message;
     opt.fit = true;
     EXPECT_TRUE(calib::FromCamera(camera, opt, out, report)) << report.message;
     EXPECT_GT(report.max_residual_px, 0.0);
