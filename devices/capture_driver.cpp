@@ -55,6 +55,11 @@ std::shared_ptr<FrameSource>& Source() {
   return source;
 }
 
+std::shared_ptr<FrameSource> CurrentSource() {
+  std::lock_guard lock(g_source_mutex);
+  return Source();
+}
+
 }  // namespace
 
 void SetFrameSource(std::shared_ptr<FrameSource> source) {
@@ -88,8 +93,18 @@ State& S() {
   return state;
 }
 
+int CurrentCamera(const State& s) { return s.start ? s.start->Camera : 1; }
+
+bool SourceReady(const State& s) { return CurrentSource()->Ready(CurrentCamera(s)); }
+
+void SignalFrame(State& s) {
+  for (HANDLE event : s.events) SetEvent(event);
+}
+
 // Renders one frame for the current start record and signals every open
-// instance's frame event. Caller holds the lock.
+// instance's frame event. A source that fails while rendering leaves the last
+// good frame in place; the waiters are still woken, and the reads that follow
+// fail. Caller holds the lock.
 void ProduceFrame(State& s) {
   FrameRequest request;
   request.camera = s.start ? s.start->Camera : 1;
@@ -97,22 +112,26 @@ void ProduceFrame(State& s) {
   request.time_ms = platform::clock::NowMs();
   request.frame_index = s.frames;
   std::vector<uint16_t> pixels(size_t(kFrameWidth) * kFrameHeight);
-  std::shared_ptr<FrameSource> source;
-  {
-    std::lock_guard lock(g_source_mutex);
-    source = Source();
-  }
+  std::shared_ptr<FrameSource> source = CurrentSource();
   source->Render(request, pixels.data());
-  if (s.start && s.start->Reverse != 0) std::reverse(pixels.begin(), pixels.end());
-  s.frame = std::move(pixels);
-  ++s.frames;
   s.last_frame_ms = request.time_ms;
-  for (HANDLE event : s.events) SetEvent(event);
+  if (source->Ready(request.camera)) {
+    if (s.start && s.start->Reverse != 0) std::reverse(pixels.begin(), pixels.end());
+    s.frame = std::move(pixels);
+    ++s.frames;
+  }
+  SignalFrame(s);
 }
 
 // Runs on a thread about to block on a frame event.
 void OnFrameWait() {
   State& s = S();
+  {
+    // A dead source never delivers: the wait returns at once instead of
+    // blocking for ever, and the reads that follow fail.
+    std::lock_guard lock(s.mutex);
+    if (!SourceReady(s)) return SignalFrame(s);
+  }
   if (!platform::clock::IsFixed()) {
     int64_t due = 0;
     {
@@ -163,7 +182,8 @@ BOOL DoStart(State& s, const void* in) {
   VCAP_START_PARAMETER record;
   std::memcpy(&record, in, sizeof record);
   if (record.Size != sizeof record || record.Camera > 1) return Fail(ERROR_INVALID_PARAMETER);
-  if (Faulted("cap.start")) return Fail(ERROR_GEN_FAILURE);
+  if (Faulted("cap.start") || !CurrentSource()->Ready(record.Camera))
+    return Fail(ERROR_GEN_FAILURE);
   s.start = record;
   s.running = true;
   s.per_camera[record.Camera] = s.display;
@@ -188,7 +208,7 @@ BOOL DoRead(State& s, DWORD inSize, void* out, DWORD outSize, DWORD* written) {
   const int h = quarter ? kQuarterHeight : kFrameHeight;
   const DWORD needed = DWORD(w * h * 2);
   if (outSize < needed) return Fail(kErrorInsufficientBuffer);
-  if (Faulted("cap.read")) return Fail(ERROR_GEN_FAILURE);
+  if (Faulted("cap.read") || !SourceReady(s)) return Fail(ERROR_GEN_FAILURE);
   if (s.frame.empty()) return Fail(kErrorNotReady);
   auto* dst = static_cast<uint16_t*>(out);
   if (!quarter) {
@@ -210,7 +230,7 @@ BOOL DoReadRect(State& s, const void* in, void* out, DWORD outSize, DWORD* writt
   const int64_t h = int64_t(rect.bottom) - rect.top;
   if (w <= 0 || h <= 0) return Fail(ERROR_INVALID_PARAMETER);
   if (uint64_t(outSize) < uint64_t(w * h * 2)) return Fail(kErrorInsufficientBuffer);
-  if (Faulted("cap.read_rect")) return Fail(ERROR_GEN_FAILURE);
+  if (Faulted("cap.read_rect") || !SourceReady(s)) return Fail(ERROR_GEN_FAILURE);
   auto* dst = static_cast<uint16_t*>(out);
   for (int64_t j = 0; j < h; ++j) {
     for (int64_t i = 0; i < w; ++i) {

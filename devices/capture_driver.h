@@ -33,7 +33,9 @@
 // (full and quarter frames), "cap.event", "cap.display", "cap.read_rect" make
 // that request return FALSE (last error ERROR_GEN_FAILURE) before it has any
 // effect; "cap.open" with code 1 makes CreateFileW return 0 instead of
-// INVALID_HANDLE_VALUE.
+// INVALID_HANDLE_VALUE. A frame source that is not ready for the camera
+// (FrameSource::Ready) fails start, full, quarter and rectangle reads the
+// same way, and a wait on the frame event returns at once without a frame.
 #include <cstdint>
 #include <optional>
 #include <vector>

@@ -26,6 +26,10 @@ class FrameSource {
   // 24-bit bitmaps the library converts frames into: blue in bits 15-11,
   // green in 10-5, red in 4-0 (see devices::Pack565).
   virtual void Render(const FrameRequest& request, uint16_t* pixels) = 0;
+  // False while the source cannot film `camera` (a video pipeline that did
+  // not start or has stopped with an error): the driver then refuses to
+  // start, to read and to wait for frames, as a broken capture unit does.
+  virtual bool Ready(int /*camera*/) { return true; }
 };
 
 // Packs 8-bit red, green and blue into the sensor's 5-6-5 word.
