@@ -104,8 +104,13 @@ struct GstFrameSource::Impl {
   // Streaming thread: the newest picture replaces any one not yet served.
   static GstFlowReturn OnSample(GstAppSink* appsink, gpointer data) {
     auto* self = static_cast<Impl*>(data);
-    GstSample* sample = gst_app_sink_pull_sample(appsink);
-    if (!sample) return GST_FLOW_OK;
+    GstSample* pulled = gst_app_sink_pull_sample(appsink);
+    if (!pulled) return GST_FLOW_OK;
+    // A sample of our own around the same buffer: the sink reuses its
+    // sample object while nobody else holds it.
+    GstSample* sample = gst_sample_new(
+        gst_sample_get_buffer(pulled), gst_sample_get_caps(pulled), nullptr, nullptr);
+    gst_sample_unref(pulled);
     {
       std::lock_guard lock(self->mutex);
       if (self->fresh) gst_sample_unref(self->fresh);
@@ -121,8 +126,8 @@ struct GstFrameSource::Impl {
   // streaming thread, which may be waiting for the lock.
   void PollBus() {
     if (!bus) return;
-    while (GstMessage* message = gst_bus_pop_filtered(
-               bus, GstMessageType(GST_MESSAGE_ERROR | GST_MESSAGE_EOS))) {
+    while (GstMessage* message =
+               gst_bus_pop_filtered(bus, GstMessageType(GST_MESSAGE_ERROR | GST_MESSAGE_EOS))) {
       if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
         GError* err = nullptr;
         gst_message_parse_error(message, &err, nullptr);
@@ -140,8 +145,7 @@ struct GstFrameSource::Impl {
 
   // The first error waiting on the bus, for a pipeline that refused to start.
   std::string BusError() {
-    GstMessage* message =
-        gst_bus_timed_pop_filtered(bus, 100 * GST_MSECOND, GST_MESSAGE_ERROR);
+    GstMessage* message = gst_bus_timed_pop_filtered(bus, 100 * GST_MSECOND, GST_MESSAGE_ERROR);
     if (!message) return "the pipeline did not start";
     GError* err = nullptr;
     gst_message_parse_error(message, &err, nullptr);
@@ -182,10 +186,10 @@ struct GstFrameSource::Impl {
       if (brightness == control_value) return;
       control_value = brightness;
       const int span = channel->max_value - channel->min_value;
-      gst_color_balance_set_value(
-          balance,
-          channel,
-          channel->min_value + (brightness - kMinBrightness) * span / (kMaxBrightness - kMinBrightness));
+      gst_color_balance_set_value(balance,
+                                  channel,
+                                  channel->min_value + (brightness - kMinBrightness) * span /
+                                                           (kMaxBrightness - kMinBrightness));
     } else if (brightness != gain_brightness || gain_table.empty()) {
       gain_brightness = brightness;
       BuildGainTable(brightness, gain_table);
@@ -263,7 +267,8 @@ bool GstFrameSource::Start() {
     return false;
   }
   ++g_live_pipelines;
-  g_object_weak_ref(G_OBJECT(pipeline), [](gpointer, GObject*) { --g_live_pipelines; }, nullptr);
+  g_object_weak_ref(
+      G_OBJECT(pipeline), [](gpointer, GObject*) { --g_live_pipelines; }, nullptr);
   d.pipeline = pipeline;
   d.bus = gst_element_get_bus(pipeline);
   d.sink = gst_bin_get_by_name(GST_BIN(pipeline), "surveycam_sink");
@@ -273,10 +278,8 @@ bool GstFrameSource::Start() {
 
   GstStateChangeReturn ret = gst_element_set_state(pipeline, GST_STATE_PLAYING);
   if (ret != GST_STATE_CHANGE_FAILURE)
-    ret = gst_element_get_state(pipeline,
-                                nullptr,
-                                nullptr,
-                                GstClockTime(d.options.start_timeout_ms) * GST_MSECOND);
+    ret = gst_element_get_state(
+        pipeline, nullptr, nullptr, GstClockTime(d.options.start_timeout_ms) * GST_MSECOND);
   if (ret == GST_STATE_CHANGE_FAILURE) {
     d.Fail(d.BusError());
     gst_element_set_state(pipeline, GST_STATE_NULL);
@@ -298,9 +301,9 @@ void GstFrameSource::Render(const FrameRequest& request, uint16_t* pixels) {
   std::unique_lock lock(d.mutex);
   // The first picture may take the start timeout; later ones a frame wait,
   // after which the last picture is served again.
-  const auto deadline = d.last ? std::chrono::steady_clock::now() +
-                                     std::chrono::milliseconds(d.options.frame_wait_ms)
-                               : d.start_time + std::chrono::milliseconds(d.options.start_timeout_ms);
+  const auto deadline =
+      d.last ? std::chrono::steady_clock::now() + std::chrono::milliseconds(d.options.frame_wait_ms)
+             : d.start_time + std::chrono::milliseconds(d.options.start_timeout_ms);
   d.arrived.wait_until(lock, deadline, [&d] { return d.fresh != nullptr || d.failed; });
   if (d.fresh && !d.failed) {
     if (d.last) gst_sample_unref(d.last);

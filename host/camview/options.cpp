@@ -29,6 +29,14 @@ Options:
                        centres and the wide camera's offset and mounting angles
   --language FILE      language file (UTF-16 LE pairs) to install as
                        \windows\DispImgMsg.txt
+  --source [N=]PIPELINE  film camera N (0 tele, 1 wide; without N both) through
+                       a GStreamer pipeline instead of the simulator, e.g.
+                       'v4l2src device=/dev/video0', 'filesrc location=F !
+                       decodebin', 'videotestsrc pattern=smpte'; steps whose
+                       check needs the simulator's ground truth then report
+                       their figures without judging them
+  --at-end loop|hold   at the end of a video file start again (default) or
+                       hold the last frame
   --window             show the screen in a window and take keys and clicks
   --scale N            window scale for --window (default 3)
   --help               this text
@@ -70,7 +78,8 @@ Viewer keys (--window): arrows, 1, 2, 3, 9 go to the view; W/A/S/D turn the
 instrument, O offset mode, C corner mode, M measurement taken, N no mode,
 F freeze/resume, J save a JPEG, P screenshot, Q or Esc quit; a click taps.
 
-Exit status: 0 when every step did what it should, 1 otherwise.
+Exit status: 0 when every step did what it should, 1 otherwise. With a real
+source the steps that cannot be judged count when they ran.
 )";
 }
 
@@ -101,6 +110,20 @@ bool ParseOptions(int argc, char** argv, Options& options, std::string& error) {
       if (!value(options.camera_file)) return false;
     } else if (arg == "--orient-file") {
       if (!value(options.orient_file)) return false;
+    } else if (arg == "--source") {
+      std::string text;
+      if (!value(text)) return false;
+      const bool one = text.size() > 2 && (text[0] == '0' || text[0] == '1') && text[1] == '=';
+      for (int camera = 0; camera < 2; ++camera)
+        if (!one || text[0] - '0' == camera) options.source[camera] = one ? text.substr(2) : text;
+    } else if (arg == "--at-end") {
+      std::string text;
+      if (!value(text)) return false;
+      if (text != "loop" && text != "hold") {
+        error = "--at-end takes loop or hold";
+        return false;
+      }
+      options.loop = text == "loop";
     } else if (arg == "--language") {
       if (!value(options.language)) return false;
     } else if (arg == "--scale") {

@@ -12,6 +12,8 @@ struct Options {
   std::string camera_file;  // camera calibration (.cmr)
   std::string orient_file;  // orientation calibration file
   std::string language;     // language file copied to \windows\DispImgMsg.txt
+  std::string source[2];    // GStreamer pipeline per camera (empty: the simulator)
+  bool loop = true;         // a video file starts again at its end (false: holds)
   bool window = false;      // interactive viewer
   int scale = 3;            // viewer window scale
   bool help = false;

@@ -9,8 +9,10 @@
 
 #include "camera/camera.h"
 #include "camera/vkr3za_calib.h"
+#include "devices/camera_sources.h"
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
+#include "devices/gst_frame_source.h"
 #include "geometry/calc_xyz_hv.h"
 #include "liveview/capture_wnd.h"
 #include "platform/clock.h"
@@ -135,7 +137,7 @@ bool Session::SetUp(std::string& error) {
 
   instrument_ = std::make_shared<sim::Instrument>();
   if (!LoadCalibration(error) || !LoadSite(error)) return false;
-  devices::SetFrameSource(instrument_);
+  StartSources();
 
   view_ = std::make_unique<CCaptureWnd>();
   if (GetFileAttributesW(kLanguageFile) != INVALID_FILE_ATTRIBUTES) {
@@ -226,6 +228,43 @@ bool Session::LoadSite(std::string& error) {
   return true;
 }
 
+// Each camera films the simulator or its pipeline; one pipeline given for
+// both cameras is one shared source. A pipeline that does not start stays
+// installed: the live view then meets a failing capture unit and says so.
+void Session::StartSources() {
+  std::shared_ptr<devices::GstFrameSource> pipelines[2];
+  for (int camera = 0; camera < 2; ++camera) {
+    const std::string& pipeline = options_.source[camera];
+    sources_[camera] = instrument_;
+    if (pipeline.empty()) continue;
+    if (camera == 1 && pipeline == options_.source[0]) {
+      pipelines[1] = pipelines[0];
+    } else {
+      devices::GstSourceOptions source_options;
+      source_options.loop = options_.loop;
+      pipelines[camera] = std::make_shared<devices::GstFrameSource>(pipeline, source_options);
+    }
+    devices::GstFrameSource& gst = *pipelines[camera];
+    sources_[camera] = pipelines[camera];
+    const bool ready = gst.Ready(camera);
+    std::printf("source: camera %d (%s) films '%s': %s\n",
+                camera,
+                camera == 0 ? "TELE" : "WIDE",
+                pipeline.c_str(),
+                !ready                   ? gst.Error().c_str()
+                : gst.HasCameraControl() ? "playing, exposure on the camera's control"
+                                         : "playing, exposure as a software gain");
+  }
+  devices::SetFrameSource(std::make_shared<devices::CameraSources>(sources_[0], sources_[1]));
+}
+
+StepResult Session::Unjudged(StepResult result, int camera) const {
+  if (!IsReal(camera)) return result;
+  result.summary += Format(" [not judged: camera %d shows real video]", camera);
+  result.ok = true;
+  return result;
+}
+
 void Session::Turn(double v, double h) {
   instrument_->station().SetAngles(v, h);
   // The view takes the station in the pipeline's axis order: survey X and Y
@@ -274,7 +313,7 @@ StepResult Session::Run(const Step& step) {
   }
   if (verb == "tap") return Tap(int(number(0)), int(number(1)));
   if (verb == "tap-target") return TapTarget(step);
-  if (verb == "aim") return Aim();
+  if (verb == "aim") return Unjudged(Aim(), 0);
   if (verb == "key") return Key(step);
   if (verb == "exposure") {
     view_->m_nAEMode = int(number(0));
@@ -287,14 +326,16 @@ StepResult Session::Run(const Step& step) {
                              : what == "bright" ? sim::Lighting::kBright
                                                 : sim::Lighting::kNormal;
     instrument_->SetLighting(lighting);
-    return {what == "dark" || what == "bright" || what == "normal", "scene lighting " + what};
+    std::string summary = "scene lighting " + what;
+    if (IsReal(view_->GetCurCamera())) summary += " (simulator only: the camera shows real video)";
+    return {what == "dark" || what == "bright" || what == "normal", summary};
   }
   if (verb == "wait") {
     Wait(int(number(0)));
     return {true,
             Format("%d ticks, exposure %d", int(number(0)), int(view_->m_StartParam.Brightness))};
   }
-  if (verb == "settle") return Settle();
+  if (verb == "settle") return Unjudged(Settle(), view_->GetCurCamera());
   if (verb == "snapshot") {
     view_->SnapShot();
     return {view_->GetSnapShot() == 1, "picture frozen"};
@@ -306,6 +347,7 @@ StepResult Session::Run(const Step& step) {
   if (verb == "save") return Save();
   if (verb == "export-camera") return ExportCamera(step);
   if (verb == "export-orient") return ExportOrient(step);
+  if (verb == "project-photo" || verb == "project-solve") return Unjudged(RunProjectStep(step), 1);
   if (IsProjectStep(verb)) return RunProjectStep(step);
   if (verb == "screenshot") {
     std::string path = Screenshot(step.args[0]);
@@ -641,6 +683,8 @@ void Session::TearDown() {
   }
   if (instrument_) {
     devices::SetFrameSource(nullptr);
+    sources_[0].reset();
+    sources_[1].reset();
     instrument_.reset();
   }
   if (previous_handler_) {

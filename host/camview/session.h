@@ -1,7 +1,8 @@
 #pragma once
 // Session: camview's field session on the simulated instrument. It prepares
 // the device root (registry with the card folder, the calibration in the
-// instrument's memory, the language file), installs the simulated devices,
+// instrument's memory, the language file), installs the simulated devices
+// (or, per camera, a GStreamer pipeline that films instead of the simulator),
 // creates the live view over the whole screen, loads the site and runs script
 // steps, each checked for what it must do.
 #include <memory>
@@ -18,6 +19,9 @@
 class CCaptureWnd;
 namespace sim {
 class Instrument;
+}
+namespace devices {
+class FrameSource;
 }
 
 namespace host {
@@ -49,10 +53,16 @@ class Session {
   void Turn(double v, double h);
   // Lets ticks of the 200 ms frame timer pass.
   void Wait(int ticks);
+  // True when `camera` films through a GStreamer pipeline, not the simulator.
+  bool IsReal(int camera) const { return !options_.source[camera == 0 ? 0 : 1].empty(); }
 
  private:
   bool LoadCalibration(std::string& error);
   bool LoadSite(std::string& error);
+  void StartSources();
+  // A step whose check needs the simulator's ground truth, on a real camera:
+  // its figures stand, unjudged.
+  StepResult Unjudged(StepResult result, int camera) const;
   std::string OutPath(const std::string& relative) const;
   const CXYZ* FindTarget(const std::string& name) const;
 
@@ -85,7 +95,8 @@ class Session {
   Options options_;
   std::unique_ptr<CCaptureWnd> view_;
   std::shared_ptr<sim::Instrument> instrument_;
-  CKvoArray<CXYZ, CXYZ&> points_;  // survey targets, survey axes
+  std::shared_ptr<devices::FrameSource> sources_[2];  // what films each camera
+  CKvoArray<CXYZ, CXYZ&> points_;                     // survey targets, survey axes
   CXYZ station_;
   double instrument_height_ = 1.5;
   std::string last_tap_target_;

@@ -129,10 +129,10 @@ TEST_P(BrokenPipelineTest, ShowsTheDriverFailureAndLeavesNothing) {
 INSTANTIATE_TEST_SUITE_P(
     Pipelines,
     BrokenPipelineTest,
-    testing::Values(Broken{"NoSuchElement", "no_such_element_anywhere", false},
-                    Broken{"MissingFile", "filesrc location=/nonexistent/field.avi ! decodebin",
-                           false},
-                    Broken{"ErrorAfterFrames", "videotestsrc ! identity error-after=15", true}),
+    testing::Values(
+        Broken{"NoSuchElement", "no_such_element_anywhere", false},
+        Broken{"MissingFile", "filesrc location=/nonexistent/field.avi ! decodebin", false},
+        Broken{"ErrorAfterFrames", "videotestsrc ! identity error-after=15", true}),
     [](const testing::TestParamInfo<Broken>& info) { return std::string(info.param.name); });
 
 }  // namespace
