@@ -120,6 +120,10 @@ bool Compress(platform::SafeFile& file,
   return true;
 }
 
+}  // namespace
+
+namespace jpeg {
+
 int DibImageToJpegFile(const wchar_t* path,
                        BYTE* bits,
                        unsigned width,
@@ -141,6 +145,8 @@ int DibImageToJpegFile(const wchar_t* path,
       Compress(file, block.get(), bits, width, height, byteWidth, bFullColor != 0, nQuality);
   return ok && file.Commit() ? TRUE : FALSE;
 }
+
+namespace {
 
 class Decoder final : public image::JpegDecoder {
  public:
@@ -219,6 +225,8 @@ class Decoder final : public image::JpegDecoder {
   UINT height_ = 0;
 };
 
+}  // namespace
+
 image::JpegDecoder* CreateJpegInterface() { return new (std::nothrow) Decoder; }
 
 void DestroyJpegInterface(image::JpegDecoder* decoder) { delete static_cast<Decoder*>(decoder); }
@@ -228,14 +236,16 @@ static_assert(std::is_same_v<decltype(&DibImageToJpegFile), image::DibImageToJpe
 static_assert(std::is_same_v<decltype(&CreateJpegInterface), image::CreateJpegInterfaceFn>);
 static_assert(std::is_same_v<decltype(&DestroyJpegInterface), image::DestroyJpegInterfaceFn>);
 
-}  // namespace
+}  // namespace jpeg
 
 void RegisterJpegModule() {
   platform::modules::Register(
       L"JPEG_LIB.dll",
-      {{"DibImageToJpegFile_ExplicitLoading", reinterpret_cast<void*>(&DibImageToJpegFile)},
-       {"Create_JpegInterface_ExplicitLoading", reinterpret_cast<void*>(&CreateJpegInterface)},
-       {"Destroy_JpegInterface_ExplicitLoading", reinterpret_cast<void*>(&DestroyJpegInterface)}});
+      {{"DibImageToJpegFile_ExplicitLoading", reinterpret_cast<void*>(&jpeg::DibImageToJpegFile)},
+       {"Create_JpegInterface_ExplicitLoading",
+        reinterpret_cast<void*>(&jpeg::CreateJpegInterface)},
+       {"Destroy_JpegInterface_ExplicitLoading",
+        reinterpret_cast<void*>(&jpeg::DestroyJpegInterface)}});
 }
 
 void UnregisterJpegModule() { platform::modules::Unregister(L"JPEG_LIB.dll"); }

@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstdlib>
 #include <cwctype>
 #include <memory>
 #include <mutex>
@@ -44,13 +46,51 @@ std::wstring Key(const std::wstring& name) {
   return key;
 }
 
+// The default module folder: "surveycam/modules" beside the file this
+// library was loaded from (the build tree and an installed tree alike),
+// found once, before anything can change the working directory's meaning.
+const std::string& DefaultFolder() {
+  static const std::string folder = [] {
+    Dl_info info{};
+    if (!::dladdr(reinterpret_cast<void*>(&DefaultFolder), &info) || !info.dli_fname) {
+      return std::string();
+    }
+    char resolved[PATH_MAX];
+    std::string file = ::realpath(info.dli_fname, resolved) ? resolved : info.dli_fname;
+    const size_t slash = file.find_last_of('/');
+    return (slash == std::string::npos ? std::string(".") : file.substr(0, slash)) + "/" +
+           kDefaultFolderName;
+  }();
+  return folder;
+}
+// Resolved when the library is loaded, while the path it was loaded by
+// still means what it meant then.
+[[maybe_unused]] const bool g_default_folder_known = !DefaultFolder().empty();
+
+// The folders a module is looked for in, in order: those the host added,
+// those of SURVEYCAM_MODULE_PATH (colon-separated), the default folder.
+std::vector<std::string> Folders() {
+  std::vector<std::string> folders = SearchPath();
+  if (const char* env = std::getenv(kPathVariable)) {
+    std::string list = env;
+    for (size_t start = 0; start <= list.size();) {
+      size_t end = list.find(':', start);
+      if (end == std::string::npos) end = list.size();
+      if (end > start) folders.push_back(list.substr(start, end - start));
+      start = end + 1;
+    }
+  }
+  if (!DefaultFolder().empty()) folders.push_back(DefaultFolder());
+  return folders;
+}
+
 void* OpenSharedObject(const std::wstring& name) {
   std::string base = WideToUtf8(name);
   size_t slash = base.find_last_of("\\/");
   if (slash != std::string::npos) base = base.substr(slash + 1);
   size_t dot = base.rfind('.');
   std::string stem = dot == std::string::npos ? base : base.substr(0, dot);
-  for (const std::string& dir : SearchPath()) {
+  for (const std::string& dir : Folders()) {
     for (const std::string& file : {stem + ".so", "lib" + stem + ".so", base}) {
       std::string path = dir;
       path += '/';
@@ -76,6 +116,11 @@ void Unregister(const std::wstring& name) {
 void AddSearchPath(const std::string& hostDirectory) {
   std::lock_guard lock(g_mutex);
   SearchPath().push_back(hostDirectory);
+}
+
+std::vector<std::string> SearchFolders() {
+  std::lock_guard lock(g_mutex);
+  return Folders();
 }
 
 long LoadedModules() {

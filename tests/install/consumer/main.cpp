@@ -60,6 +60,25 @@ void CameraFileRoundTrip(const std::filesystem::path& dir) {
         "distortion kept");
 }
 
+// The JPEG codec JPEG_LIB.so comes from the installed module folder: a
+// picture saved and read back keeps its size and its colour.
+void JpegRoundTrip(const std::filesystem::path& dir) {
+  platform::fs::SetDeviceRoot(dir.string());
+  CDibEx out;
+  Check(out.Create(CSize(40, 30), 24, 0, FALSE, 0) != 0, "picture created");
+  BYTE orange[3] = {0, 128, 255};  // B, G, R
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 40; ++x) out.SetPixel(orange, CPoint(x, y), 4);
+  CString path(L"\\consumer.jpg");
+  Check(out.WriteJPEG(path) == 1, "JPEG written through the installed JPEG_LIB.so");
+  CDibEx in;
+  BYTE bgr[3] = {};
+  Check(in.ReadJPEG(path) == 1 && in.GetDimensions() == CSize(40, 30) &&
+            in.GetPixel(bgr, CPoint(20, 15), 4) && Near(bgr[0], 0, 3) && Near(bgr[1], 128, 3) &&
+            Near(bgr[2], 255, 3),
+        "JPEG read back at its size and colour");
+}
+
 // The instrument's non-volatile memory as a host-provided in-process module
 // "EEP.DLL": items 80..99, each readable only as it was written.
 std::map<int, std::vector<uint8_t>> memory;
@@ -155,6 +174,7 @@ int main(int argc, char** argv) {
   std::filesystem::create_directories(dir);
   SurveyAngles();
   CameraFileRoundTrip(dir);
+  JpegRoundTrip(dir);
   LiveViewOnTheHostsModules(dir);
   std::filesystem::remove_all(dir);
   if (failures) return 1;

@@ -53,6 +53,7 @@ if(STEP STREQUAL "install")
   expect_file("${PREFIX}/lib/cmake/surveycam/surveycamConfig.cmake")
   expect_file("${PREFIX}/lib/cmake/surveycam/surveycamConfigVersion.cmake")
   expect_file("${PREFIX}/lib/pkgconfig/surveycam.pc")
+  expect_file("${PREFIX}/lib/surveycam/modules/JPEG_LIB.so")
   # Every installed header compiles on its own: each includes what it needs.
   file(GLOB_RECURSE headers RELATIVE "${PREFIX}/include/surveycam" "${PREFIX}/include/surveycam/*.h")
   file(MAKE_DIRECTORY "${WORK}")
