@@ -1,6 +1,7 @@
 #include "devices/eeprom_module.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -8,6 +9,7 @@
 #include <mutex>
 #include <sstream>
 
+#include "devices/eeprom_image.h"
 #include "platform/faults.h"
 #include "platform/fs.h"
 #include "platform/modules.h"
@@ -21,6 +23,7 @@ using Items = std::map<int, std::vector<uint8_t>>;
 std::mutex g_mutex;
 bool g_locked = true;
 std::vector<std::string> g_calls;
+std::string g_image;  // the raw image's host path; empty: the text store
 
 constexpr const wchar_t* kStorePath = L"\\eeprom.txt";
 
@@ -47,6 +50,7 @@ std::optional<std::vector<uint8_t>> ParseHex(const std::string& hex) {
 }
 
 Items Load() {
+  if (!g_image.empty()) return raw::Load(g_image);
   Items items;
   std::ifstream in(StoreHostPath());
   std::string line;
@@ -60,7 +64,13 @@ Items Load() {
   return items;
 }
 
+// The raw image holds each item only at its own length.
+bool FitsStore(int index, size_t length) {
+  return g_image.empty() || length == size_t(memory_items::Length(index));
+}
+
 bool Save(const Items& items) {
+  if (!g_image.empty()) return raw::Save(g_image, items);
   std::string text;
   for (const auto& [index, bytes] : items) {
     text += std::to_string(index) + ' ';
@@ -102,7 +112,8 @@ BOOL SysEepRead(void* buffer, int index, int length) {
 BOOL SysEepWrite(const void* buffer, int index, int length) {
   std::lock_guard lock(g_mutex);
   const std::string name = "write " + std::to_string(index);
-  if (g_locked || buffer == nullptr || length <= 0 || !ValidIndex(index))
+  if (g_locked || buffer == nullptr || length <= 0 || !ValidIndex(index) ||
+      !FitsStore(index, size_t(length)))
     return Record(name, false);
   if (platform::fault::Check(("eep.write." + std::to_string(index)).c_str()).fail)
     return Record(name, false);
@@ -125,10 +136,21 @@ BOOL UnLockDisk(int lock) {
 }  // namespace
 
 void Register() {
+  if (const char* path = std::getenv(kImageVariable); path && *path) UseImage(path);
   platform::modules::Register(kModuleName,
                               {{"SysEepRead", reinterpret_cast<void*>(&SysEepRead)},
                                {"SysEepWrite", reinterpret_cast<void*>(&SysEepWrite)},
                                {"UnLockDisk", reinterpret_cast<void*>(&UnLockDisk)}});
+}
+
+void UseImage(const std::string& hostPath) {
+  std::lock_guard lock(g_mutex);
+  g_image = hostPath;
+}
+
+std::string ImagePath() {
+  std::lock_guard lock(g_mutex);
+  return g_image;
 }
 
 void Reset() {
@@ -163,6 +185,7 @@ std::optional<std::vector<uint8_t>> Item(int index) {
 bool SetItem(int index, const std::vector<uint8_t>& bytes) {
   if (!ValidIndex(index) || bytes.empty()) return false;
   std::lock_guard lock(g_mutex);
+  if (!FitsStore(index, bytes.size())) return false;
   Items items = Load();
   items[index] = bytes;
   return Save(items);
@@ -170,6 +193,7 @@ bool SetItem(int index, const std::vector<uint8_t>& bytes) {
 
 bool EraseAll() {
   std::lock_guard lock(g_mutex);
+  if (!g_image.empty()) return Save({});  // a device cannot be removed: no item marked written
   std::error_code ec;
   std::filesystem::remove(StoreHostPath(), ec);
   return !ec;

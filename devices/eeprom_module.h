@@ -17,6 +17,12 @@
 // write replaces the file through a temporary file and a rename, so a crash
 // never leaves half a file. Unreadable lines are ignored.
 //
+// Or storage in a raw binary image of the items (devices/eeprom_image.h: a
+// file or a Linux nvmem device), chosen with UseImage or, when the module is
+// registered, the environment variable SURVEYCAM_EEPROM_IMAGE (a host path).
+// The image holds each item at its own length (camera/memory_items.h): a
+// write of another length fails.
+//
 // Fault points: "eep.read.<index>", "eep.write.<index>", "eep.unlock",
 // "eep.lock" fail that call (a failed lock leaves the memory unlocked, a
 // failed unlock leaves it locked).
@@ -37,8 +43,15 @@ using ReadFn = BOOL (*)(void* buffer, int index, int length);
 using WriteFn = BOOL (*)(const void* buffer, int index, int length);
 using UnlockFn = BOOL (*)(int lock);
 
-// Registers "EEP.DLL" with the platform's modules (idempotent).
+inline constexpr char kImageVariable[] = "SURVEYCAM_EEPROM_IMAGE";
+
+// Registers "EEP.DLL" with the platform's modules (idempotent); with
+// SURVEYCAM_EEPROM_IMAGE set, the memory is that raw image from then on.
 void Register();
+// Keeps the items in the raw image at `hostPath` from now on; an empty path
+// goes back to the text store.
+void UseImage(const std::string& hostPath);
+std::string ImagePath();
 // Locks the memory and forgets the call log; the stored items stay.
 void Reset();
 bool IsLocked();

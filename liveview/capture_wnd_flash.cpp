@@ -45,6 +45,13 @@ struct DatBuffer {
   double angle[3] = {};
 };
 
+// Each staging field has the length of its item in the memory.
+static_assert(sizeof(CmrBuffer::focal) == memory_items::Length(80) &&
+              sizeof(CmrBuffer::model) == memory_items::Length(83) &&
+              sizeof(CmrBuffer::k[0]) == memory_items::Length(84) &&
+              sizeof(DatBuffer::center[0]) == memory_items::Length(90) &&
+              sizeof(DatBuffer::offset[0]) == memory_items::Length(94));
+
 // The half-scale mapping of SXGA mode, kept in a 16-bit slot.
 int SxgaX(int x) { return int16_t(int((x - 32) * 480 * (1.0 / 960) + 0.5)); }
 int SxgaY(int y) { return int16_t(int(y * 640 * (1.0 / 1280) + 0.5)); }
