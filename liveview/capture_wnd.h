@@ -65,6 +65,8 @@ class SURVEYCAM_API CCaptureWnd : public CWnd {
   static constexpr UINT kFrameTimerPeriodMs = 200;
   static constexpr UINT kControlId = 2024;
   static constexpr int kMessageCount = platform::kMessageCount;
+  // The telescope's own focal length (the tele camera looks through it), mm.
+  static constexpr double kTelescopeFocalMm = 248.46;
 
   CCaptureWnd();
   ~CCaptureWnd() override;

@@ -15,7 +15,6 @@ namespace {
 
 constexpr double PI = 3.141592653589793;
 constexpr double kDegToRad = PI / 180.0;
-constexpr double kTelescopeFocalMm = 248.46;
 constexpr COLORREF kPointColour = 255;    // red
 constexpr COLORREF kNameColour = 65535;   // yellow
 constexpr COLORREF kGuideColour = 65280;  // green

@@ -21,7 +21,6 @@ namespace {
 constexpr double PI = 3.141592653589793;
 constexpr double kDegToRad = PI / 180.0;
 constexpr double kRadToDeg = 180.0 / PI;
-constexpr double kTelescopeFocalMm = 248.46;
 constexpr double kFarPlaneMm = 1000000.0;
 constexpr double kMmPerMetre = 1000.0;
 constexpr int kWideCamera = 1;

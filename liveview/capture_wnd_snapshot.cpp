@@ -6,8 +6,15 @@
 // not exist). Each step that may create something first checks the free
 // space on the card: 102 KiB before making the JPEG folder, 101 KiB before
 // the day folder, 100 KiB before the file.
+//
+// Each saved file then gets its Exif metadata (liveview/snapshot_stamp.h);
+// when that fails the picture stays saved without it and the result is the
+// same.
+#include <mutex>
+
 #include "image/dib_ex.h"
 #include "liveview/capture_wnd.h"
+#include "liveview/snapshot_stamp.h"
 #include "liveview/vcap.h"
 #include "platform/clock.h"
 #include "platform/fs.h"
@@ -21,6 +28,9 @@ namespace {
 constexpr uint64_t kFreeForJpegFolder = 104448;
 constexpr uint64_t kFreeForDayFolder = 103424;
 constexpr uint64_t kFreeForFile = 102400;
+
+std::mutex g_stamp_mutex;
+image::SnapshotTags g_last_stamped;
 
 bool EnoughSpace(const CString& folder, uint64_t needed) {
   ULARGE_INTEGER available{};
@@ -119,6 +129,14 @@ int CCaptureWnd::WriteJpeg() {
   GetCaptureDisplay(image);
   BeginWaitCursor();
   if (image.WriteJPEG(path)) {
+    const CSize size = image.GetDimensions();
+    const image::SnapshotTags tags =
+        liveview::SnapshotTagsOf(*this, now, unsigned(size.cx), unsigned(size.cy));
+    const bool stamped = image::ExifStamp::Stamp(path, tags) != FALSE;
+    {
+      std::lock_guard lock(g_stamp_mutex);
+      g_last_stamped = stamped ? tags : image::SnapshotTags{};
+    }
     image.Empty();
     EndWaitCursor();
     MessageBox(TableText(platform::kMsgSavedOk), nullptr, MB_ICONINFORMATION);
@@ -129,3 +147,33 @@ int CCaptureWnd::WriteJpeg() {
   image.Empty();
   return 0;
 }
+
+namespace liveview {
+
+image::SnapshotTags SnapshotTagsOf(CCaptureWnd& view,
+                                   const SYSTEMTIME& taken,
+                                   unsigned width,
+                                   unsigned height) {
+  const bool tele = view.GetCurCamera() == 0;
+  image::SnapshotTags tags;
+  tags.taken = taken;
+  tags.camera = tele ? "TELE" : "WIDE";
+  tags.focalMm = tele ? CCaptureWnd::kTelescopeFocalMm : view.m_Camera.FocalLength;
+  tags.width = width;
+  tags.height = height;
+  tags.zenithDeg = view.m_dCurV;
+  tags.horizontalDeg = view.m_dCurH;
+  // The view keeps the axis point in the pipeline's order: survey Y, X, Z.
+  tags.stationX = view.m_Mp.Y;
+  tags.stationY = view.m_Mp.X;
+  tags.stationZ = view.m_Mp.Z;
+  tags.zoom = view.m_dZoom[tele ? 0 : 1];
+  return tags;
+}
+
+image::SnapshotTags LastStampedTags() {
+  std::lock_guard lock(g_stamp_mutex);
+  return g_last_stamped;
+}
+
+}  // namespace liveview

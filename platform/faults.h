@@ -7,7 +7,8 @@
 //   "registry.open" "registry.query" "registry.close"      registry store
 //   "module.load" "module.proc"                             LoadLibraryW / GetProcAddressW
 //   "alloc"                                                 large library allocations
-// Device modules add their own ("cap.<request>", "eep.read.<item>", ...).
+// image/ adds "exif.build" (a snapshot's Exif metadata); device modules add
+// their own ("cap.<request>", "eep.read.<item>", ...).
 #include <string>
 
 #include "platform/export.h"

@@ -8,7 +8,8 @@ build="${SURVEYCAM_BUILD_DIR:-$here/build}"
 packages=(
   build-essential cmake ninja-build ccache pkg-config clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  libjpeg62-turbo-dev libjpeg-turbo-progs libpng-dev zlib1g-dev libfreetype-dev fonts-dejavu-core
+  libjpeg62-turbo-dev libjpeg-turbo-progs libexif-dev libimage-exiftool-perl
+  libpng-dev zlib1g-dev libfreetype-dev fonts-dejavu-core
   libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base
   gstreamer1.0-plugins-good gstreamer1.0-libav gstreamer1.0-tools
   libsdl2-dev xvfb xdotool python3 python3-pil imagemagick locales valgrind clang-tidy clang-format

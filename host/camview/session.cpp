@@ -15,6 +15,7 @@
 #include "devices/gst_frame_source.h"
 #include "geometry/calc_xyz_hv.h"
 #include "liveview/capture_wnd.h"
+#include "liveview/snapshot_stamp.h"
 #include "platform/clock.h"
 #include "platform/desktop.h"
 #include "platform/framebuffer.h"
@@ -635,9 +636,23 @@ StepResult Session::Save() {
   if (!saved || newest.empty()) return {false, "the snapshot was not saved"};
   const std::string copy = OutPath("snapshot.jpg");
   fs::copy_file(newest, copy, fs::copy_options::overwrite_existing, ec);
+  const image::SnapshotTags t = liveview::LastStampedTags();
+  const std::string exif =
+      t.camera.empty() ? std::string("no Exif")
+                       : Format("Exif %s f=%.4f size=%ux%u taken=%04u:%02u:%02u %02u:%02u:%02u",
+                                image::ExifStamp::Comment(t).c_str(),
+                                t.focalMm,
+                                t.width,
+                                t.height,
+                                unsigned(t.taken.wYear),
+                                unsigned(t.taken.wMonth),
+                                unsigned(t.taken.wDay),
+                                unsigned(t.taken.wHour),
+                                unsigned(t.taken.wMinute),
+                                unsigned(t.taken.wSecond));
   return {true,
           "saved " + newest.string() + " (" + std::to_string(fs::file_size(newest, ec)) +
-              " bytes), copied to " + copy};
+              " bytes), copied to " + copy + "; " + exif};
 }
 
 StepResult Session::ExportCamera(const Step& step) {

@@ -53,7 +53,8 @@ const std::vector<std::string>& KnownPoints() {
     for (const char* fs : {"create_directory", "free_space", "find", "delete", "move"})
       p.push_back(std::string("fs.") + fs);
     for (const char* key : {"open", "query", "close"}) p.push_back(std::string("registry.") + key);
-    p.insert(p.end(), {"module.load", "module.proc", "alloc", "jpeg.encode", "jpeg.decode"});
+    p.insert(p.end(),
+             {"module.load", "module.proc", "alloc", "jpeg.encode", "jpeg.decode", "exif.build"});
     for (const char* cap : {"open", "start", "stop", "read", "read_rect", "event", "display"})
       p.push_back(std::string("cap.") + cap);
     p.insert(p.end(), {"eep.unlock", "eep.lock"});
