@@ -1,5 +1,5 @@
-// "EEP.DLL" through the module loader, as the library reaches it. Its fault
-// points ("eep.*") are drilled through the library in tests/faults/.
+// "EEP.DLL" through the module loader, as the library reaches it (its "eep.*"
+// faults are drilled in tests/faults/).
 #include "devices/eeprom_module.h"
 
 #include <gtest/gtest.h>
@@ -43,10 +43,8 @@ TEST_F(EepromTest, WrittenItemsReadBackAndLiveInTheStoreFile) {
   EXPECT_TRUE(write_(&centre, 90, 2));
   double got = 0;
   int16_t got_centre = 0;
-  EXPECT_TRUE(read_(&got, 80, 8));
-  EXPECT_TRUE(read_(&got_centre, 90, 2));
-  EXPECT_EQ(got, focal);
-  EXPECT_EQ(got_centre, -3);
+  EXPECT_TRUE(read_(&got, 80, 8) && read_(&got_centre, 90, 2));
+  EXPECT_EQ(got + got_centre, focal - 3);
   ASSERT_TRUE(unlock_(1));
   EXPECT_EQ(GetDeviceFile(L"\\eeprom.txt"), "80 0000000000402040\n90 fdff\n");
   EXPECT_EQ(
@@ -62,11 +60,8 @@ TEST_F(EepromTest, RefusesLockedUnwrittenMisfitAndOutOfRangeAccess) {
   EXPECT_FALSE(read_(&value, 81, 8));  // never written
   EXPECT_TRUE(write_(&value, 81, 8));
   EXPECT_FALSE(read_(&value, 81, 4));  // an item has one length
-  EXPECT_FALSE(write_(&value, 79, 8));
-  EXPECT_FALSE(write_(&value, 100, 8));
-  EXPECT_FALSE(write_(nullptr, 82, 8));
-  EXPECT_FALSE(write_(&value, 82, 0));
-  EXPECT_FALSE(unlock_(2));
+  EXPECT_FALSE(write_(&value, 79, 8) || write_(&value, 100, 8) || write_(nullptr, 82, 8) ||
+               write_(&value, 82, 0) || unlock_(2));
   ASSERT_TRUE(unlock_(1));
   EXPECT_TRUE(eep::IsLocked());
 }
@@ -79,13 +74,11 @@ TEST_F(EepromTest, BrokenStoreLinesAreIgnored) {
   EXPECT_EQ(model, 1);
   uint8_t bytes[4];
   EXPECT_TRUE(read_(bytes, 80, 4));
-  EXPECT_FALSE(read_(bytes, 81, 1));
-  EXPECT_FALSE(read_(bytes, 82, 1));
+  EXPECT_FALSE(read_(bytes, 81, 1) || read_(bytes, 82, 1));
   unlock_(1);
 }
 
-// The call log keeps only the latest calls: a long field session must not
-// grow it without bound.
+// The call log keeps only the latest calls: it must not grow without bound.
 TEST_F(EepromTest, CallLogKeepsTheLatestCallsOnly) {
   for (int i = 0; i < 5000; ++i) unlock_(i % 2);
   const auto calls = eep::Calls();

@@ -67,13 +67,6 @@ const std::vector<std::string>& KnownPoints() {
   return points;
 }
 
-std::string Pattern(size_t size, int seed) {
-  std::string bytes(size, '\0');
-  uint32_t state = uint32_t(seed) * 2654435761u + 1;
-  for (char& c : bytes) c = char((state = state * 1664525u + 1013904223u) >> 24);
-  return bytes;
-}
-
 bool IsSavePoint(const std::string& point) {
   return point == "file.write" || point == "file.flush" || point == "file.rename";
 }

@@ -38,7 +38,12 @@ struct Operation {
 };
 
 // A deterministic byte pattern of `size` bytes.
-std::string Pattern(size_t size, int seed);
+inline std::string Pattern(size_t size, int seed) {
+  std::string bytes(size, '\0');
+  uint32_t state = uint32_t(seed) * 2654435761u + 1;
+  for (char& c : bytes) c = char((state = state * 1664525u + 1013904223u) >> 24);
+  return bytes;
+}
 // A call of a safe save after its open: a write, the flush or the rename.
 bool IsSavePoint(const std::string& point);
 
