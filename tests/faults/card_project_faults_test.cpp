@@ -1,6 +1,4 @@
-// Fault matrix of the storage card (root, free space, listings, file and
-// folder transfers) and of the image-measurement project (folders, index and
-// backup, photographs, points, camera, DLT and intersection).
+// Fault matrix of the storage card and of the image-measurement project.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -14,12 +12,12 @@
 #include "storage/project.h"
 #include "storage/rt_card.h"
 #include "tests/faults/fault_matrix.h"
+#include "tests/photogrammetry/pinhole.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using fault_matrix::Faulted;
-using fault_matrix::Pattern;
+using namespace fault_matrix;
 using PointArray = CKvoArray<CXYZ, CXYZ&>;
 using Tree = std::map<std::string, std::string>;  // relative path -> bytes ("<dir>" for a folder)
 
@@ -30,7 +28,7 @@ constexpr const wchar_t* kE520 = L"It is a copy error. E-520";
 constexpr const wchar_t* kE521 = L"Folder maked error. E-521";
 constexpr const wchar_t* kE523 = L"The capacity of the memory doesn't suffice. E-523";
 
-class CardProjectFaults : public fault_matrix::FaultMatrix {
+class CardProjectFaults : public FaultMatrix<> {
  protected:
   void SetUp() override {
     FaultMatrix::SetUp();
@@ -40,7 +38,7 @@ class CardProjectFaults : public fault_matrix::FaultMatrix {
   // Every folder and file under a device folder, with its bytes.
   Tree Snapshot(const wchar_t* folder) const {
     Tree tree;
-    if (!Exists(folder)) return tree;
+    if (!DeviceFileExists(folder)) return tree;
     for (const auto& e : fs::recursive_directory_iterator(Host(folder)))
       tree[fs::relative(e.path(), Host(folder)).string()] =
           e.is_directory() ? "<dir>" : ReadHostFile(e.path().string());
@@ -53,8 +51,7 @@ class CardProjectFaults : public fault_matrix::FaultMatrix {
       fs::create_directories(Host(folder));
     }
   }
-  // A transfer that failed: E-523 when the free space could not be had,
-  // else E-520.
+  // A failed transfer: E-523 when the free space could not be had, else E-520.
   static void ExpectTransferFailed(const Faulted& f) {
     EXPECT_EQ(f.result, 0);
     ExpectBox(f, f.point == "fs.free_space" ? kE523 : kE520);
@@ -88,9 +85,9 @@ TEST_F(CardFaults, RootFreeSpaceAndListings) {
     Drill({name,
            [&] {
              Clear();
-             Put(L"\\Storage Card\\b.jpg", Pattern(1500, 1));
-             Put(L"\\Storage Card\\a.jpg", Pattern(7000, 2));
-             Put(L"\\Storage Card\\d.jpg\\inner.bin", Pattern(300, 3));
+             PutDeviceFile(L"\\Storage Card\\b.jpg", Pattern(1500, 1));
+             PutDeviceFile(L"\\Storage Card\\a.jpg", Pattern(7000, 2));
+             PutDeviceFile(L"\\Storage Card\\d.jpg\\inner.bin", Pattern(300, 3));
              card_.SetCardRoot(kCard);
              free_bytes = total = bytes = 7;
              list.SetSize(1);  // a stale entry
@@ -111,21 +108,21 @@ TEST_F(CardFaults, FileTransfers) {
   Drill({"CRTCard::CopyFile(replace)",
          [&] {
            Clear();
-           Put(L"\\IMG_MAIN\\p1.jpg", photo);
-           Put(L"\\Storage Card\\p1.jpg", old);
+           PutDeviceFile(L"\\IMG_MAIN\\p1.jpg", photo);
+           PutDeviceFile(L"\\Storage Card\\p1.jpg", old);
            card_.SetCardRoot(kCard);
          },
          [&] { return card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"); },
          [&](const Faulted& f) {
            // The source whole, the old copy kept, nothing else on the card.
            ExpectTransferFailed(f);
-           EXPECT_EQ(Get(L"\\IMG_MAIN\\p1.jpg"), photo);
+           EXPECT_EQ(GetDeviceFile(L"\\IMG_MAIN\\p1.jpg"), photo);
            EXPECT_EQ(Snapshot(kCard), (Tree{{"p1.jpg", old}}));
          }});
   Drill({"CRTCard::MoveFile",
          [&] {
            Clear();
-           Put(L"\\Storage Card\\q.jpg", photo);
+           PutDeviceFile(L"\\Storage Card\\q.jpg", photo);
            card_.SetCardRoot(kCard);
          },
          [&] { return card_.MoveFile(L"\\Storage Card\\q.jpg", L"\\IMG_MAIN\\q.jpg"); },
@@ -141,9 +138,9 @@ TEST_F(CardFaults, FolderTransfers) {
   Tree job;
   auto prepareJob = [&] {
     Clear();
-    Put(L"\\IMG_MAIN\\job\\a.jpg", Pattern(50000, 6));
-    Put(L"\\IMG_MAIN\\job\\sub\\b.imc", Pattern(1234, 7));
-    Put(L"\\IMG_MAIN\\job\\sub\\deeper\\c.DLT", Pattern(99, 8));
+    PutDeviceFile(L"\\IMG_MAIN\\job\\a.jpg", Pattern(50000, 6));
+    PutDeviceFile(L"\\IMG_MAIN\\job\\sub\\b.imc", Pattern(1234, 7));
+    PutDeviceFile(L"\\IMG_MAIN\\job\\sub\\deeper\\c.DLT", Pattern(99, 8));
     fs::create_directories(Host(L"\\IMG_MAIN\\job\\empty"));
     card_.SetCardRoot(kCard);
     job = Snapshot(L"\\IMG_MAIN\\job");
@@ -168,12 +165,12 @@ TEST_F(CardFaults, FolderTransfers) {
            if (f.result == 1) {  // only the search of a folder already emptied failed
              EXPECT_EQ(f.point, "fs.find");
              EXPECT_TRUE(f.boxes.empty());
-             EXPECT_FALSE(Exists(L"\\IMG_MAIN\\job"));
+             EXPECT_FALSE(DeviceFileExists(L"\\IMG_MAIN\\job"));
              EXPECT_EQ(Snapshot(L"\\Storage Card\\job"), job);
              return;
            }
            ExpectTransferFailed(f);
-           if (!Exists(L"\\Storage Card\\job")) {  // failed while copying
+           if (!DeviceFileExists(L"\\Storage Card\\job")) {  // failed while copying
              EXPECT_NE(f.point, "fs.delete");
              EXPECT_EQ(Snapshot(L"\\IMG_MAIN\\job"), job);
              return;
@@ -190,7 +187,7 @@ TEST_F(CardFaults, FolderTransfers) {
            EXPECT_TRUE(f.boxes.empty());
            // A folder's contents are deleted before the folder: a failed
            // search of an empty folder still lets it go (result 1, all gone).
-           EXPECT_EQ(f.result, Exists(L"\\IMG_MAIN\\job") ? 0 : 1);
+           EXPECT_EQ(f.result, DeviceFileExists(L"\\IMG_MAIN\\job") ? 0 : 1);
            if (f.result == 1) {
              EXPECT_EQ(f.point, "fs.find");
            }
@@ -200,36 +197,14 @@ TEST_F(CardFaults, FolderTransfers) {
 
 constexpr const wchar_t* kRoot = L"\\IMG_MAIN\\project";
 constexpr const wchar_t* kJpeg = L"\\JPEG\\20240503\\140709W100.jpg";
-constexpr double kFocalPx = 1000.0;
-
-// Two ideal cameras worked by hand, independent of the DLT: one south of the
-// site looking north, one east of it looking west (x right, y down, pixels).
-CXYZ Seen(const CXYZ& p, bool south) {
-  const double depth = south ? p.Y - 1990.0 : 1080.0 - p.X;
-  const double across = south ? p.X - 1040.0 : p.Y - 2030.0;
-  const double up = p.Z - (south ? 52.0 : 53.0);
-  return CXYZ(p.Name, 320.0 + kFocalPx * across / depth, 240.0 - kFocalPx * up / depth, 0.0);
-}
-
-PointArray Control() {
-  const double xyz[] = {1031, 2021, 48, 1049, 2022, 50, 1032, 2039, 56, 1048, 2038, 47,
-                        1035, 2025, 55, 1045, 2035, 53, 1040, 2030, 49, 1037, 2033, 51};
-  PointArray points;
-  for (int i = 0; i < 8; ++i) {
-    CXYZ p(L"", xyz[3 * i], xyz[3 * i + 1], xyz[3 * i + 2]);
-    p.Name.Format(L"C%d", i + 1);
-    points.Add(p);
-  }
-  return points;
-}
-
+const PointArray kControl = pinhole_test::SitePoints(8, L"C", 3);
 const CXYZ kT1(L"T1", 1041.5, 2028.2, 52.7), kT2(L"T2", 1036.1, 2034.9, 50.3);
 
 class ProjectFaults : public CardProjectFaults {
  protected:
   void SetUp() override {
     CardProjectFaults::SetUp();
-    Put(kJpeg, Pattern(50000, 9));
+    PutDeviceFile(kJpeg, Pattern(50000, 9));
     BuildProjects();
     fs::copy(Host(kRoot), Host(L"\\template"), fs::copy_options::recursive);
     index_ = SiteFile(L"project.hdr");
@@ -239,18 +214,16 @@ class ProjectFaults : public CardProjectFaults {
   void BuildProjects() {
     CProject p;
     ASSERT_EQ(p.Create(L"Other") + p.Create(L"Bare") + p.Create(L"Site"), 3);
-    PointArray control = Control();
+    PointArray control = kControl, ground = kControl;
+    CXYZ t1 = kT1, t2 = kT2;
+    ground.Add(t1), ground.Add(t2);
     CCamera camera;
     camera.FocalLength = 5.6;
     ASSERT_EQ(p.SetControlPoints(control) + p.SetCamera(camera), 2);
-    for (const bool south : {true, false}) {
+    for (const auto* pinhole : {&pinhole_test::kWest, &pinhole_test::kSouth}) {
       CString name;
       ASSERT_EQ(p.AddPhoto(kJpeg, name), 1);
-      PointArray image;
-      for (int i = 0; i < 10; ++i) {
-        CXYZ seen = Seen(i < 8 ? control[i] : i == 8 ? kT1 : kT2, south);
-        image.Add(seen);
-      }
+      PointArray image = pinhole_test::Photograph(*pinhole, ground);
       CSize size(640, 480);
       CDLT dlt;
       ASSERT_EQ(p.SetImagePoints(name, size, image) + p.SolveDLT(name, dlt), 2);
@@ -270,8 +243,8 @@ class ProjectFaults : public CardProjectFaults {
   static std::wstring SitePath(const wchar_t* leaf) {
     return std::wstring(kRoot) + L"\\Site\\" + leaf;
   }
-  std::string SiteFile(const wchar_t* leaf) const { return Get(SitePath(leaf)); }
-  bool SiteHas(const wchar_t* leaf) const { return Exists(SitePath(leaf)); }
+  std::string SiteFile(const wchar_t* leaf) const { return GetDeviceFile(SitePath(leaf).c_str()); }
+  bool SiteHas(const wchar_t* leaf) const { return DeviceFileExists(SitePath(leaf).c_str()); }
   // Photographs a fresh open of the project finds (-1: it does not open).
   static int Reopened(const wchar_t* name = L"Site") {
     CProject p;
@@ -296,7 +269,7 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
          [&](const Faulted& f) {
            const bool folder = f.point == "fs.create_directory";
            ExpectOutcome(f, 0, folder ? kE521 : kE512);
-           EXPECT_FALSE(Exists(L"\\IMG_MAIN\\project\\New"));
+           EXPECT_FALSE(DeviceFileExists(L"\\IMG_MAIN\\project\\New"));
            // The open project is closed once the folder is made.
            EXPECT_EQ(project_.IsOpen(), folder ? 1 : 0);
          }});
@@ -335,7 +308,7 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
                          f.Early("fs.move", 1)    ? kE521
                          : f.point == "file.read" ? kE508
                                                   : kE512);
-           EXPECT_FALSE(Exists(L"\\IMG_MAIN\\project\\Site2"));
+           EXPECT_FALSE(DeviceFileExists(L"\\IMG_MAIN\\project\\Site2"));
            EXPECT_EQ(project_.GetName(), CString(L"Site"));
            ExpectIndexKept();
          }});
@@ -344,7 +317,7 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
          [&] { return project_.Delete(L"Other"); },
          [&](const Faulted& f) {
            ExpectOutcome(f, 0, kE512);
-           EXPECT_TRUE(Exists(L"\\IMG_MAIN\\project\\Other"));
+           EXPECT_TRUE(DeviceFileExists(L"\\IMG_MAIN\\project\\Other"));
            EXPECT_EQ(project_.IsOpen(), 1);
            EXPECT_EQ(project_.Delete(L"Other"), 1);  // a second try finishes the job
          }});
@@ -354,7 +327,7 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
            Restore();
            damaged = index_;
            damaged[damaged.find("P002")] = 'Q';
-           Put(SitePath(L"project.hdr"), damaged);
+           PutDeviceFile(SitePath(L"project.hdr").c_str(), damaged);
          },
          [&] { return project_.RestoreIndex(); },
          [&](const Faulted& f) {
@@ -375,7 +348,7 @@ TEST_F(ProjectFaults, Photographs) {
            // An unknown card root does not matter to a copy in main memory.
            if (f.Under("registry.")) {
              ExpectOutcome(f, 1);
-             EXPECT_EQ(SiteFile(L"P003.jpg"), Get(kJpeg));
+             EXPECT_EQ(SiteFile(L"P003.jpg"), GetDeviceFile(kJpeg));
              EXPECT_EQ(Reopened(), 3);
              return;
            }
@@ -386,7 +359,7 @@ TEST_F(ProjectFaults, Photographs) {
            ExpectOutcome(f, 0, f.point == "fs.free_space" ? kE523 : copying ? kE520 : kE512);
            EXPECT_EQ(project_.GetPhotoCount(), 2);
            EXPECT_FALSE(SiteHas(L"P003.jpg"));
-           EXPECT_FALSE(Exists(platform::SafeFile::TempPath(SitePath(L"P003.jpg").c_str())));
+           EXPECT_FALSE(SiteHas(platform::SafeFile::TempPath(L"P003.jpg").c_str()));
            ExpectIndexKept();
          }});
   Drill({"CProject::RemovePhoto",
@@ -405,7 +378,7 @@ TEST_F(ProjectFaults, Photographs) {
 }
 
 TEST_F(ProjectFaults, PointsAndCamera) {
-  PointArray points, moved = Control();
+  PointArray points, moved = kControl;
   moved[0].X += 0.5;
   CSize size(640, 480);
   // A writer that replaces its file: the old bytes stay, E-512 (after the

@@ -1,10 +1,9 @@
 #pragma once
 // The fault matrix: runs an operation once cleanly to learn which platform
 // calls it makes (platform::fault::Calls), then again with each of those
-// calls failed in turn, and checks every faulted run for leaks (files,
-// handles, heap blocks, modules, registry keys: never more than the clean run
-// leaves), that the failed call was really reached, and the outcome the
-// operation's own check expects (result, message, values kept).
+// calls failed in turn, and checks every faulted run for leaks (never more
+// than the clean run leaves), that the failed call was really reached, and
+// the outcome the operation's own check expects.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -12,12 +11,10 @@
 #include <vector>
 
 #include "platform/message_box.h"
+#include "platform/safe_file.h"
 #include "tests/support/test_support.h"
 
 namespace fault_matrix {
-
-// Every fault point the library's operations can reach.
-const std::vector<std::string>& KnownPoints();
 
 // What one faulted run left behind.
 struct Faulted {
@@ -44,40 +41,40 @@ inline std::string Pattern(size_t size, int seed) {
   for (char& c : bytes) c = char((state = state * 1664525u + 1013904223u) >> 24);
   return bytes;
 }
-// A call of a safe save after its open: a write, the flush or the rename.
-bool IsSavePoint(const std::string& point);
 
-class FaultMatrix : public testing_support::DeviceTest {
+// Runs the whole matrix of `op`; `boxes` records the message boxes.
+void Drill(const Operation& op, testing_support::MessageBoxRecorder& boxes);
+
+std::vector<std::wstring> Texts(const Faulted& f);
+// Exactly one box, with this text and caption.
+void ExpectBox(const Faulted& f, const std::wstring& text, const wchar_t* caption = L"ERROR");
+// The result, and exactly one box "ERROR" with `text` (none when empty).
+void ExpectOutcome(const Faulted& f, int result, const std::wstring& text = L"");
+// The refused open's box (its text starts with the path; none when the path
+// is empty), then boxes with the texts `then`, all captioned "ERROR".
+void ExpectRefused(const Faulted& f,
+                   const std::wstring& path,
+                   const std::vector<std::wstring>& then = {});
+
+// A device-root fixture (`Base`) that drills; saves skip fsync (the order of
+// write, flush and rename is checked here, not the disk's speed).
+template <class Base = testing_support::DeviceTest>
+class FaultMatrix : public Base {
  protected:
-  // Thousands of saves: the order of write, flush and rename is what is
-  // checked here, not the disk's speed at fsync.
-  void SetUp() override;
-  void TearDown() override;
-  // Runs the whole matrix of `op`.
-  void Drill(const Operation& op);
-
-  // Device files on the host side of the device root.
-  void Put(const std::wstring& path, const std::string& bytes) const;
-  std::string Get(const std::wstring& path) const;
-  bool Exists(const std::wstring& path) const;
+  void SetUp() override {
+    Base::SetUp();
+    platform::SafeFile::SetDurable(false);
+  }
+  void TearDown() override {
+    platform::SafeFile::SetDurable(true);
+    Base::TearDown();
+  }
+  void Drill(const Operation& op) { fault_matrix::Drill(op, this->boxes_); }
   // The file holds `bytes` and no safe-save temporary is left beside it.
-  void ExpectKept(const std::wstring& path, const std::string& bytes) const;
-
-  // Text or caption of the only box, or a note that there was not exactly one.
-  static std::wstring OnlyText(const Faulted& f);
-  static std::wstring OnlyCaption(const Faulted& f);
-  static std::vector<std::wstring> Texts(const Faulted& f);
-  // The result, and exactly one box "ERROR" with `text` (none when empty).
-  static void ExpectOutcome(const Faulted& f, int result, const std::wstring& text = L"");
-  // Exactly one box, with this text and caption.
-  static void ExpectBox(const Faulted& f,
-                        const std::wstring& text,
-                        const wchar_t* caption = L"ERROR");
-  // The refused open's box (its text starts with the path; none when the
-  // path is empty), then boxes with the texts `then`, all captioned "ERROR".
-  static void ExpectRefused(const Faulted& f,
-                            const std::wstring& path,
-                            const std::vector<std::wstring>& then = {});
+  void ExpectKept(const std::wstring& path, const std::string& bytes) const {
+    EXPECT_EQ(this->GetDeviceFile(path.c_str()), bytes);
+    EXPECT_FALSE(this->DeviceFileExists(platform::SafeFile::TempPath(path.c_str()).c_str()));
+  }
 };
 
 }  // namespace fault_matrix

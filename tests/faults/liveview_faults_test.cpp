@@ -1,6 +1,4 @@
-// Fault matrix of the live view's operations: the window's whole life,
-// operating it, the corner display, calibration memory, language file, card
-// folder lookup and snapshot saving.
+// Fault matrix of the live view's operations.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,20 +9,15 @@
 #include <vector>
 
 #include "camera/memory_items.h"
-#include "devices/capture_driver.h"
-#include "devices/devices.h"
-#include "devices/eeprom_module.h"
-#include "devices/frame_source.h"
 #include "image/dib_ex.h"
-#include "liveview/capture_wnd.h"
-#include "platform/desktop.h"
 #include "platform/registry.h"
 #include "platform/wnd.h"
 #include "tests/faults/fault_matrix.h"
+#include "tests/support/live_view.h"
 
 namespace {
 
-using fault_matrix::Faulted;
+using namespace fault_matrix;
 namespace eep = devices::eeprom;
 using Items = std::vector<std::optional<std::vector<uint8_t>>>;  // items 80..99
 
@@ -61,8 +54,7 @@ Items HeldBy(CCaptureWnd& w) {
   return Stored();
 }
 
-// A bright quarter in the lower right of the frame: one clear corner at the
-// centre of the sensor.
+// A bright lower right quarter: one clear corner at the sensor's centre.
 class Quadrant : public devices::FrameSource {
  public:
   void Render(const devices::FrameRequest&, uint16_t* pixels) override {
@@ -75,22 +67,8 @@ class Quadrant : public devices::FrameSource {
   }
 };
 
-class LiveviewFaults : public fault_matrix::FaultMatrix {
+class LiveviewFaults : public FaultMatrix<liveview_test::LiveViewTest> {
  protected:
-  void SetUp() override {
-    FaultMatrix::SetUp();
-    devices::RegisterAll();
-    devices::capture::Reset();
-    eep::Reset();
-    platform::ResetDesktop();
-  }
-  void TearDown() override {
-    StopView();
-    platform::ResetDesktop();
-    devices::SetFrameSource(nullptr);
-    FaultMatrix::TearDown();
-  }
-
   // Every calibration item written once with recognisable values.
   static void StoreAllItems() {
     CCaptureWnd writer;
@@ -98,8 +76,7 @@ class LiveviewFaults : public fault_matrix::FaultMatrix {
     HeldBy(writer);
   }
 
-  // The item whose transfer failed: an item's own point, or the memory's
-  // file under the write of item `first` + skip.
+  // The failing item: its own point's, or `first` + skip for the memory's file.
   static int FailingItem(const Faulted& f, int first) {
     if (f.Under("eep.read.") || f.Under("eep.write."))
       return std::stoi(f.point.substr(f.point.rfind('.') + 1));
@@ -110,9 +87,8 @@ class LiveviewFaults : public fault_matrix::FaultMatrix {
   static bool SilentDefault(const Faulted& f) {
     return f.point == "eep.read.80" || f.point == "eep.read.90" || f.point == "eep.read.94";
   }
-  // The memory protocol's outcome for one failed call of a transfer ("Read"
-  // or "Write") from item `first`: the lock is always given back; the first
-  // failure is named.
+  // One failed call of a transfer ("Read" or "Write") from item `first`: the
+  // lock is always given back; the first failure is named.
   static void ExpectFlashOutcome(const Faulted& f, const std::wstring& op, int first) {
     // A failed lock leaves the memory unlocked, as the device does.
     EXPECT_EQ(eep::IsLocked(), f.point != "eep.lock");
@@ -130,7 +106,7 @@ class LiveviewFaults : public fault_matrix::FaultMatrix {
     }
   }
 
-  // A live view on the whole 320 x 240 screen, started as the host starts it.
+  // A new live view on the whole screen, started as the host starts it.
   bool StartView(double baseScale) {
     view_ = std::make_unique<CCaptureWnd>();
     view_->InitAppUseMessage();
@@ -143,8 +119,6 @@ class LiveviewFaults : public fault_matrix::FaultMatrix {
     if (view_ && view_->GetSafeHwnd()) view_->DestroyWindow();
     view_.reset();
   }
-
-  std::unique_ptr<CCaptureWnd> view_;
 };
 
 // The texts the window shows for one failed call of its life, in order.
@@ -159,11 +133,12 @@ std::vector<std::wstring> ExpectedLifeBoxes(const std::string& point) {
 }
 
 // Construction, creation, the posted start of capture, three frame-timer
-// steps, destruction: every call of that life failed in turn.
+// steps, destruction.
 TEST_F(LiveviewFaults, WholeWindowLife) {
   HWND hwnd = nullptr;
   Drill({"CCaptureWnd life",
-         [] {
+         [&] {
+           StopView();
            StoreAllItems();
            devices::capture::Reset();
          },
@@ -209,9 +184,8 @@ TEST_F(LiveviewFaults, WholeWindowLife) {
          }});
 }
 
-// A running view operated as the host does between start and end: camera
-// switches, zoom, picture turned, frozen and released, a full-frame grab,
-// exposure steps that change the brightness.
+// A running view operated as the host does: camera switches, zoom, turned,
+// frozen and released, a full-frame grab, exposure steps.
 TEST_F(LiveviewFaults, OperatingTheView) {
   CDibEx grabbed;
   Drill({"operating the view",
@@ -253,12 +227,11 @@ TEST_F(LiveviewFaults, OperatingTheView) {
          }});
 }
 
-// A tap in corner mode, then the paint: the tap only takes its point; the
-// corner display grabs the picture under the window and searches it for a
-// corner near the tap.
+// A tap in corner mode, then the paint, which grabs the picture under the
+// window and searches it for a corner near the tap.
 TEST_F(LiveviewFaults, CornerSearch) {
   devices::SetFrameSource(std::make_shared<Quadrant>());
-  ASSERT_TRUE(StartView(0.5));
+  CreateView({0, 0, 320, 240}, 0.5);
   view_->SetCurCamera(0);  // corners are searched in the tele camera's picture
   double dv = 0.0, dh = 0.0;
   Drill({"corner display",
@@ -299,9 +272,8 @@ struct Transfer {
   int first, count;  // the items it moves
 };
 
-// Each transfer stops at the first failure, with nothing read or written
-// past it, and gives the lock back; the user offsets change the centres in
-// memory first, whatever happens.
+// Each transfer stops at its first failure, with nothing read or written past
+// it; the user offsets change the centres in memory first, whatever happens.
 TEST_F(LiveviewFaults, CalibrationMemory) {
   CCaptureWnd w;
   ASSERT_NE(w.m_pSysEepRead, nullptr);
@@ -362,8 +334,8 @@ TEST_F(LiveviewFaults, LanguageFile) {
   Drill({"GetImageLangCode",
          [&] {
            const std::u16string text = u"\xFEFFSaved OK.\nGespeichert.\n";  // UTF-16LE here
-           Put(L"\\windows\\DispImgMsg.txt",
-               std::string((const char*)text.data(), text.size() * 2));
+           PutDeviceFile(L"\\windows\\DispImgMsg.txt",
+                         std::string((const char*)text.data(), text.size() * 2));
            w = std::make_unique<CCaptureWnd>();
            w->InitAppUseMessage();
          },
@@ -399,7 +371,7 @@ TEST_F(LiveviewFaults, CardFolderLookup) {
 
 TEST_F(LiveviewFaults, SnapshotSaving) {
   devices::SetFrameSource(std::make_shared<Quadrant>());
-  ASSERT_TRUE(StartView(1.0));
+  CreateView();
   const std::wstring saved = L"\\Storage Card\\JPEG\\20240503\\140709T100.jpg";
   const std::string earlier = "an earlier picture of the same second";
   for (const bool fresh : {true, false}) {
@@ -407,7 +379,7 @@ TEST_F(LiveviewFaults, SnapshotSaving) {
            [&] {
              std::filesystem::remove_all(Host(L"\\Storage Card"));
              if (fresh) std::filesystem::create_directories(Host(L"\\Storage Card"));
-             if (!fresh) Put(saved, earlier);
+             if (!fresh) PutDeviceFile(saved.c_str(), earlier);
              ASSERT_TRUE(SetCardFolder(L"\\Storage Card"));
            },
            [&] { return view_->WriteJpeg(); },
@@ -429,7 +401,8 @@ TEST_F(LiveviewFaults, SnapshotSaving) {
                return;
              }
              // No file, not even a partial one; an earlier one stays whole.
-             EXPECT_EQ(Exists(saved) ? Get(saved) : "", fresh ? "" : earlier);
+             EXPECT_EQ(DeviceFileExists(saved.c_str()) ? GetDeviceFile(saved.c_str()) : "",
+                       fresh ? "" : earlier);
              if (f.Under("registry.")) {
                EXPECT_EQ(text, L"Registry Access Error");
                EXPECT_EQ(f.boxes.back().caption, L"Error");
