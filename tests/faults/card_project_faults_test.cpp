@@ -390,20 +390,6 @@ TEST_F(ProjectFaults, PointsAndCamera) {
       EXPECT_EQ(SiteFile(leaf), old);
     };
   };
-  // A lost read looks like the end of the file: 1 only when every point had
-  // arrived (ReadCSVFile also answers 1 with none when the first read goes).
-  const auto readCheck = [&](const wchar_t* leaf, int count, bool csvReader) {
-    return [&, leaf, count, csvReader](const Faulted& f) {
-      if (f.point == "file.open") {
-        EXPECT_EQ(f.result, 0);
-        ExpectRefused(f, SitePath(leaf));
-        return;
-      }
-      const bool whole = f.skip > 0;
-      ExpectOutcome(f, whole || csvReader ? 1 : 0);
-      EXPECT_EQ(f.result == 1 ? points.GetSize() : -1, f.result == 1 ? (whole ? count : 0) : -1);
-    };
-  };
   const auto restoreMoved = [&] {
     Restore();
     points.Copy(moved);
@@ -412,19 +398,10 @@ TEST_F(ProjectFaults, PointsAndCamera) {
          restoreMoved,
          [&] { return project_.SetImagePoints(L"P001", size, points); },
          saveCheck(L"P001.imc")});
-  Drill({"CProject::GetImagePoints",
-         restore_,
-         [&] { return project_.GetImagePoints(L"P001", size, points); },
-         readCheck(L"P001.imc", 10, false)});
   Drill({"CProject::SetControlPoints",
          restoreMoved,
          [&] { return project_.SetControlPoints(points); },
          saveCheck(L"control.csv")});
-  Drill({"CProject::GetControlPoints",
-         restore_,
-         [&] { return project_.GetControlPoints(points); },
-         readCheck(L"control.csv", 8, true)});
-
   CCamera camera, back;
   camera.FocalLength = 8.25;
   Drill({"CProject::SetCamera(first)",
@@ -493,14 +470,6 @@ TEST_F(ProjectFaults, SolveAndIntersect) {
                          refused ? SitePath(f.skip == 0 ? L"control.csv" : L"P001.imc") : L"",
                          saving ? std::vector<std::wstring>{kE512} : std::vector<std::wstring>{});
          }});
-  Drill({"CProject::GetDLT",
-         prepareDlt,
-         [&] { return project_.GetDLT(L"P002", dlt); },
-         [&](const Faulted& f) {
-           ExpectOutcome(f, 0);
-           EXPECT_EQ(dlt.m_dL[0], -1.0);
-         }});
-
   // A point either comes out exact from both photographs or not at all:
   // never from fewer photographs than measured it.
   CXYZ point;

@@ -77,13 +77,11 @@ TEST_F(RTCardTest, ListingIsSortedWithSizesTimesAndFolders) {
   EXPECT_EQ(
       (std::vector<int>{t.wYear, t.wMonth, t.wDay, t.wDayOfWeek, t.wHour, t.wMinute, t.wSecond}),
       (std::vector<int>{2024, 5, 3, 5, 14, 7, 9}));
-  const std::tuple<const wchar_t*, ULONGLONG, int> expected[] = {
-      {L"a.jpg", 70000, 0}, {L"b.jpg", 1500, 0}, {L"d.jpg", 0, 1}};
-  for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(std::tuple(std::wstring(list[i].Name), list[i].Size, list[i].IsFolder),
-              std::tuple(std::wstring(std::get<0>(expected[i])),
-                         std::get<1>(expected[i]),
-                         std::get<2>(expected[i])));
+  std::wstring listed;
+  for (const RTCARD_FILE_INFO& e : list)
+    listed +=
+        std::wstring(e.Name) + L" " + std::to_wstring(e.Size) + (e.IsFolder ? L" dir|" : L"|");
+  EXPECT_EQ(listed, L"a.jpg 70000|b.jpg 1500|d.jpg 0 dir|");
   ASSERT_EQ(card_.GetFileList(kCard, L"*.png", list), 1);
   EXPECT_EQ(list.GetSize(), 0);
   ASSERT_EQ(card_.GetFileList(L"\\Storage Card\\", nullptr, list), 1);
