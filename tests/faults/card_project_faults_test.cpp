@@ -132,6 +132,25 @@ TEST_F(CardFaults, FileTransfers) {
            EXPECT_EQ(Snapshot(kCard), (Tree{{"q.jpg", photo}}));
            EXPECT_TRUE(Snapshot(L"\\IMG_MAIN").empty());
          }});
+  Drill({"CRTCard::MoveFile(replace)",
+         [&] {
+           Clear();
+           PutDeviceFile(L"\\Storage Card\\q.jpg", photo);
+           PutDeviceFile(L"\\IMG_MAIN\\q.jpg", old);
+           card_.SetCardRoot(kCard);
+         },
+         [&] { return card_.MoveFile(L"\\Storage Card\\q.jpg", L"\\IMG_MAIN\\q.jpg"); },
+         [&](const Faulted& f) {
+           if (f.result == 1) {  // moved; only the kept copy could not be deleted
+             EXPECT_TRUE(f.boxes.empty());
+             EXPECT_EQ(Snapshot(L"\\IMG_MAIN"), (Tree{{"q.jpg", photo}, {"q.jpg~", old}}));
+             return;
+           }
+           // Both files as they were: the replaced one is not lost.
+           ExpectTransferFailed(f);
+           EXPECT_EQ(Snapshot(kCard), (Tree{{"q.jpg", photo}}));
+           EXPECT_EQ(Snapshot(L"\\IMG_MAIN"), (Tree{{"q.jpg", old}}));
+         }});
 }
 
 TEST_F(CardFaults, FolderTransfers) {
