@@ -141,9 +141,8 @@ void BM_LatencyToScreen(benchmark::State& state) {
   double total = 0, worst = 0;
   for (auto _ : state) {
     rig.Frame();
-    const double ms = std::chrono::duration<double, std::milli>(Clock::now() -
-                                                                rig.source->LastArrival())
-                          .count();
+    const double ms =
+        std::chrono::duration<double, std::milli>(Clock::now() - rig.source->LastArrival()).count();
     total += ms;
     worst = std::max(worst, ms);
   }

@@ -32,7 +32,8 @@ bool Put(ExifData* data,
          const void* bytes,
          size_t size) {
   ExifContent* content = data->ifd[ifd];
-  if (ExifEntry* old = exif_content_get_entry(content, tag)) exif_content_remove_entry(content, old);
+  if (ExifEntry* old = exif_content_get_entry(content, tag))
+    exif_content_remove_entry(content, old);
   ExifMem* mem = exif_mem_new_default();
   if (!mem) return false;
   ExifEntry* entry = exif_entry_new_mem(mem);

@@ -15,9 +15,9 @@ class CCaptureWnd;
 namespace liveview {
 
 SURVEYCAM_API image::SnapshotTags SnapshotTagsOf(CCaptureWnd& view,
-                                   const SYSTEMTIME& taken,
-                                   unsigned width,
-                                   unsigned height);
+                                                 const SYSTEMTIME& taken,
+                                                 unsigned width,
+                                                 unsigned height);
 // What the latest snapshot saved in this process carries (an empty camera
 // when it was saved without metadata, or before the first).
 SURVEYCAM_API image::SnapshotTags LastStampedTags();
