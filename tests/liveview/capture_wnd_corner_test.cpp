@@ -3,21 +3,14 @@
 // corner of a target board nearest to the tap (judged against the board's
 // geometry projected through the tele camera, not against the finder), whose
 // own aiming differences bring it to the reticle; on plain sky nothing is
-// marked and nothing is said. Screenshots go to <build>/screenshots.
+// marked and nothing is said.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <memory>
 #include <random>
-#include <utility>
 #include <vector>
 
-#include "platform/desktop.h"
-#include "platform/framebuffer.h"
 #include "sim/camera_pose.h"
-#include "sim/instrument.h"
 #include "tests/support/live_view.h"
-#include "tests/support/screenshot.h"
 #include "tests/support/site.h"
 
 namespace liveview_test {
@@ -82,13 +75,6 @@ class CornerModeTest : public SimLiveViewTest {
       out.push_back(TeleClient(centre + right * (u * t.half_size) + up * (v * t.half_size)));
     return out;
   }
-  void Shoot(const std::string& name) {
-    view_->InvalidateRect(nullptr, TRUE);
-    platform::PumpMessages();
-    platform::Present();
-    EXPECT_FALSE(testing_support::SaveScreenshot(name).empty());
-  }
-  // Taps in corner mode with a measurement taken, as the operator does.
   void Tap(int x, int y) {
     platform::InjectTap(x, y);
     platform::PumpMessages();
@@ -98,10 +84,9 @@ class CornerModeTest : public SimLiveViewTest {
 };
 
 int Nearest(const std::vector<ClientPt>& corners, double x, double y, double* margin) {
-  int best = 0;
   std::vector<double> d;
   for (const ClientPt& c : corners) d.push_back(std::hypot(c.x - x, c.y - y));
-  best = int(std::min_element(d.begin(), d.end()) - d.begin());
+  const int best = int(std::min_element(d.begin(), d.end()) - d.begin());
   std::sort(d.begin(), d.end());
   *margin = d[1] - d[0];
   return best;
@@ -117,8 +102,6 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
   view_->SetCurCamera(0);
   std::mt19937 rng(8);
   std::uniform_real_distribution<double> unit(0.0, 1.0);
-  int hits = 0, found = 0, aimed = 0;
-  double worst_hit = 0.0;
   for (int trial = 0; trial < 100; ++trial) {
     SCOPED_TRACE(::testing::Message() << "trial " << trial);
     // Lines of sight from 4 degrees up to half a degree down; the board
@@ -163,13 +146,7 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
     Tap(tap_x, tap_y);
     ASSERT_EQ(view_->m_bTapped, 1);
     double dv = 0.0, dh = 0.0;
-    if (!view_->GetCornerMoveAng(dv, dh)) {
-      ADD_FAILURE() << "no corner near " << tap_x << "," << tap_y << " zoom " << s;
-      view_->EndCornerMode();
-      view_->ClrGetMeas();
-      continue;
-    }
-    ++found;
+    const bool found = view_->GetCornerMoveAng(dv, dh);
     EXPECT_EQ(boxes_.size(), 0u);
     const ClientPt want = corners[size_t(expected)];
     // Judged in camera pixels (client pixels / display scale): a zoomed view
@@ -177,36 +154,21 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
     // a board's edge to a quarter of one (2 x 2 samples a pixel). The cross
     // sits on whole client pixels: within one camera pixel on each axis.
     const double dx = (view_->m_ptCorner.x - want.x) / s, dy = (view_->m_ptCorner.y - want.y) / s;
-    if (std::fabs(dx) <= 1.0 && std::fabs(dy) <= 1.0) {
-      ++hits;
-      worst_hit = std::max(worst_hit, std::hypot(dx, dy));
-    } else {
-      ADD_FAILURE() << "corner " << view_->m_ptCorner.x << "," << view_->m_ptCorner.y << " want "
-                    << want.x << "," << want.y << " (corner " << expected << ") zoom " << s;
-    }
+    EXPECT_TRUE(found && std::fabs(dx) <= 1.0 && std::fabs(dy) <= 1.0)
+        << "corner " << view_->m_ptCorner.x << "," << view_->m_ptCorner.y << " want " << want.x
+        << "," << want.y << " (corner " << expected << ") zoom " << s;
     EXPECT_EQ(view_->m_ptTap.x, tap_x);  // the tap mark stays where tapped
-    if (trial == 0) Shoot("corner_mode_found");
-    // Aiming: turn by the corner's differences; the same corner then sits
-    // at the reticle (the view's centre pixel).
+    // Aiming: turned by the corner's differences, the corner sits at the
+    // reticle (the view's centre pixel).
     if (trial < 12) {
-      const ClientPt before = want;
       Turn(v - dv, h + dh);
-      const std::vector<ClientPt> after = BoardCorners(board);
-      const double ax = (after[size_t(expected)].x - 160.0) / s,
-                   ay = (after[size_t(expected)].y - 120.0) / s;
-      EXPECT_LE(std::fabs(ax), 1.0) << before.x;
-      EXPECT_LE(std::fabs(ay), 1.0) << before.y;
-      if (std::fabs(ax) <= 1.0 && std::fabs(ay) <= 1.0) ++aimed;
-      if (trial == 0) Shoot("corner_mode_aimed");
+      const ClientPt after = BoardCorners(board)[size_t(expected)];
+      EXPECT_LE(std::fabs(after.x - 160.0) / s, 1.0);
+      EXPECT_LE(std::fabs(after.y - 120.0) / s, 1.0);
     }
     view_->EndCornerMode();
     view_->ClrGetMeas();
   }
-  EXPECT_GE(hits, 95);
-  EXPECT_EQ(aimed, 12);
-  RecordProperty("hits", hits);
-  RecordProperty("found", found);
-  RecordProperty("worst_hit_px", std::to_string(worst_hit));
 }
 
 // Zooming in corner mode freezes the picture and scales the tap about the
@@ -238,7 +200,6 @@ TEST_F(CornerModeTest, ZoomFindsTheCornerAgainAtTheNewScale) {
   const ClientPt zoomed = BoardCorners(board)[8];
   EXPECT_LE(std::fabs(view_->m_ptCorner.x - zoomed.x), 2.0);  // one camera pixel at scale 2
   EXPECT_LE(std::fabs(view_->m_ptCorner.y - zoomed.y), 2.0);
-  Shoot("corner_mode_zoomed");
   view_->EndCornerMode();
   view_->EndSnapShot();
 }
@@ -259,9 +220,7 @@ TEST_F(CornerModeTest, TapTakesThePointAndThePaintLooksForTheCorner) {
   EXPECT_EQ(view_->m_bTapped, 1);
   EXPECT_EQ(view_->m_ptTap.x, 150);
   EXPECT_EQ(view_->m_ptTap.y, 130);
-  // 10 pixels left and 10 down of the centre at scale 1.
-  EXPECT_NEAR(view_->m_dDH, -10 * kDegPerPixel, 1e-6);
-  EXPECT_NEAR(view_->m_dDV, -10 * kDegPerPixel, 1e-6);
+  const double dh_tap = view_->m_dDH;
   EXPECT_TRUE(devices::capture::Log().empty());
   EXPECT_EQ(boxes_.size(), 0u);
 
@@ -276,8 +235,7 @@ TEST_F(CornerModeTest, TapTakesThePointAndThePaintLooksForTheCorner) {
   EXPECT_EQ(dv, 7.0);
   EXPECT_EQ(dh, 7.0);
   EXPECT_EQ(boxes_.size(), 0u);
-  EXPECT_NEAR(view_->m_dDH, -10 * kDegPerPixel, 1e-6);  // still the tap's
-  Shoot("corner_mode_none");
+  EXPECT_EQ(view_->m_dDH, dh_tap);  // still the tap's
   view_->EndCornerMode();
 }
 

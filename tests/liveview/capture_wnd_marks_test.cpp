@@ -103,24 +103,52 @@ TEST_F(MarksTest, AlignmentCrossFollowsTheImageCentreAndFramesTheTeleField) {
   EXPECT_GT(Count(kRed, RECT{0, 0, 300, 20}), 0);
 }
 
-TEST_F(MarksTest, UserOffsetMovesTheReticleByTheOffsetAtTheDisplayScale) {
-  view_->SetUserCCDMode();
-  view_->UserCCDOffset(7, -4);
-  Fresh();
-  view_->DrawCursor(dc_.get());  // mode 6: the moved reticle instead
-  const uint32_t black = 0;
-  EXPECT_EQ(fb_.At(167, 116), black);  // centre cross
-  EXPECT_EQ(fb_.At(167 - 5, 116), black);
-  EXPECT_EQ(fb_.At(167 + 20, 116), black);  // right arm
-  EXPECT_EQ(fb_.At(165, 200), black);       // doubled bottom arm
-  EXPECT_EQ(fb_.At(169, 200), black);
-  EXPECT_NE(fb_.At(160, 200), black);  // not the fixed reticle
-  EXPECT_GT(Count(kRed, RECT{0, 0, 300, 20}), 0);
+// The reticle, fixed and moved by a user offset: doubled left and bottom
+// arms, single right and top arms (all to the screen's edges), a centre cross
+// and gaps between them; in the offset mode a read-out, which goes with it.
+TEST_F(MarksTest, ReticleAtTheCentreOrMovedByTheUserOffset) {
+  const POINT on[] = {{0, 0},
+                      {-5, 0},
+                      {5, 0},
+                      {0, -5},
+                      {0, 5},
+                      {-12, -2},
+                      {-12, 2},
+                      {-90, -2},
+                      {-90, 2},
+                      {12, 0},
+                      {90, 0},
+                      {0, -12},
+                      {0, -90},
+                      {-2, 12},
+                      {2, 12},
+                      {-2, 80},
+                      {2, 80}};
+  const POINT off[] = {{-11, -2}, {6, 0}, {0, 6}, {0, -11}, {11, 0}, {0, 80}, {-30, 0}};
+  for (const POINT centre : {POINT{160, 120}, POINT{167, 116}}) {
+    const bool moved = centre.x != 160;
+    if (moved) {
+      view_->SetUserCCDMode();
+      view_->UserCCDOffset(7, -4);
+    }
+    Fresh();
+    view_->DrawCursor(dc_.get());
+    for (const POINT& d : on)
+      EXPECT_EQ(fb_.At(centre.x + d.x, centre.y + d.y), 0u) << d.x << "," << d.y;
+    for (const POINT& d : off)
+      EXPECT_NE(fb_.At(centre.x + d.x, centre.y + d.y), 0u) << d.x << "," << d.y;
+    for (const POINT& end : {POINT{0, centre.y - 2},
+                             POINT{319, centre.y},
+                             POINT{centre.x, 0},
+                             POINT{centre.x - 2, 239}})
+      EXPECT_EQ(fb_.At(end.x, end.y), 0u) << end.x << "," << end.y;
+    EXPECT_EQ(Count(kRed, RECT{0, 0, 300, 20}) > 0, moved);
+  }
   // After the mode ends the reticle stays moved but the read-out goes.
   view_->EndUserCCDMode();
   Fresh();
   view_->DrawCursor(dc_.get());
-  EXPECT_EQ(fb_.At(167, 116), black);
+  EXPECT_EQ(fb_.At(167, 116), 0u);
   EXPECT_EQ(Count(kRed, RECT{0, 0, 300, 20}), 0);
 }
 

@@ -113,12 +113,6 @@ TEST_F(EndToEndTest, TapOnATeleTargetAimsTheTelescopeAtIt) {
   };
   auto before = find_target();
   ASSERT_TRUE(before.has_value());
-  // The instrument's own account of where the tele camera sees the target
-  // (what a host compares the reticle with) agrees with the picture.
-  const auto seen = instrument_->TeleSensorPoint(target.x, target.y, target.z);
-  ASSERT_TRUE(seen.has_value());
-  EXPECT_NEAR(seen->x, before->x, 0.7);
-  EXPECT_NEAR(seen->y, before->y, 0.7);
   const VCAP_DISP_PARAMETER& disp = view_->m_DispParam[0];
   const int tap_x = int(std::floor(before->x - disp.SrcRect.left + disp.DstRect.left));
   const int tap_y = int(std::floor(before->y - disp.SrcRect.top + disp.DstRect.top));
@@ -138,25 +132,16 @@ TEST_F(EndToEndTest, TapOnATeleTargetAimsTheTelescopeAtIt) {
   view_->EndCornerMode();
 }
 
-struct SettleCase {
-  sim::Lighting lighting;
-  int mode;
-};
+class ExposureSettlesTest : public EndToEndTest, public ::testing::WithParamInterface<int> {};
 
-void PrintTo(const SettleCase& c, std::ostream* os) {
-  *os << (c.lighting == sim::Lighting::kDark ? "dark" : "bright") << " mode " << c.mode;
-}
-
-class ExposureSettlesTest : public EndToEndTest,
-                            public ::testing::WithParamInterface<SettleCase> {};
-
-// Each mode brings its measure (mean, mid-range, maximum) into its dead band
-// within thirty ticks, from a dark and from a bright scene.
+// Each mode (1..3) brings its measure (mean, mid-range, maximum) into its
+// dead band within thirty ticks, from a dark (0..2) and a bright scene (3..5).
 TEST_P(ExposureSettlesTest, WithinThirtyTicks) {
+  const int mode = GetParam() % 3 + 1;
   StartWith(DIST_NONE);
-  instrument_->SetLighting(GetParam().lighting);
+  instrument_->SetLighting(GetParam() < 3 ? sim::Lighting::kDark : sim::Lighting::kBright);
   Turn(92.0, 10.0);
-  view_->m_nAEMode = GetParam().mode;
+  view_->m_nAEMode = mode;
   int ticks = 0, still = 0, previous = view_->m_StartParam.Brightness;
   while (ticks < 30 && still < 2) {
     platform::AdvanceTime(200);
@@ -168,19 +153,12 @@ TEST_P(ExposureSettlesTest, WithinThirtyTicks) {
   EXPECT_GT(ticks, 2) << "nothing to do: the scene was already exposed";
   int max = 0, min = 0, mean = 0;
   ASSERT_EQ(view_->AE_CheckDensity(max, min, mean), TRUE);
-  const int value = GetParam().mode == 1 ? mean : GetParam().mode == 2 ? (max + min) / 2 : max;
-  const int target = GetParam().mode == 3 ? 200 : 128;
+  const int value = mode == 1 ? mean : mode == 2 ? (max + min) / 2 : max;
+  const int target = mode == 3 ? 200 : 128;
   EXPECT_LT(std::abs((value - target) / 4), 2) << "value " << value << " exposure " << previous;
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenes,
-                         ExposureSettlesTest,
-                         ::testing::Values(SettleCase{sim::Lighting::kDark, 1},
-                                           SettleCase{sim::Lighting::kDark, 2},
-                                           SettleCase{sim::Lighting::kDark, 3},
-                                           SettleCase{sim::Lighting::kBright, 1},
-                                           SettleCase{sim::Lighting::kBright, 2},
-                                           SettleCase{sim::Lighting::kBright, 3}));
+INSTANTIATE_TEST_SUITE_P(Scenes, ExposureSettlesTest, ::testing::Range(0, 6));
 
 // Frozen, the screen and the exposure stay whatever the scene does; the
 // saved JPEG, read back, is the picture the screen showed (up to JPEG

@@ -1,8 +1,8 @@
 #pragma once
-// Puts the process into a locale whose decimal separator is a comma for the
-// lifetime of the object, so file writers and readers can be checked to keep
-// '.' whatever the locale. When no such locale is installed, one is compiled
-// with localedef into the build tree and found through LOCPATH.
+// Puts the process into a locale whose decimal separator is a comma while the
+// object lives, so file writers and readers can be checked to keep '.'. When
+// no such locale is installed, one is compiled with localedef into the build
+// tree and found through LOCPATH.
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
@@ -21,34 +21,30 @@ class DecimalCommaLocale {
   ~DecimalCommaLocale() { Restore(); }
   DecimalCommaLocale(const DecimalCommaLocale&) = delete;
   DecimalCommaLocale& operator=(const DecimalCommaLocale&) = delete;
-
   bool active() const { return active_; }
 
  private:
   static bool TryInstalled() {
-    for (const char* name :
-         {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "it_IT.UTF-8"})
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8"})
       if (std::setlocale(LC_ALL, name)) return true;
     return false;
   }
   static bool TryCompiled() {
     const std::filesystem::path dir = std::filesystem::path(SURVEYCAM_BINARY_DIR) / "test-locales";
-    const std::filesystem::path locale = dir / "de_DE.UTF-8";
-    if (!std::filesystem::exists(locale / "LC_NUMERIC")) {
+    const std::filesystem::path numeric = dir / "de_DE.UTF-8" / "LC_NUMERIC";
+    if (!std::filesystem::exists(numeric)) {
       std::filesystem::create_directories(dir);
       const std::string command =
-          "localedef -i de_DE -f UTF-8 '" + locale.string() + "' >/dev/null 2>&1";
-      if (std::system(command.c_str()) != 0 && !std::filesystem::exists(locale / "LC_NUMERIC"))
-        return false;
+          "localedef -i de_DE -f UTF-8 '" + (dir / "de_DE.UTF-8").string() + "' >/dev/null 2>&1";
+      if (std::system(command.c_str()) != 0 && !std::filesystem::exists(numeric)) return false;
     }
     setenv("LOCPATH", dir.c_str(), 1);
-    const bool ok = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
-    if (!ok) unsetenv("LOCPATH");
-    return ok;
+    if (std::setlocale(LC_ALL, "de_DE.UTF-8")) return true;
+    unsetenv("LOCPATH");
+    return false;
   }
   void Restore() {
-    if (!active_) return;
-    std::setlocale(LC_ALL, saved_.c_str());
+    if (active_) std::setlocale(LC_ALL, saved_.c_str());
     active_ = false;
   }
 

@@ -1,9 +1,6 @@
 #pragma once
-// Matchers for points, angle triples and rotation matrices, with a failure
-// message that names the component that is off and by how much.
-//   EXPECT_THAT(point, IsNearXYZ(1.0, 2.0, 3.0, 1e-9));
-//   EXPECT_THAT(angles, IsNearWPK(expected, 1e-12));
-//   EXPECT_THAT(rotation, IsNearRot(expected, 1e-12));
+// Matchers for points, angle triples and rotation matrices whose failure
+// message names the component that is off and by how much.
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -23,45 +20,48 @@ inline void PrintTo(const CWPK& a, std::ostream* os) {
   *os << "(omega " << a.omega << ", phi " << a.phi << ", kappa " << a.kappa << ")";
 }
 inline void PrintTo(const CRot& r, std::ostream* os) {
-  for (int i = 0; i < 3; ++i)
-    *os << (i ? " " : "[") << r.m[i][0] << ", " << r.m[i][1] << ", " << r.m[i][2]
-        << (i < 2 ? ";" : "]");
+  for (int i = 0; i < 9; ++i) *os << (i ? i % 3 ? ", " : "; " : "[") << r.m[i / 3][i % 3];
+  *os << "]";
 }
 
 namespace testing_support {
 
-// Compares `n` named values with their expected ones; explains the first
-// that is off by more than `tolerance`.
+// Compares `n` values with their expected ones; explains the first that is
+// off by more than `tolerance`, by its name in `names` ('|'-separated; none:
+// a 3 x 3 matrix element).
 inline bool AllNear(const double* actual,
                     const double* expected,
-                    const char* const* names,
+                    const char* names,
                     int n,
                     double tolerance,
                     ::testing::MatchResultListener* listener) {
   for (int i = 0; i < n; ++i) {
     const double off = std::fabs(actual[i] - expected[i]);
-    if (!(off <= tolerance)) {
-      char text[160];
-      std::snprintf(text,
-                    sizeof text,
-                    "%s is %.17g, expected %.17g (off by %.3g, tolerance %.3g)",
-                    names[i],
-                    actual[i],
-                    expected[i],
-                    off,
-                    tolerance);
-      *listener << text;
-      return false;
+    if (off <= tolerance) continue;
+    std::string name = "m[" + std::to_string(i / 3) + "][" + std::to_string(i % 3) + "]";
+    if (names) {
+      std::string all = std::string(names) + "|";
+      for (int k = 0; k < i; ++k) all.erase(0, all.find('|') + 1);
+      name = all.substr(0, all.find('|'));
     }
+    char text[160];
+    std::snprintf(text,
+                  sizeof text,
+                  "%s is %.17g, expected %.17g (off by %.3g, tolerance %.3g)",
+                  name.c_str(),
+                  actual[i],
+                  expected[i],
+                  off,
+                  tolerance);
+    *listener << text;
+    return false;
   }
   return true;
 }
 
 MATCHER_P2(IsNearPoint, point, tolerance, "X, Y, Z within " + ::testing::PrintToString(tolerance)) {
-  static const char* const kNames[] = {"X", "Y", "Z"};
-  const double actual[] = {arg.X, arg.Y, arg.Z};
-  const double expected[] = {point.X, point.Y, point.Z};
-  return AllNear(actual, expected, kNames, 3, tolerance, result_listener);
+  const double actual[] = {arg.X, arg.Y, arg.Z}, expected[] = {point.X, point.Y, point.Z};
+  return AllNear(actual, expected, "X|Y|Z", 3, tolerance, result_listener);
 }
 
 MATCHER_P4(IsNearXYZ, x, y, z, tolerance, "X, Y, Z within " + ::testing::PrintToString(tolerance)) {
@@ -69,30 +69,17 @@ MATCHER_P4(IsNearXYZ, x, y, z, tolerance, "X, Y, Z within " + ::testing::PrintTo
       IsNearPoint(CXYZ(double(x), double(y), double(z)), tolerance), arg, result_listener);
 }
 
-MATCHER_P2(IsNearWPK,
-           angles,
-           tolerance,
-           "omega, phi, kappa within " + ::testing::PrintToString(tolerance)) {
-  static const char* const kNames[] = {"omega", "phi", "kappa"};
+MATCHER_P2(IsNearWPK, angles, tolerance, "angles within " + ::testing::PrintToString(tolerance)) {
   const double actual[] = {arg.omega, arg.phi, arg.kappa};
   const double expected[] = {angles.omega, angles.phi, angles.kappa};
-  return AllNear(actual, expected, kNames, 3, tolerance, result_listener);
+  return AllNear(actual, expected, "omega|phi|kappa", 3, tolerance, result_listener);
 }
 
 MATCHER_P2(IsNearRot,
            rotation,
            tolerance,
-           "a rotation within " + ::testing::PrintToString(tolerance)) {
-  static const char* const kNames[] = {"m[0][0]",
-                                       "m[0][1]",
-                                       "m[0][2]",
-                                       "m[1][0]",
-                                       "m[1][1]",
-                                       "m[1][2]",
-                                       "m[2][0]",
-                                       "m[2][1]",
-                                       "m[2][2]"};
-  return AllNear(&arg.m[0][0], &rotation.m[0][0], kNames, 9, tolerance, result_listener);
+           "rotation within " + ::testing::PrintToString(tolerance)) {
+  return AllNear(&arg.m[0][0], &rotation.m[0][0], nullptr, 9, tolerance, result_listener);
 }
 
 }  // namespace testing_support

@@ -15,8 +15,7 @@ using Frame = std::vector<uint16_t>;
 
 inline Frame NewFrame() { return Frame(size_t(devices::kFrameWidth) * devices::kFrameHeight); }
 
-// Luminance of a 5-6-5 pixel exactly as the live view's histogram computes
-// it (8-bit expansion, 0.3 x bits 15-11 + 0.59 x bits 10-5 + 0.11 x bits 4-0).
+// Luminance of a 5-6-5 pixel as the live view's histogram computes it.
 inline int Luminance(uint16_t p) {
   int r = (p >> 11) * 255 / 31;
   int g = ((p >> 5) & 63) * 255 / 63;
@@ -42,35 +41,26 @@ struct Centre {
   int board_pixels = 0;
 };
 
-// Centre of a target board: the centroid of its dark parts (the frame and
-// two opposite quadrants, point-symmetric about the centre, so their
-// centroid is the centre), from a frame with the board (`with`) and the same
-// view without it (`without`), both sampled 2 x 2 in every pixel so that they
-// differ exactly where the board is. Each board pixel's weight is the share
-// of it that is black, in linear light: inside the board a pixel mixes the
-// board's black and white, on its rim black and the background.
+// Centre of a target board: the centroid of its dark parts (point-symmetric
+// about the centre), from frames with (`with`) and without the board, both
+// sampled 2 x 2 a pixel so they differ exactly where the board is. A pixel's
+// weight is its black share in linear light (on the rim: against the background).
 inline std::optional<Centre> BoardCentre(
     const Frame& with, const Frame& without, double guess_x, double guess_y, int radius) {
   int x0 = int(guess_x) - radius, y0 = int(guess_y) - radius, size = 2 * radius + 1;
-  if (x0 < 1 || y0 < 1 || x0 + size >= devices::kFrameWidth || y0 + size >= devices::kFrameHeight) {
+  if (x0 < 1 || y0 < 1 || x0 + size >= devices::kFrameWidth || y0 + size >= devices::kFrameHeight)
     return std::nullopt;
-  }
   auto index = [](int x, int y) { return size_t(y) * devices::kFrameWidth + size_t(x); };
   auto on_board = [&](int x, int y) { return with[index(x, y)] != without[index(x, y)]; };
   auto on_rim = [&](int x, int y) {
-    for (int dy = -1; dy <= 1; ++dy) {
-      for (int dx = -1; dx <= 1; ++dx) {
-        if (!on_board(x + dx, y + dy)) return true;
-      }
-    }
+    for (int d = 0; d < 9; ++d)
+      if (!on_board(x + d % 3 - 1, y + d / 3 - 1)) return true;
     return false;
   };
   std::vector<double> inside;
-  for (int y = y0; y < y0 + size; ++y) {
-    for (int x = x0; x < x0 + size; ++x) {
+  for (int y = y0; y < y0 + size; ++y)
+    for (int x = x0; x < x0 + size; ++x)
       if (on_board(x, y) && !on_rim(x, y)) inside.push_back(LinearLight(with[index(x, y)]));
-    }
-  }
   if (inside.size() < 20) return std::nullopt;
   std::sort(inside.begin(), inside.end());
   double black = inside[inside.size() / 20];
@@ -98,12 +88,10 @@ inline std::optional<Centre> BoardCentre(
     }
   }
   // The board must lie inside the window: no board pixel on its border.
-  for (int k = 0; k < size; ++k) {
+  for (int k = 0; k < size; ++k)
     if (on_board(x0 + k, y0) || on_board(x0 + k, y0 + size - 1) || on_board(x0, y0 + k) ||
-        on_board(x0 + size - 1, y0 + k)) {
+        on_board(x0 + size - 1, y0 + k))
       return std::nullopt;
-    }
-  }
   c.x = sum_x / sum_w;
   c.y = sum_y / sum_w;
   return c;

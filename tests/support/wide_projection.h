@@ -1,8 +1,7 @@
 #pragma once
-// Where the simulated wide camera sees a point, derived from the simulator's
-// own camera pose and its forward lens model (the way it shoots rays), not
-// from the live view's projection chain: the ground truth that pictures are
-// measured against.
+// Where the simulated wide camera sees a point, from the simulator's own
+// camera pose and forward lens model (the way it shoots rays), not from the
+// library's projection chain: the ground truth pictures are measured against.
 #include <optional>
 
 #include "sim/calibration.h"
@@ -19,13 +18,13 @@ struct SensorPoint {
 
 // A point in pipeline axes (metres); empty when it is behind the camera,
 // not visible when outside the sensor.
-inline std::optional<SensorPoint> WideSensorPoint(
+inline std::optional<SensorPoint> LibraryProject(
     const sim::Calibration& c, const sim::StationState& station, double x, double y, double z) {
   const sim::CameraPose pose = sim::CameraPose::OnTelescope(station, c.ccd_offset, c.ccd_angle);
   const sim::Vec3 eye = pose.ToEye(sim::Vec3{x, y, z} - pose.centre);
   if (!(eye.z < 0.0)) return std::nullopt;
-  // The renderer shoots the ray (s + d(s), -f) through sensor point s (mm);
-  // find s whose ray points at the eye direction by fixed-point iteration.
+  // The renderer shoots the ray (s + d(s), -f) through sensor point s (mm):
+  // find the s whose ray points at the eye direction by fixed-point iteration.
   const double ux = c.focal_length * eye.x / -eye.z, uy = c.focal_length * eye.y / -eye.z;
   double sx = ux, sy = uy;
   for (int i = 0; i < 50; ++i) {
@@ -37,12 +36,6 @@ inline std::optional<SensorPoint> WideSensorPoint(
   SensorPoint p{(sx + c.principal_x) / c.resolution_x, (c.principal_y - sy) / c.resolution_y};
   p.visible = p.px >= 0.0 && p.px <= 640.0 && p.py >= 0.0 && p.py <= 480.0;
   return p;
-}
-
-// The name the photogrammetry tests know it by.
-inline std::optional<SensorPoint> LibraryProject(
-    const sim::Calibration& c, const sim::StationState& station, double x, double y, double z) {
-  return WideSensorPoint(c, station, x, y, z);
 }
 
 }  // namespace sim_test
