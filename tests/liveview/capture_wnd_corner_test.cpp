@@ -1,9 +1,7 @@
-// Corner mode end to end on the simulated instrument's tele camera: a tap
-// only takes the tap point and its aiming; the paint after it marks the
-// corner of a target board nearest to the tap (judged against the board's
-// geometry projected through the tele camera, not against the finder), whose
-// own aiming differences bring it to the reticle; on plain sky nothing is
-// marked and nothing is said.
+// Corner mode end to end on the simulated instrument's tele camera: the paint
+// after a tap marks the corner of a target board nearest to the tap (judged
+// against the board's geometry projected through the tele camera, not
+// against the finder), whose aiming differences bring it to the reticle.
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -21,20 +19,6 @@ constexpr double kDegPerPixel = 0.0056 / 248.46 * 180.0 / 3.141592653589793;  //
 struct ClientPt {
   double x = 0.0;
   double y = 0.0;
-};
-
-// Films another source and notes whether the view's timer was at rest while
-// a frame was taken.
-struct TimerWitness : devices::FrameSource {
-  TimerWitness(std::shared_ptr<devices::FrameSource> scene, const CCaptureWnd& view)
-      : scene(std::move(scene)), view(view) {}
-  void Render(const devices::FrameRequest& request, uint16_t* pixels) override {
-    locked = locked || view.m_bTimerLock == 1;
-    scene->Render(request, pixels);
-  }
-  std::shared_ptr<devices::FrameSource> scene;
-  const CCaptureWnd& view;
-  bool locked = false;
 };
 
 class CornerModeTest : public SimLiveViewTest {
@@ -202,41 +186,6 @@ TEST_F(CornerModeTest, ZoomFindsTheCornerAgainAtTheNewScale) {
   EXPECT_LE(std::fabs(view_->m_ptCorner.y - zoomed.y), 2.0);
   view_->EndCornerMode();
   view_->EndSnapShot();
-}
-
-// The tap itself asks the driver for nothing and shows nothing: it keeps the
-// tap point and its own aiming. The corner search is the paint's, with the
-// timer at rest meanwhile; on plain sky it marks nothing and says nothing.
-TEST_F(CornerModeTest, TapTakesThePointAndThePaintLooksForTheCorner) {
-  Start();
-  view_->SetCurCamera(0);
-  Turn(80.0, 20.0);  // 10 degrees up: only sky in the tele field
-  view_->BeginCornerMode();
-  view_->SetGetMeas();
-  platform::PumpMessages();
-  devices::capture::ClearLog();
-  boxes_.clear();
-  view_->SendMessage(WM_LBUTTONDOWN, 0, MAKELPARAM(150, 130));
-  EXPECT_EQ(view_->m_bTapped, 1);
-  EXPECT_EQ(view_->m_ptTap.x, 150);
-  EXPECT_EQ(view_->m_ptTap.y, 130);
-  const double dh_tap = view_->m_dDH;
-  EXPECT_TRUE(devices::capture::Log().empty());
-  EXPECT_EQ(boxes_.size(), 0u);
-
-  auto witness = std::make_shared<TimerWitness>(instrument_, *view_);
-  devices::SetFrameSource(witness);
-  platform::PumpMessages();
-  EXPECT_FALSE(devices::capture::Log().empty());  // the paint grabbed the picture
-  EXPECT_TRUE(witness->locked);
-  EXPECT_EQ(view_->m_bTimerLock, 0);
-  double dv = 7.0, dh = 7.0;
-  EXPECT_EQ(view_->GetCornerMoveAng(dv, dh), 0);
-  EXPECT_EQ(dv, 7.0);
-  EXPECT_EQ(dh, 7.0);
-  EXPECT_EQ(boxes_.size(), 0u);
-  EXPECT_EQ(view_->m_dDH, dh_tap);  // still the tap's
-  view_->EndCornerMode();
 }
 
 }  // namespace

@@ -52,8 +52,8 @@ TEST_F(MessageTest, BuildsTheLibraryEnglishTableByIndex) {
   ASSERT_EQ(view_->m_pMessage->GetSize(), 24);
   ASSERT_EQ(view_->m_EngMessage.GetSize(), 24);
   for (int i = 0; i < 24; ++i) {
-    EXPECT_EQ(Table(i), platform::EnglishMessage(i)) << i;
-    EXPECT_EQ(std::wstring(view_->m_EngMessage.Text(i)), platform::EnglishMessage(i)) << i;
+    const std::wstring english = platform::EnglishMessage(i);
+    EXPECT_EQ(Table(i) + L"|" + view_->m_EngMessage.Text(i), english + L"|" + english) << i;
   }
 }
 
@@ -69,18 +69,13 @@ struct LanguageCase {
   int sources, translations;
 };
 
+// clang-format off
 const LanguageCase kFiles[] = {
     // CR LF lines, brackets strip one level, surrogate pairs, unknown sources.
     {u"Saved OK.\r\n[  Gespeichert  ]\r\n[Memory Error. E-500]\r\n"
-     u"Speicherfehler \U0001F4BE E-500\r\nNo such text\r\nignored\r\n",
-     0xFEFF,
-     false,
-     1,
-     {{21, L"  Gespeichert  "},
-      {1, L"Speicherfehler \U0001F4BE E-500"},
-      {2, L"OpenCapture Error! E-501"}},
-     3,
-     3},
+     u"Speicherfehler \U0001F4BE E-500\r\nNo such text\r\nignored\r\n", 0xFEFF, false, 1,
+     {{21, L"  Gespeichert  "}, {1, L"Speicherfehler \U0001F4BE E-500"},
+      {2, L"OpenCapture Error! E-501"}}, 3, 3},
     // An odd line count leaves the last source without a translation.
     {u"Saved OK.\nOK!\nFont Error. E-517\n", 0xFEFF, false, 1, {{21, L"OK!"}}, 2, 1},
     // The first of duplicates wins; reading again appends.
@@ -92,6 +87,7 @@ const LanguageCase kFiles[] = {
     // Half a code unit at the end is ignored.
     {u"Saved OK.\nfine\n", 0xFEFF, true, 1, {{21, L"fine"}}, 1, 1},
 };
+// clang-format on
 
 class LanguageFileTest : public MessageTest, public ::testing::WithParamInterface<int> {};
 

@@ -1,5 +1,9 @@
-// Overlays drawn into a framebuffer of their own: point crosses and names,
-// the swap of survey axes, the offset marker and read-out, the tap mark.
+// Overlays and marks drawn into a framebuffer of their own, checked at
+// hand-worked positions: point crosses and names in survey axes, the offset
+// marker, the tap mark, the reticle, the marks of the distance,
+// remote-elevation, alignment and user-offset modes, and the corner cross.
+#include <cmath>
+
 #include "tests/support/live_view.h"
 
 namespace liveview_test {
@@ -10,9 +14,25 @@ const uint32_t kYellow = platform::PixelFromColorref(65535);
 const uint32_t kGreen = platform::PixelFromColorref(65280);
 const RECT kReadout = {0, 0, 300, 20};
 
-using OverlayTest = LiveViewDrawingTest;
+class DrawingTest : public LiveViewDrawingTest {
+ protected:
+  // Station at the survey origin, axis 1.5 m up, looking along survey X.
+  void Level(double v) {
+    CXYZ mp(0.0, 0.0, 1.5);
+    view_->SetMp(mp);
+    view_->UpdateAngle(v, 0.0);
+  }
+  POINT Screen(const CXYZ& p) {
+    view_->m_Proj.BeginTrans(0);
+    double sx = 0, sy = 0;
+    int visible = 0;
+    EXPECT_EQ(view_->XYZtoScr(p.Y, p.X, p.Z, sx, sy, visible), 1);
+    EXPECT_NE(visible, 0);
+    return POINT{int(sx), int(sy)};
+  }
+};
 
-TEST_F(OverlayTest, PointIsACrossWithItsNameBelowRight) {
+TEST_F(DrawingTest, PointIsACrossWithItsNameBelowRight) {
   CPen pen(PS_SOLID, 0, 255);
   dc_->SelectObject(&pen);
   dc_->SetTextColor(65535);
@@ -29,7 +49,7 @@ TEST_F(OverlayTest, PointIsACrossWithItsNameBelowRight) {
   EXPECT_EQ(Count(kYellow, {0, 0, 103, 240}), 0);
 }
 
-TEST_F(OverlayTest, PointsAreGivenInSurveyAxes) {
+TEST_F(DrawingTest, PointsAreGivenInSurveyAxes) {
   CXYZ station(0, 0, 0);
   view_->SetMp(station);
   view_->UpdateAngle(90.0, 0.0);  // looking north (survey X)
@@ -54,7 +74,7 @@ TEST_F(OverlayTest, PointsAreGivenInSurveyAxes) {
   EXPECT_GT(named, 10);
 }
 
-TEST_F(OverlayTest, OffsetMarkerSitsAtTheCentreAndMovesWithZoom) {
+TEST_F(DrawingTest, OffsetMarkerSitsAtTheCentreAndMovesWithZoom) {
   view_->BeginOffsetMode(90.0, 0.0);
   view_->DrawOffset(dc_.get());  // on the wide camera: only asks to switch
   EXPECT_EQ(Count(kGreen), 0);
@@ -83,7 +103,7 @@ TEST_F(OverlayTest, OffsetMarkerSitsAtTheCentreAndMovesWithZoom) {
   EXPECT_LT(Count(kRed, kReadout), readout);
 }
 
-TEST_F(OverlayTest, TapBeforeADistanceShowsTheMessageOnceAndForgetsIt) {
+TEST_F(DrawingTest, TapBeforeADistanceShowsTheMessageOnceAndForgetsIt) {
   view_->SetCurCamera(0);
   view_->m_bTapped = 1;
   view_->m_ptTap = {100, 100};
@@ -103,6 +123,149 @@ TEST_F(OverlayTest, TapBeforeADistanceShowsTheMessageOnceAndForgetsIt) {
   view_->SetCurCamera(1);  // on the wide camera the mark is not drawn
   view_->DrawTapPoint(dc_.get());
   EXPECT_EQ(Count(kGreen), 0);
+}
+
+TEST_F(DrawingTest, DistanceMarksBothPointsJoinsThemAndReadsOut) {
+  Level(90.0);
+  view_->BeginDistanceMode();
+  CXYZ a(L"A", 30.0, -1.0, 1.5), b(L"B", 30.0, 1.5, 2.5);
+  view_->AddDistanceAB(a);
+  view_->DrawDistance(dc_.get());
+  const int readout_one = Count(kRed, kReadout);
+  EXPECT_GT(readout_one, 0);
+  view_->AddDistanceAB(b);
+  Fresh();
+  view_->DrawDistance(dc_.get());
+  const POINT pa = Screen(a), pb = Screen(b);
+  ASSERT_GT(pb.x, pa.x + 20);  // B lies to the right (survey Y is east)
+  EXPECT_EQ(fb_.At(pa.x - 4, pa.y), kRed);
+  EXPECT_EQ(fb_.At(pb.x, pb.y - 4), kRed);
+  // The joining line passes the middle (within the line's rounding).
+  const int mx = (pa.x + pb.x) / 2, my = (pa.y + pb.y) / 2;
+  EXPECT_GT(Count(kRed, RECT{mx - 1, my - 1, mx + 2, my + 2}), 0);
+  // With both points the read-out carries the distances: different text.
+  EXPECT_NE(Count(kRed, kReadout), readout_one);
+  // On the tele camera the points are not projected, the read-out stays.
+  view_->SetCurCamera(0);
+  Fresh();
+  view_->DrawDistance(dc_.get());
+  EXPECT_EQ(Count(kRed, RECT{0, 30, 320, 240}), 0);
+  EXPECT_GT(Count(kRed, kReadout), 0);
+}
+
+TEST_F(DrawingTest, RemoteElevationCrossSitsAboveTheBaseAtTheSightedHeight) {
+  // Base 30 m ahead on the ground; the zenith angle that sights 2 m above
+  // it from an axis 1.5 m up: cot V = 0.5 / 30.
+  const double v = std::atan2(30.0, 0.5) * 180.0 / 3.141592653589793;
+  Level(v);
+  view_->BeginRemMode();
+  CXYZ base(L"BASE", 30.0, 0.0, 0.0);
+  view_->AddRemCoord(base);
+  Fresh();
+  view_->DrawRemPoint(dc_.get());
+  const POINT top = Screen(CXYZ(30.0, 0.0, 2.0));
+  const POINT foot = Screen(base);
+  ASSERT_LT(top.y, foot.y - 10);
+  EXPECT_EQ(fb_.At(top.x - 8, top.y), kGreen);
+  EXPECT_EQ(fb_.At(top.x, top.y + 8), kGreen);
+  EXPECT_EQ(fb_.At(foot.x + 4, foot.y), kRed);
+  // The line from the base up to the sighted point.
+  const int mid = (top.y + foot.y) / 2;
+  EXPECT_GT(Count(kRed, RECT{top.x - 1, mid - 1, top.x + 2, mid + 2}), 0);
+}
+
+TEST_F(DrawingTest, AlignmentCrossFollowsTheImageCentreAndFramesTheTeleField) {
+  view_->SetCCDAttachMode();  // wide camera centred on sensor pixel (320, 240)
+  view_->Offset(10, -6);      // centre (330, 234): the sensor middle moves left and down
+  Fresh();
+  view_->DrawCCDAttach(dc_.get());
+  EXPECT_EQ(fb_.At(150 - 8, 126), kGreen);
+  EXPECT_EQ(fb_.At(150, 126 + 8), kGreen);
+  // The tele field: 640 x 480 tele pixels are f_wide / 248.46 as many wide pixels.
+  const double ratio = view_->m_Camera.FocalLength / 248.46;
+  const int half_w = int(320 * ratio + 0.5), half_h = int(240 * ratio + 0.5);
+  ASSERT_GT(half_w, 3);
+  EXPECT_EQ(fb_.At(160 + half_w, 120), kGreen);
+  EXPECT_EQ(fb_.At(160, 120 - half_h), kGreen);
+  EXPECT_NE(fb_.At(160 + half_w + 2, 120), kGreen);
+  EXPECT_GT(Count(kRed, kReadout), 0);
+}
+
+// The reticle, fixed and moved by a user offset: doubled left and bottom
+// arms, single right and top arms (all to the screen's edges), a centre cross
+// and gaps between them; in the offset mode a read-out, which goes with it.
+TEST_F(DrawingTest, ReticleAtTheCentreOrMovedByTheUserOffset) {
+  // clang-format off
+  const POINT on[] = {{0, 0}, {-5, 0}, {5, 0}, {0, -5}, {0, 5}, {-12, -2}, {-12, 2}, {-90, -2},
+      {-90, 2}, {12, 0}, {90, 0}, {0, -12}, {0, -90}, {-2, 12}, {2, 12}, {-2, 80}, {2, 80}};
+  // clang-format on
+  const POINT off[] = {{-11, -2}, {6, 0}, {0, 6}, {0, -11}, {11, 0}, {0, 80}, {-30, 0}};
+  for (const POINT centre : {POINT{160, 120}, POINT{167, 116}}) {
+    const bool moved = centre.x != 160;
+    if (moved) {
+      view_->SetUserCCDMode();
+      view_->UserCCDOffset(7, -4);
+    }
+    Fresh(0x808080);  // grey: the reticle is black
+    view_->DrawCursor(dc_.get());
+    for (const POINT& d : on)
+      EXPECT_EQ(fb_.At(centre.x + d.x, centre.y + d.y), 0u) << d.x << "," << d.y;
+    for (const POINT& d : off)
+      EXPECT_NE(fb_.At(centre.x + d.x, centre.y + d.y), 0u) << d.x << "," << d.y;
+    EXPECT_EQ(fb_.At(0, centre.y - 2) | fb_.At(319, centre.y), 0u) << "arms reach the edges";
+    EXPECT_EQ(fb_.At(centre.x, 0) | fb_.At(centre.x - 2, 239), 0u);
+    EXPECT_EQ(Count(kRed, kReadout) > 0, moved);
+  }
+  // After the mode ends the reticle stays moved but the read-out goes.
+  view_->EndUserCCDMode();
+  Fresh(0x808080);
+  view_->DrawCursor(dc_.get());
+  EXPECT_EQ(fb_.At(167, 116), 0u);
+  EXPECT_EQ(Count(kRed, kReadout), 0);
+}
+
+// The cross moves only when the corner moves more than 8 pixels in x or y
+// while hysteresis is on; without it the cross follows every move. The
+// corner's aiming differences are those of the cross as drawn.
+TEST_F(DrawingTest, CornerCrossHysteresis) {
+  view_->SetCurCamera(0);
+  view_->BeginCornerMode();
+  view_->SetHysteresisMode(true);
+  auto draw_at = [&](int x, int y) {
+    Fresh();
+    view_->DrawCornerCross(dc_.get(), POINT{x, y});
+  };
+  auto cross_at = [&](int x, int y) {
+    return fb_.At(x - 9, y) == kRed && fb_.At(x, y + 9) == kRed;
+  };
+  draw_at(100, 100);
+  EXPECT_TRUE(cross_at(100, 100));
+  draw_at(108, 92);  // 8 and 8: stays
+  EXPECT_TRUE(cross_at(100, 100));
+  EXPECT_FALSE(cross_at(108, 92));
+  double dv = 0.0, dh = 0.0;
+  ASSERT_EQ(view_->GetCornerMoveAng(dv, dh), 1);
+  view_->m_ptTap = POINT{100, 100};  // a tap on the cross aims the same way
+  view_->MakeMoveAng();
+  EXPECT_EQ(dv, view_->m_dDV);
+  EXPECT_EQ(dh, view_->m_dDH);
+  draw_at(109, 100);  // 9 in x: moves
+  EXPECT_TRUE(cross_at(109, 100));
+  draw_at(109, 91);  // 9 in y: moves
+  EXPECT_TRUE(cross_at(109, 91));
+  view_->SetHysteresisMode(false);
+  draw_at(111, 92);
+  EXPECT_TRUE(cross_at(111, 92));
+  // The corner display draws nothing without a tap or on the wide camera,
+  // and then there is no corner to aim at.
+  for (int camera : {0, 1}) {
+    view_->SetCurCamera(camera);
+    view_->m_bTapped = BYTE(camera);  // tele without a tap, wide with one
+    Fresh();
+    view_->DrawCorner(dc_.get());
+    EXPECT_EQ(Count(kRed, RECT{0, 0, 320, 240}), 0) << camera;
+    EXPECT_EQ(view_->GetCornerMoveAng(dv, dh), 0) << camera;
+  }
 }
 
 }  // namespace

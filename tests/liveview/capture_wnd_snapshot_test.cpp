@@ -127,18 +127,5 @@ TEST_F(SnapshotTest, FreezingAndResumingAreIdempotent) {
   EXPECT_TRUE(devices::capture::IsRunning());
 }
 
-TEST_F(SnapshotTest, IsFolderTellsFoldersFromFiles) {
-  ASSERT_TRUE(CreateDirectoryW(L"\\Stück", nullptr));
-  PutDeviceFile(L"\\plain.txt", "x");
-  EXPECT_EQ(view_->IsFolder(L"\\Stück"), TRUE);
-  EXPECT_EQ(view_->IsFolder(L"\\plain.txt"), FALSE);
-  EXPECT_EQ(view_->IsFolder(L"\\nothing"), FALSE);
-  wchar_t buf[256] = {};
-  EXPECT_EQ(view_->GetInitFolderName(buf), FALSE);
-  UseCard(L"\\Storage Card", false);
-  EXPECT_EQ(view_->GetInitFolderName(buf), TRUE);
-  EXPECT_EQ(std::wstring(buf), L"\\Storage Card");
-}
-
 }  // namespace
 }  // namespace liveview_test

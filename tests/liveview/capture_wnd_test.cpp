@@ -1,6 +1,6 @@
 // The live view's life on the simulated desktop and devices: creation, the
 // posted capture start, timer ticks by advancing the clock, a driver that
-// cannot be opened, and the still grabs.
+// cannot be opened, and the full-frame grab.
 #include <cstring>
 
 #include "image/dib_ex.h"
@@ -100,33 +100,6 @@ TEST_F(LifecycleTest, FullFrameGrabIsBottomUpWithComponentsInBitOrder) {
   // 0x8410: 16 * 255 / 31 = 131 (131.6), 32 * 255 / 63 = 129 (129.5).
   EXPECT_EQ(rgb(100, 300), (std::vector<int>{131, 129, 131}));
   EXPECT_TRUE(devices::capture::IsRunning()) << "live capture resumes";
-  EXPECT_EQ(boxes_.size(), 0u);
-}
-
-// The display grab reads the client area's screen rectangle, also one larger
-// than the device's screen.
-TEST_F(LifecycleTest, DisplayGrabReadsTheClientAreaOnScreen) {
-  platform::ResizeScreen(640, 480);
-  for (const RECT& rect : {RECT{10, 20, 210, 170}, RECT{0, 0, 600, 400}}) {
-    ASSERT_TRUE(Create(rect));
-    platform::PumpMessages();
-    devices::capture::ClearLog();
-    CDibEx image;
-    view_->GetCaptureDisplay(image);
-    const CRect want(rect);
-    EXPECT_EQ(image.GetDimensions(), CSize(want.Width(), want.Height()));
-    ASSERT_EQ(Requests(IOCTL_VCAP_GET_CAPTURE_RECT), 1);
-    for (const auto& r : devices::capture::Log()) {
-      if (r.code != IOCTL_VCAP_GET_CAPTURE_RECT) continue;
-      EXPECT_EQ(r.out_size, DWORD(want.Width() * want.Height() * 2));
-      RECT sent;
-      ASSERT_EQ(r.input.size(), sizeof sent);
-      std::memcpy(&sent, r.input.data(), sizeof sent);
-      EXPECT_EQ(CRect(sent), want);
-    }
-    view_->DestroyWindow();
-    view_ = std::make_unique<CCaptureWnd>();
-  }
   EXPECT_EQ(boxes_.size(), 0u);
 }
 

@@ -56,6 +56,8 @@ struct RecordCase {
   double base;
   int zoom_steps;
   RECT src, dst;
+  POINT offset = {0, 0};  // moved by Offset()
+  bool reverse = false;
 };
 
 const RecordCase kRecords[] = {
@@ -79,6 +81,11 @@ const RecordCase kRecords[] = {
     {300, 200, {0, 0, 320, 240}, 1.0, 1, {220, 140, 379, 259}, {0, 0, 319, 239}},
     // z = 4: sensor 80 x 60 from (280, 210); screen 4 * 280 + (160 - 1280) = 0.
     {320, 240, {0, 0, 320, 240}, 1.0, 2, {280, 210, 359, 269}, {0, 0, 319, 239}},
+    // Centre moved to (307, 197): left 147 -> 146, screen 146 + (160 - 307) = -1.
+    {300, 200, {0, 0, 320, 240}, 1.0, 0, {146, 77, 465, 316}, {-1, 0, 318, 239}, {7, -3}},
+    // Reverse: x becomes 640 - 320 - 1.5 = 318.5 -> 318, y 480 - 240 = 240;
+    // left 318 - 160 = 158, screen left 158 + (160 - 318) = 0.
+    {320, 240, {0, 0, 320, 240}, 1.0, 0, {158, 120, 477, 359}, {0, 0, 319, 239}, {0, 0}, true},
 };
 
 class DisplayRecordTest : public ZoomTest, public ::testing::WithParamInterface<int> {};
@@ -88,24 +95,14 @@ TEST_P(DisplayRecordTest, MatchesTheHandWorkedRectangles) {
   StoreCentres(c.centre_x, c.centre_y);
   CreateView(c.window, c.base);
   for (int i = 0; i < c.zoom_steps; ++i) view_->ZoomIn();
-  ASSERT_TRUE(devices::capture::LastDisplay().has_value());
+  if (c.offset.x) view_->Offset(c.offset.x, c.offset.y);
+  if (c.reverse) view_->Reverse();
+  EXPECT_EQ(devices::capture::LastStart()->Reverse, c.reverse);
   EXPECT_TRUE(SameBytes(Sent(), c.src, c.dst));
   EXPECT_TRUE(SameBytes(view_->m_DispParam[1], c.src, c.dst));
 }
 
 INSTANTIATE_TEST_SUITE_P(Windows, DisplayRecordTest, ::testing::Range(0, int(std::size(kRecords))));
-
-// Reverse with centre (320, 240): x becomes 640 - 320 - 1.5 = 318.5 -> 318,
-// y 480 - 240 = 240; left 318 - 160 = 158, screen left 158 + (160 - 318) = 0.
-TEST_F(ZoomTest, ReverseUsesTheShiftedCentre) {
-  CreateView();
-  view_->Reverse();
-  EXPECT_TRUE(SameBytes(Sent(), {158, 120, 477, 359}, {0, 0, 319, 239}));
-  EXPECT_EQ(devices::capture::LastStart()->Reverse, 1u);
-  view_->Reverse();
-  EXPECT_EQ(view_->m_StartParam.Reverse, 0u);
-  EXPECT_TRUE(SameBytes(Sent(), {160, 120, 479, 359}, {0, 0, 319, 239}));
-}
 
 TEST_F(ZoomTest, CamerasKeepTheirOwnZoom) {
   StoreCentres(300, 200, 330, 250);
@@ -136,18 +133,6 @@ TEST_F(ZoomTest, ZoomStaysWithinTheRatioLimitsAndRefusalsChangeNothing) {
   EXPECT_EQ(view_->m_dZoomRatio[1], 2.0);
   view_->InitZoom();
   EXPECT_EQ(view_->m_dZoom[1], 1.0);
-  EXPECT_TRUE(SameBytes(Sent(), {160, 120, 479, 359}, {0, 0, 319, 239}));
-}
-
-// Centre (307, 197): left 147 -> 146, screen 146 + (160 - 307) = -1.
-TEST_F(ZoomTest, OffsetMovesTheCentreAndInitOffsetRestoresIt) {
-  StoreCentres(300, 200);
-  CreateView();
-  view_->Offset(7, -3);
-  EXPECT_TRUE(SameBytes(Sent(), {146, 77, 465, 316}, {-1, 0, 318, 239}));
-  view_->InitOffset();
-  EXPECT_EQ(view_->m_nCenterX[1], 320);
-  EXPECT_EQ(view_->m_nCenterY[1], 240);
   EXPECT_TRUE(SameBytes(Sent(), {160, 120, 479, 359}, {0, 0, 319, 239}));
 }
 

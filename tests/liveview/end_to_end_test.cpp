@@ -1,8 +1,8 @@
 // End to end on the simulated instrument: the calibration goes into the
 // instrument's memory, the view reads it at creation, the driver films the
 // simulated site, and the results are judged from the pictures alone:
-// survey points on their boards for every lens model, a tap that aims the
-// telescope, exposure that settles, and a snapshot saved as it was shown.
+// survey points on their boards for every lens model, exposure that
+// settles, and a snapshot saved as it was shown.
 #include <cmath>
 #include <vector>
 
@@ -91,46 +91,6 @@ TEST_P(OverlayTruthTest, ProjectedPointsLandOnTheirTargets) {
 }
 
 INSTANTIATE_TEST_SUITE_P(LensModels, OverlayTruthTest, ::testing::Values(0, 1, 2, 3, 4));
-
-TEST_F(EndToEndTest, TapOnATeleTargetAimsTheTelescopeAtIt) {
-  StartWith(DIST_RADIAL_DECENTER);
-  Turn(90.0, 30.0);
-  view_->SetCurCamera(0);
-  platform::PumpMessages();
-  const sim::StationState state = instrument_->station().State();
-  // 100 m away, a little up and to the left: inside the allowed square.
-  const sim::Target target = sim_test::TargetAt(state, 90.0 - 0.03, 30.0 - 0.04, 100.0, 0.05);
-  instrument_->AddTarget(target);
-  sim::Scene empty = instrument_->scene();
-  empty.ClearTargets();
-  auto find_target = [&]() {
-    const sim_test::Frame with = Film(0);
-    const sim::Scene scene = instrument_->scene();
-    instrument_->SetScene(empty);
-    const sim_test::Frame without = Film(0);
-    instrument_->SetScene(scene);
-    return sim_test::BoardCentre(with, without, 320, 240, 60);
-  };
-  auto before = find_target();
-  ASSERT_TRUE(before.has_value());
-  const VCAP_DISP_PARAMETER& disp = view_->m_DispParam[0];
-  const int tap_x = int(std::floor(before->x - disp.SrcRect.left + disp.DstRect.left));
-  const int tap_y = int(std::floor(before->y - disp.SrcRect.top + disp.DstRect.top));
-
-  view_->BeginCornerMode();
-  view_->SetGetMeas();
-  platform::InjectTap(tap_x, tap_y);
-  platform::PumpMessages();
-  ASSERT_EQ(view_->m_bTapped, 1);
-  EXPECT_EQ(boxes_.size(), 0u);
-  // The differences are elevation-like (up positive) and clockwise.
-  Turn(90.0 - view_->m_dDV, 30.0 + view_->m_dDH);
-  auto after = find_target();
-  ASSERT_TRUE(after.has_value());
-  EXPECT_NEAR(after->x, view_->m_nCenterX[0] + 0.5, 1.0);
-  EXPECT_NEAR(after->y, view_->m_nCenterY[0] + 0.5, 1.0);
-  view_->EndCornerMode();
-}
 
 class ExposureSettlesTest : public EndToEndTest, public ::testing::WithParamInterface<int> {};
 
