@@ -5,12 +5,9 @@
 #include <cmath>
 
 #include "tests/support/live_view.h"
-#include "tests/support/matchers.h"
 
 namespace liveview_test {
 namespace {
-
-constexpr double kPi = 3.141592653589793;
 
 class ProjectionTest : public LiveViewTest {
  protected:
@@ -57,25 +54,6 @@ TEST_F(ProjectionTest, FrozenPictureIgnoresNewAngles) {
   view_->EndSnapShot();
   view_->UpdateAngle(45.0, 30.0);
   EXPECT_EQ(view_->m_dCurV, 45.0);
-}
-
-TEST_F(ProjectionTest, CameraOffsetTurnsWithTheTelescope) {
-  CXYZ offset(100.0, 0.0, 0.0);  // 100 mm to the right of the telescope
-  CWPK mount, angles;
-  CXYZ position;
-  view_->CalExt(0, 0, 0, 90.0, 0.0, offset, mount, position, angles);
-  EXPECT_THAT(position, testing_support::IsNearXYZ(100.0, 0.0, 0.0, 1e-9));
-  // Looking north, the camera frame is the station frame turned by -90
-  // degrees about the first axis.
-  EXPECT_THAT(angles, testing_support::IsNearWPK(CWPK(-kPi / 2, 0.0, 0.0), 1e-12));
-  // Looking east, the right-hand side is south.
-  view_->CalExt(1000, 2000, 3000, 90.0, 90.0, offset, mount, position, angles);
-  EXPECT_THAT(position, testing_support::IsNearXYZ(1000.0, 2000.0 - 100.0, 3000.0, 1e-9));
-  // Through the whole chain: with the camera 0.1 m east the point 0.1 m east
-  // of the line of sight is at the centre.
-  view_->m_CcdOffset = offset;
-  view_->UpdateAngle(90.0, 0.0);
-  EXPECT_EQ(CPoint(Project(0.11, 10.0, -0.01)), CPoint(161, 121));
 }
 
 // Tapped pixels are angles through the telescope's focal length at the zoom:

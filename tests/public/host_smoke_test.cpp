@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <set>
 
 #include "surveycam.h"
@@ -14,11 +13,6 @@
 #endif
 
 namespace {
-
-template <class Fn>
-Fn Proc(HMODULE module, const wchar_t* name) {
-  return reinterpret_cast<Fn>(GetProcAddressW(module, name));
-}
 
 TEST(HostSmoke, SimulatedInstrumentLoadedAtRunTimeGivesAWorkingView) {
   const auto root = std::filesystem::current_path() / "public-roots" / "smoke";
@@ -31,20 +25,19 @@ TEST(HostSmoke, SimulatedInstrumentLoadedAtRunTimeGivesAWorkingView) {
     return IDOK;
   });
   platform::ResetDesktop();
-
   platform::modules::AddSearchPath(SIMINST_DIR);
   HMODULE module = LoadLibraryW(L"SIMINST.dll");
   ASSERT_NE(module, nullptr);
-  auto reg = Proc<int (*)()>(module, L"SimInstRegisterDevices");
-  auto unreg = Proc<int (*)()>(module, L"SimInstUnregisterDevices");
-  auto install = Proc<int (*)()>(module, L"SimInstInstall");
-  auto uninstall = Proc<int (*)()>(module, L"SimInstUninstall");
-  auto angles = Proc<int (*)(double, double)>(module, L"SimInstSetAngles");
-  auto store =
-      Proc<int (*)(const CCamera*, const VKR3ZA_CALIB*)>(module, L"SimInstStoreCalibration");
-  ASSERT_TRUE(reg && unreg && install && uninstall && angles && store);
-  ASSERT_EQ(reg(), 1);
-  ASSERT_EQ(install(), 1);
+  auto call = [module](const wchar_t* name) {
+    return reinterpret_cast<int (*)()>(GetProcAddressW(module, name));
+  };
+  auto angles =
+      reinterpret_cast<int (*)(double, double)>(GetProcAddressW(module, L"SimInstSetAngles"));
+  auto store = reinterpret_cast<int (*)(const CCamera*, const VKR3ZA_CALIB*)>(
+      GetProcAddressW(module, L"SimInstStoreCalibration"));
+  ASSERT_TRUE(angles && store && call(L"SimInstUninstall") && call(L"SimInstUnregisterDevices"));
+  ASSERT_EQ(call(L"SimInstRegisterDevices")(), 1);
+  ASSERT_EQ(call(L"SimInstInstall")(), 1);
   CCamera camera;
   camera.FocalLength = 8.0214;
   camera.PrincipalPoint.SetXYZ(1.801, 1.337, 0.0);
@@ -54,7 +47,6 @@ TEST(HostSmoke, SimulatedInstrumentLoadedAtRunTimeGivesAWorkingView) {
   orient.Ccd2CenterX = 318, orient.Ccd2CenterY = 243;
   ASSERT_EQ(store(&camera, &orient), 1);
   ASSERT_EQ(angles(90.0, 30.0), 1);
-
   {
     CCaptureWnd view;
     view.InitAppUseMessage();
@@ -69,16 +61,16 @@ TEST(HostSmoke, SimulatedInstrumentLoadedAtRunTimeGivesAWorkingView) {
     view.InvalidateRect(nullptr, TRUE);
     platform::AdvanceTime(200);
     platform::Present();
-    const platform::Framebuffer& screen = platform::Screen();
-    EXPECT_EQ(std::count(screen.pixels.begin(), screen.pixels.end(), 0x404040u), 0);
-    EXPECT_GT(std::set<uint32_t>(screen.pixels.begin(), screen.pixels.end()).size(), 20u);
+    const std::vector<uint32_t>& screen = platform::Screen().pixels;
+    EXPECT_EQ(std::count(screen.begin(), screen.end(), 0x404040u), 0) << "no key colour left";
+    EXPECT_GT(std::set<uint32_t>(screen.begin(), screen.end()).size(), 20u);
     view.DestroyWindow();
     platform::PumpMessages();
   }
   EXPECT_TRUE(boxes.empty());
   platform::ResetDesktop();
-  uninstall();
-  unreg();
+  call(L"SimInstUninstall")();
+  call(L"SimInstUnregisterDevices")();
   platform::SetMessageBoxHandler(previous);
 }
 

@@ -1,7 +1,6 @@
 #pragma once
-// The live view on the simulated desktop and devices: a fresh device root,
-// the capture driver and calibration memory reset, and a view ready to be
-// created; SimLiveViewTest films the simulated instrument instead.
+// The live view on the simulated desktop and devices, with the capture driver
+// and calibration memory reset; SimLiveViewTest films the simulated instrument.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -51,18 +50,18 @@ class LiveViewTest : public testing_support::DeviceTest {
     boxes_.clear();
   }
 
-  // Counts the driver requests of one code since the log was cleared.
+  // The driver requests of one code since the log was cleared.
   static int Requests(DWORD code) {
-    int n = 0;
-    for (const auto& r : devices::capture::Log()) n += r.code == code;
-    return n;
+    const auto& log = devices::capture::Log();
+    return int(
+        std::count_if(log.begin(), log.end(), [=](const auto& r) { return r.code == code; }));
   }
 
   std::unique_ptr<CCaptureWnd> view_;
 };
 
-// A created view whose drawing functions paint into a 320 x 240
-// framebuffer of the test's own, cleared to a background colour.
+// A created view whose drawing functions paint into a 320 x 240 framebuffer
+// of the test's own.
 class LiveViewDrawingTest : public LiveViewTest {
  protected:
   void SetUp() override {
@@ -83,8 +82,8 @@ class LiveViewDrawingTest : public LiveViewTest {
   // Pixels of one colour inside an area (clipped to the framebuffer).
   int Count(uint32_t pixel, RECT area = {0, 0, 320, 240}) const {
     int n = 0;
-    for (int y = std::max(0, int(area.top)); y < std::min(fb_.height, int(area.bottom)); ++y)
-      for (int x = std::max(0, int(area.left)); x < std::min(fb_.width, int(area.right)); ++x)
+    for (int y = std::max(0, int(area.top)); y < std::min(240, int(area.bottom)); ++y)
+      for (int x = std::max(0, int(area.left)); x < std::min(320, int(area.right)); ++x)
         n += fb_.At(x, y) == pixel;
     return n;
   }
@@ -127,10 +126,8 @@ class SimLiveViewTest : public LiveViewTest {
   // A sensor frame of one camera at the view's exposure.
   sim_test::Frame Film(int camera) {
     sim_test::Frame frame = sim_test::NewFrame();
-    devices::FrameRequest request;
-    request.camera = camera;
-    request.brightness = view_->m_StartParam.Brightness;
-    instrument_->Render(request, frame.data());
+    instrument_->Render({.camera = camera, .brightness = view_->m_StartParam.Brightness},
+                        frame.data());
     return frame;
   }
 

@@ -60,14 +60,6 @@ std::string SourcePath(const std::string& relative) {
   return (std::filesystem::path(SURVEYCAM_SOURCE_DIR) / relative).string();
 }
 
-void DeviceTest::PutDeviceFile(const wchar_t* devicePath, const std::string& bytes) const {
-  WriteHostFile(Host(devicePath), bytes);
-}
-
-std::string DeviceTest::GetDeviceFile(const wchar_t* devicePath) const {
-  return ReadHostFile(Host(devicePath));
-}
-
 bool DeviceTest::DeviceFileExists(const wchar_t* devicePath) const {
   return std::filesystem::exists(Host(devicePath));
 }

@@ -45,8 +45,12 @@ class DeviceTest : public ::testing::Test {
 
   // Device-file helpers: write (creating its folders), read and test a file
   // by its device path.
-  void PutDeviceFile(const wchar_t* devicePath, const std::string& bytes) const;
-  std::string GetDeviceFile(const wchar_t* devicePath) const;
+  void PutDeviceFile(const wchar_t* devicePath, const std::string& bytes) const {
+    WriteHostFile(Host(devicePath), bytes);
+  }
+  std::string GetDeviceFile(const wchar_t* devicePath) const {
+    return ReadHostFile(Host(devicePath));
+  }
   bool DeviceFileExists(const wchar_t* devicePath) const;
 };
 

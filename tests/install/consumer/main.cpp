@@ -1,8 +1,7 @@
 // A consumer of the installed library: it sees only the installed headers
-// and libsurveycam.so. It exercises one piece of each layer with values
-// worked out by hand, a file round trip, and the live view on a memory
-// module of its own and without a capture driver. Prints what failed and
-// exits non-zero on any failure.
+// and libsurveycam.so. A camera file round trip, and the live view on a
+// memory module of its own and without a capture driver. Prints what failed
+// and exits non-zero on any failure.
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -27,29 +26,14 @@ void Check(bool ok, const char* what) {
 
 bool Near(double a, double b, double tolerance) { return std::abs(a - b) <= tolerance; }
 
-void SurveyAngles() {
-  // From a station at the origin with the telescope 1.5 m up: a point 10 m
-  // along survey Y at the telescope's height is level (V 90) and at H 90;
-  // one 10 m along X and 10 m up is at V 45, H 0.
-  double v = 0, h = 0;
-  Check(CCalcXYZHV::XYZToHV(CXYZ(0, 0, 0), CXYZ(0, 10, 1.5), 1.5, v, h) == 1, "XYZToHV returns 1");
-  Check(Near(v, 90.0, 1e-9) && Near(h, 90.0, 1e-9), "level point along Y: V 90, H 90");
-  Check(CCalcXYZHV::XYZToHV(CXYZ(0, 0, 0), CXYZ(10, 0, 11.5), 1.5, v, h) == 1, "XYZToHV returns 1");
-  Check(Near(v, 45.0, 1e-9) && Near(h, 0.0, 1e-9), "point along X, 45 degrees up: V 45, H 0");
-  // 30.5 degrees is 30 degrees 30 minutes: D.MMSS 30.3000.
-  Check(Near(CCalcXYZHV::Angle100To60(30.5, 1), 30.3, 1e-9), "Angle100To60(30.5) is 30.3000");
-}
-
 void CameraFileRoundTrip(const std::filesystem::path& dir) {
   CCamera out;
   out.FocalLength = 8.0214;
   out.PrincipalPoint.SetXYZ(1.801, 1.337, 0.0);
   out.Resolution.SetXYZ(0.0056, 0.0056, 0.0);
   out.Dist.SetDistModel(DIST_MODEL(2));
-  out.Dist.AddPara(0, -2.1e-3);
-  out.Dist.AddPara(1, 1.4e-5);
-  out.Dist.AddPara(2, 1.2e-4);
-  out.Dist.AddPara(3, -6.0e-5);
+  const double k[4] = {-2.1e-3, 1.4e-5, 1.2e-4, -6.0e-5};
+  for (int i = 0; i < 4; ++i) out.Dist.AddPara(i, k[i]);
   const std::wstring path = (dir / "consumer.cmr").wstring();
   Check(out.Write(path.c_str()) == 1, "camera file written");
   CCamera in;
@@ -124,13 +108,8 @@ void LiveViewOnTheHostsModules(const std::filesystem::path& dir) {
   }
   boxes.clear();
   const double focal = 8.0214;
-  Put(80, focal);
-  Put(81, 1.801);
-  Put(82, 1.337);
-  Put(83, int32_t(0));
-  for (int i = 84; i < 88; ++i) Put(i, 0.0);
-  Put(88, 0.0056);
-  Put(89, 0.0056);
+  const double cmr[10] = {focal, 1.801, 1.337, 0, 0, 0, 0, 0, 0.0056, 0.0056};
+  for (int i = 0; i < 10; ++i) i == 3 ? Put(83, int32_t(0)) : Put(80 + i, cmr[i]);
   const int16_t centres[4] = {324, 236, 318, 243};
   for (int i = 0; i < 4; ++i) Put(90 + i, centres[i]);
   for (int i = 94; i < 100; ++i) Put(i, 0.0);
@@ -172,7 +151,6 @@ int main(int argc, char** argv) {
                : std::filesystem::temp_directory_path() / "surveycam_consumer";
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
-  SurveyAngles();
   CameraFileRoundTrip(dir);
   JpegRoundTrip(dir);
   LiveViewOnTheHostsModules(dir);
