@@ -25,23 +25,14 @@ bool KeepsFields(const CXYZ& r) {
   return r.Name == L"P" && r.Code == L"TGT" && r.Aux1 == 1.25 && r.Aux2 == -7.5 && r.Num == 42;
 }
 
-TEST(XYZ, CopiesInitAndSetXYZ) {
-  CXYZ p = Tagged(1, 2, 3), q;
-  q = p;
-  EXPECT_TRUE(KeepsFields(q));
-  EXPECT_TRUE(KeepsFields(CXYZ(p)));
-  q = q;  // self-assignment keeps everything
-  EXPECT_TRUE(KeepsFields(q));
-  p.SetXYZ(4, 5, 6);
-  EXPECT_TRUE(KeepsFields(p));
-  EXPECT_THAT(p, IsNearXYZ(4, 5, 6, 0.0));
-  p.Init();
-  EXPECT_TRUE(p.Name.IsEmpty() && p.Code.IsEmpty() && p.Aux1 == 0 && p.Aux2 == 0 && p.Num == 0);
-  EXPECT_THAT(p, IsNearXYZ(0, 0, 0, 0.0));
-}
-
 TEST(XYZ, OperatorsOtherThanQuotientsKeepTheFields) {
   const CXYZ p = Tagged(1.5, -2.25, 7), o(-0.5, 3, 0.25);
+  CXYZ a = p, b = p, c = p, d = p, e = p;
+  a += o;
+  b -= o;
+  c *= o;
+  d *= -3.0;
+  e = e;  // self-assignment keeps everything
   const struct {
     CXYZ r;
     double x, y, z;
@@ -50,21 +41,22 @@ TEST(XYZ, OperatorsOtherThanQuotientsKeepTheFields) {
                {p + o, 1, 0.75, 7.25},
                {p - o, 2, -5.25, 6.75},
                {p * o, -0.75, -6.75, 1.75},
-               {p * -3.0, -4.5, 6.75, -21}};
+               {p * -3.0, -4.5, 6.75, -21},
+               {a, 1, 0.75, 7.25},
+               {b, 2, -5.25, 6.75},
+               {c, -0.75, -6.75, 1.75},
+               {d, -4.5, 6.75, -21},
+               {CXYZ(e), 1.5, -2.25, 7}};
   for (const auto& c : cases) {
     EXPECT_TRUE(KeepsFields(c.r));
     EXPECT_THAT(c.r, IsNearXYZ(c.x, c.y, c.z, 0.0));
   }
-  CXYZ a = p, b = p, c = p, d = p;  // the in-place forms agree
-  a += o;
-  b -= o;
-  c *= o;
-  d *= -3.0;
-  EXPECT_THAT(a, IsNearXYZ(1, 0.75, 7.25, 0.0));
-  EXPECT_THAT(b, IsNearXYZ(2, -5.25, 6.75, 0.0));
-  EXPECT_THAT(c, IsNearXYZ(-0.75, -6.75, 1.75, 0.0));
-  EXPECT_THAT(d, IsNearXYZ(-4.5, 6.75, -21, 0.0));
-  EXPECT_TRUE(KeepsFields(d));
+  e.SetXYZ(4, 5, 6);
+  EXPECT_TRUE(KeepsFields(e));
+  EXPECT_THAT(e, IsNearXYZ(4, 5, 6, 0.0));
+  e.Init();
+  EXPECT_TRUE(e.Name.IsEmpty() && e.Code.IsEmpty() && e.Aux1 == 0 && e.Aux2 == 0 && e.Num == 0);
+  EXPECT_THAT(e, IsNearXYZ(0, 0, 0, 0.0));
 }
 
 TEST(XYZ, QuotientsDropTheFieldsAndSurviveZeroDivisors) {
@@ -85,31 +77,22 @@ TEST(XYZ, QuotientsDropTheFieldsAndSurviveZeroDivisors) {
   EXPECT_TRUE(KeepsFields(r));
 }
 
-TEST(XYZ, DotProductSumsZFirst) {
+TEST(XYZ, ProductsAndLengths) {
   // With Z first: -1e16 + 1e16 = 0, then + 1 = 1; X first would lose the 1.
   EXPECT_EQ(CXYZ(1, 1e16, -1e16).Inn(CXYZ(1, 1, 1)), 1.0);
   EXPECT_EQ(CXYZ(1, 2, 3).Inn(CXYZ(4, -5, 6)), 12.0);
-}
-
-TEST(XYZ, CrossProductIsRightHandedAndOrthogonal) {
-  CXYZ ex(L"x", 1, 0, 0), ey(0, 1, 0);
-  const CXYZ ez = ex.Out(ey);
+  const CXYZ ez = CXYZ(L"x", 1, 0, 0).Out(CXYZ(0, 1, 0));  // right-handed
   EXPECT_THAT(ez, IsNearXYZ(0, 0, 1, 0.0));
   EXPECT_TRUE(ez.Name.IsEmpty());
   CXYZ a(0.3, -1.7, 2.9), b(-4.1, 0.6, 1.3);
-  // hand-worked: (-1.7·1.3 - 2.9·0.6, 2.9·-4.1 - 0.3·1.3, 0.3·0.6 - -1.7·-4.1)
+  // (-1.7·1.3 - 2.9·0.6, 2.9·-4.1 - 0.3·1.3, 0.3·0.6 - -1.7·-4.1)
   EXPECT_THAT(a.Out(b), IsNearXYZ(-3.95, -12.28, -6.79, 1e-14));
   EXPECT_THAT(b.Out(a), IsNearXYZ(3.95, 12.28, 6.79, 1e-14));
-}
-
-TEST(XYZ, LengthsAndInclusiveTolerance) {
-  const CXYZ a(1, 2, 2), b(4, 6, 2);
-  EXPECT_EQ(a.Len(), 3);
-  EXPECT_EQ(a.Len(b), 5);
-  EXPECT_EQ(b.Len(a), 5);
-  EXPECT_EQ(a.EQ(b, 5.0), 1);  // distance exactly equal to the tolerance
-  EXPECT_EQ(a.EQ(b, std::nextafter(5.0, 0.0)), 0);
-  EXPECT_EQ(a.EQ(a, 0.0), 1);
+  const CXYZ c(1, 2, 2), d(4, 6, 2);
+  EXPECT_EQ(c.Len(), 3);
+  EXPECT_EQ(c.Len(d) + d.Len(c), 10);
+  EXPECT_EQ(c.EQ(d, 5.0), 1);  // distance exactly equal to the tolerance
+  EXPECT_EQ(c.EQ(d, std::nextafter(5.0, 0.0)), 0);
 }
 
 }  // namespace
