@@ -102,16 +102,19 @@ TEST_F(BoardCentreTest, NothingToMeasureIsRefused) {
   sim_test::SensorPoint truth =
       Show(1000.0 + 40.0 * std::cos(0.5236), 2000.0 + 40.0 * std::sin(0.5236), 51.5, frame);
   std::vector<float> light = Light(frame);
-  // The board found from its own picture, not from a picture's edge, a board
-  // too small to have an inside or an empty image.
-  EXPECT_TRUE(photogrammetry::FindBoardCentre(
-      {light.data(), 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
-  EXPECT_FALSE(
-      photogrammetry::FindBoardCentre({light.data(), 640, 480}, 10.0, 240.0, 17.0, 1.5, x, y));
-  EXPECT_FALSE(photogrammetry::FindBoardCentre(
-      {light.data(), 640, 480}, truth.px, truth.py, 3.0, 1.5, x, y));
-  EXPECT_FALSE(
-      photogrammetry::FindBoardCentre({nullptr, 640, 480}, truth.px, truth.py, 17.0, 1.5, x, y));
+  // The board is found from its own picture, not from a picture's edge, a
+  // board too small to have an inside or an empty image.
+  const struct {
+    const float* pixels;
+    double x, y, half;
+    bool found;
+  } cases[] = {{light.data(), truth.px, truth.py, 17.0, true},
+               {light.data(), 10.0, 240.0, 17.0, false},
+               {light.data(), truth.px, truth.py, 3.0, false},
+               {nullptr, truth.px, truth.py, 17.0, false}};
+  for (const auto& c : cases)
+    EXPECT_EQ(photogrammetry::FindBoardCentre({c.pixels, 640, 480}, c.x, c.y, c.half, 1.5, x, y),
+              c.found);
 }
 
 // A point-symmetric dark blob drawn by hand at a centre off the finder's

@@ -69,30 +69,10 @@ TEST(SpaceIntersection, NoisyRaysGiveTheirResidualsAndTheirAngle) {
   EXPECT_NEAR(rays.GetIntersectionAngle(p), 82.2, 0.1);
 }
 
-TEST(SpaceIntersection, RaysFromOneCentreDoNotFixAPoint) {
-  const CXYZ target(L"T", 1040.0, 2030.0, 52.0);
-  // A second picture from the west camera's centre, turned 7 degrees.
-  const Pinhole turned(kWest.centre, CXYZ(1040.0 - 5.0, 2030.0 + 5.0, 52.0), kFocalPx, 320, 240);
-  const CDLT west = Solved(kWest);
-  const CXYZ xy = kWest.Image(target), xy2 = turned.Image(target);
-  CXYZ p(L"T", 1.0, 2.0, 3.0);
-  CSpaceIntersection rays;
-  rays.Add(west, xy.X, xy.Y);
-  EXPECT_EQ(rays.Solve(p), 0);  // one ray
-  rays.Add(west, xy.X, xy.Y);   // the same photograph again: one ray twice
-  EXPECT_EQ(rays.Solve(p), 0);
-  CSpaceIntersection one_station;
-  one_station.Add(west, xy.X, xy.Y);
-  one_station.Add(Solved(turned), xy2.X, xy2.Y);
-  EXPECT_EQ(one_station.Solve(p), 0);
-  EXPECT_EQ(p.X, 1.0);
-}
-
 // A second camera as far from the target as the west one, turned about the
-// vertical through the target by `degrees` (beyond 90 degrees: by
-// `degrees` - 180 and then mirrored through the target): its ray crosses
-// the west one at that angle.
-TEST(SpaceIntersection, RaysMustCrossAtTwoDegreesOrMore) {
+// vertical through the target (beyond 90 degrees: by `degrees` - 180, then
+// mirrored through the target): its ray crosses the west one at that angle.
+TEST(SpaceIntersection, RaysMustCrossAtTwoDegreesOrMoreFromTwoCentres) {
   const CXYZ target(L"T", 1040.0, 2030.0, 52.0);
   const CXYZ a = kWest.Image(target);
   const CDLT west = Solved(kWest);
@@ -116,6 +96,20 @@ TEST(SpaceIntersection, RaysMustCrossAtTwoDegreesOrMore) {
       EXPECT_LT(p.Len(target), 1e-6);
     }
   }
+  // One ray, the same ray twice, or rays from one centre (a second picture
+  // from the west camera's place, turned 7 degrees) fix nothing.
+  const Pinhole turned(kWest.centre, CXYZ(1035.0, 2035.0, 52.0), kFocalPx, 320, 240);
+  const CXYZ b = turned.Image(target);
+  CXYZ p(L"T", 1.0, 2.0, 3.0);
+  CSpaceIntersection rays, one_station;
+  rays.Add(west, a.X, a.Y);
+  EXPECT_EQ(rays.Solve(p), 0);
+  rays.Add(west, a.X, a.Y);
+  EXPECT_EQ(rays.Solve(p), 0);
+  one_station.Add(west, a.X, a.Y);
+  one_station.Add(Solved(turned), b.X, b.Y);
+  EXPECT_EQ(one_station.Solve(p), 0);
+  EXPECT_EQ(p.X, 1.0);
 }
 
 }  // namespace
