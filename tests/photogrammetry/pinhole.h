@@ -22,22 +22,14 @@ struct Pinhole {
   Pinhole(const CXYZ& at, const CXYZ& target, double focal, double px, double py)
       : centre(at), f(focal), cx(px), cy(py) {
     const CXYZ up(0.04, -0.03, 1.0);  // not vertical: the picture is rolled
-    CXYZ fw = Unit(target - at), right = Unit(Cross(fw, up));
-    rows[0] = right;
-    rows[1] = Cross(fw, right);
-    rows[2] = fw;
+    rows[2] = Unit(target - at);
+    rows[0] = Unit(rows[2].Out(up));
+    rows[1] = rows[2].Out(rows[0]);
   }
-  static CXYZ Cross(const CXYZ& a, const CXYZ& b) {
-    return CXYZ(a.Y * b.Z - a.Z * b.Y, a.Z * b.X - a.X * b.Z, a.X * b.Y - a.Y * b.X);
-  }
-  static double Dot(const CXYZ& a, const CXYZ& b) { return a.X * b.X + a.Y * b.Y + a.Z * b.Z; }
-  static CXYZ Unit(const CXYZ& v) {
-    const double n = std::sqrt(Dot(v, v));
-    return CXYZ(v.X / n, v.Y / n, v.Z / n);
-  }
+  static CXYZ Unit(const CXYZ& v) { return v / v.Len(); }
   CXYZ Image(const CXYZ& p) const {
     const CXYZ d = p - centre;
-    const double u = Dot(rows[0], d), v = Dot(rows[1], d), w = Dot(rows[2], d);
+    const double u = rows[0].Inn(d), v = rows[1].Inn(d), w = rows[2].Inn(d);
     return CXYZ(p.Name, cx + f * u / w, cy + f * v / w, 0.0);
   }
 };

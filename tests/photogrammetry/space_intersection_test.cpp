@@ -64,7 +64,7 @@ TEST(SpaceIntersection, NoisyRaysGiveTheirResidualsAndTheirAngle) {
   // The rays to the two true centres cross at 97.8 degrees: 82.2 counted
   // from the nearer side.
   const CXYZ u = Pinhole::Unit(kWest.centre - p), v = Pinhole::Unit(kSouth.centre - p);
-  const double angle = std::acos(Pinhole::Dot(u, v)) * 180.0 / M_PI;
+  const double angle = std::acos(u.Inn(v)) * 180.0 / M_PI;
   EXPECT_NEAR(rays.GetIntersectionAngle(p), std::min(angle, 180.0 - angle), 1e-3);
   EXPECT_NEAR(rays.GetIntersectionAngle(p), 82.2, 0.1);
 }
