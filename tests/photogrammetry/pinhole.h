@@ -27,6 +27,7 @@ struct Pinhole {
     rows[1] = rows[2].Out(rows[0]);
   }
   static CXYZ Unit(const CXYZ& v) { return v / v.Len(); }
+  static double Dot(const CXYZ& a, const CXYZ& b) { return a.Inn(b); }
   CXYZ Image(const CXYZ& p) const {
     const CXYZ d = p - centre;
     const double u = rows[0].Inn(d), v = rows[1].Inn(d), w = rows[2].Inn(d);
