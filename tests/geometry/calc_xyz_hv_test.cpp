@@ -107,25 +107,13 @@ TEST(CalcXYZHV, PackedConversionAndTimeTextIgnoreTheProcessLocale) {
 }
 
 TEST(CalcXYZHV, WrapToFullTurn) {
-  // 1e9 = 2777777 turns + 280 deg.
-  const double cases[][2] = {{-30, 330},
-                             {725, 5},
-                             {360, 360},
-                             {0, 0},
-                             {720, 360},
-                             {-720, 0},
-                             {-360, 0},
-                             {359.5, 359.5},
-                             {1e9 + 30, 310},
-                             {-1e9, 80},
-                             {std::nan(""), std::nan("")}};  // must return
-  for (const auto& c : cases) {
-    double x = c[0];
+  // 1e9 = 2777777 turns + 280 deg; NaN must return.
+  const double in[] = {-30, 725, 360, 0, 720, -720, -360, 359.5, 1e9 + 30, -1e9, std::nan("")};
+  const double out[] = {330, 5, 360, 0, 360, 0, 0, 359.5, 310, 80};
+  for (int i = 0; i < 11; ++i) {
+    double x = in[i];
     CCalcXYZHV::Angle0To360(x);
-    if (std::isnan(c[1]))
-      EXPECT_TRUE(std::isnan(x));
-    else
-      EXPECT_NEAR(x, c[1], 1e-9) << c[0];
+    EXPECT_TRUE(i < 10 ? std::fabs(x - out[i]) < 1e-9 : std::isnan(x)) << in[i] << " -> " << x;
   }
   // Large values take a shortcut; it must agree with removing one turn at a time.
   for (double base : {360.0 * 4096, -360.0 * 4096, 360.0 * 5000, -360.0 * 5000})
