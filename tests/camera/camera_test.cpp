@@ -136,8 +136,7 @@ TEST_F(CameraFile, ExampleWideCameraReads) {
   EXPECT_EQ(c.Resolution.X, 0.0056);
   EXPECT_EQ(c.Dist.GetDistModel(), DIST_RADIAL_DECENTER);
   EXPECT_LT(c.Dist.GetPara(0), 0.0);  // barrel distortion of a wide lens
-  // The principal point is measured from the sensor's top-left corner, so it
-  // lies near the middle of the 640 x 480 sensor.
+  // The principal point, from the top-left corner, lies mid-sensor.
   EXPECT_NEAR(c.PrincipalPoint.X, 320 * 0.0056, 0.05);
   EXPECT_NEAR(c.PrincipalPoint.Y, 240 * 0.0056, 0.05);
 }

@@ -126,17 +126,12 @@ TEST(LeastSq, SingularSystemsAreRefused) {
     for (int j = 0; j < 3; ++j) reduced.SetNoeq(i, j, N[i][j]);
   EXPECT_EQ(reduced.SolveWithReduc(), 0);
   EXPECT_EQ(reduced.CheckNoeq(), 0);
-  // One unknown with a zero normal: back substitution refuses it, the sweep
-  // (no pivot test) returns 1 with a value that is no number.
-  CLeastSq one(3, 1), sweep(3, 1);
-  for (int k = 0; k < 3; ++k)
-    for (CLeastSq* ls : {&one, &sweep}) {
-      ls->SetObeq(0, 0.0);
-      ls->SetObeq(1, 1.0);
-    }
+  CLeastSq one(3, 1);  // one unknown with a zero normal: back substitution refuses it
+  for (int k = 0; k < 3; ++k) {
+    one.SetObeq(0, 0.0);
+    one.SetObeq(1, 1.0);
+  }
   EXPECT_EQ(one.Solve(), 0);
-  EXPECT_EQ(sweep.SolveWithSwpMat(), 1);
-  EXPECT_FALSE(std::isfinite(sweep.GetBcor(0)));
   // Orthogonal columns give a diagonal normal matrix; CheckNoeq looks at
   // each diagonal element, the last one too.
   CLeastSq diag(3, 3);
@@ -162,8 +157,6 @@ TEST(LeastSq, RowsGrowAndColumnsAreChecked) {
   ASSERT_EQ(ls.Solve(), 1);
   EXPECT_NEAR(ls.GetBcor(0), 1.0, 1e-14);
   EXPECT_NEAR(ls.GetBcor(1), 2.0, 1e-14);
-  ls.SetNoeq(1, 2, 7.5);  // the last column also writes bcor
-  EXPECT_EQ(ls.GetBcor(1), 7.5);
   // Stepping past the last row without column 0 leaves m, the weights and
   // the degrees of freedom alone, and a row outside m takes no values.
   ls.IncrementColumn();
