@@ -63,9 +63,7 @@ TEST(CalcXYZHV, PackedAnglesHandWorked) {
     double decimal, packed;
     int wrap;
   } to60[] = {
-      {10.5, 10.3, 0},
       {123 + 45. / 60 + 27. / 3600, 123.4527, 0},
-      {30 + 15. / 60 + 20. / 3600, 30.1520, 0},
       // 359 deg 59 min 59.964 s: the seconds round up and carry into 360,
       // which is not wrapped to 0.
       {359.99999, 360.0, 1},
@@ -79,9 +77,7 @@ TEST(CalcXYZHV, PackedAnglesHandWorked) {
     double packed, decimal;
     int wrap;
   } to100[] = {
-      {10.3, 10.5, 0},
       {123.4527, 123 + (45 * 60 + 27) / 3600.0, 0},
-      {45.3, 45.5, 0},
       {-30.5, 329 + 50. / 60, 1},  // wraps the packed number: 329.5 is 329 deg 50 min
       {-5.3, -4.5, 0},             // the text "-05.3000": -5 degrees plus 30 minutes
   };

@@ -154,7 +154,7 @@ TEST(Rot, SingleAxisExtractionAndUnknownSystems) {
   }
 }
 
-TEST(Rot, DegreeMatricesAndCompositionOrder) {
+TEST(Rot, DegreeMatricesCompositionOrderAndRotatedPoints) {
   double d[3] = {12.5, -33.25, 101.0};
   CRot r, inv;
   ASSERT_EQ(r.SetDIMat(d) + inv.SetDIMatInv(d), 2);
@@ -172,9 +172,7 @@ TEST(Rot, DegreeMatricesAndCompositionOrder) {
   EXPECT_THAT(post, IsNearRot(M * W, 1e-15));
   EXPECT_THAT(pre, ::testing::Not(IsNearRot(post, 0.01)));  // the orders differ here
   EXPECT_THAT(viaRot, IsNearRot(pre, 1e-15));
-}
-
-TEST(Rot, RotatingAPointKeepsItsFieldsAndWorksInPlace) {
+  // Rotating a point keeps its fields, also in place.
   const CRot k = Make(ROT_K, 0, 0, kPi / 2);
   CXYZ p(L"P7", 1.5, -2, 0.25), out;
   p.Code = L"TGT";
