@@ -34,29 +34,29 @@ class DcTest : public ::testing::Test {
 
 using Pixels = std::set<std::pair<int, int>>;
 
+// Lines by Bresenham, the end pixel left out, each from where the last ended.
 TEST_F(DcTest, LinesFollowBresenhamAndLeaveTheirEndPixelOut) {
   CPen pen(PS_SOLID, 0, RGB(255, 0, 0));
   CPen* old = dc_.SelectObject(&pen);
-  ASSERT_NE(old, nullptr);
-  dc_.MoveTo(2, 3);
-  dc_.LineTo(6, 3);
-  EXPECT_EQ(Changed(), (Pixels{{12, 8}, {13, 8}, {14, 8}, {15, 8}}));
-  EXPECT_EQ(fb_.At(12, 8), 0xFF0000u);
-  dc_.LineTo(6, 5);  // goes on from where the last line ended
-  EXPECT_TRUE(Changed().count({16, 8}) && Changed().count({16, 9}) && !Changed().count({16, 10}));
-  fb_.Resize(64, 48, kBack);
-  dc_.MoveTo(0, 0);
-  dc_.LineTo(3, 3);  // diagonal: (0,0) (1,1) (2,2)
-  EXPECT_EQ(Changed(), (Pixels{{10, 5}, {11, 6}, {12, 7}}));
-  fb_.Resize(64, 48, kBack);
-  dc_.MoveTo(0, 0);
-  dc_.LineTo(4, 2);  // shallow, by Bresenham: four pixels through (2, 1), the end left out
-  EXPECT_EQ(Changed().size(), 4u);
-  EXPECT_TRUE(Changed().count({12, 6}) && !Changed().count({14, 7}));
+  const struct {
+    bool move;
+    POINT from, to;
+    Pixels pixels;
+  } lines[] = {{true, {2, 3}, {6, 3}, {{12, 8}, {13, 8}, {14, 8}, {15, 8}}},
+               {false, {}, {6, 5}, {{16, 8}, {16, 9}}},
+               {true, {0, 0}, {3, 3}, {{10, 5}, {11, 6}, {12, 7}}},
+               {true, {0, 0}, {6, 2}, {{10, 5}, {11, 5}, {12, 6}, {13, 6}, {14, 6}, {15, 7}}}};
+  for (const auto& l : lines) {
+    fb_.Resize(64, 48, kBack);
+    if (l.move) dc_.MoveTo(l.from.x, l.from.y);
+    dc_.LineTo(l.to.x, l.to.y);
+    EXPECT_EQ(Changed(), l.pixels) << l.to.x << "," << l.to.y;
+  }
+  EXPECT_EQ(fb_.At(10, 5), 0xFF0000u);
   EXPECT_EQ(dc_.SelectObject(old), &pen);
 }
 
-TEST_F(DcTest, DrawingIsClippedToTheClientArea) {
+TEST_F(DcTest, DrawingIsClippedToTheClientAndTheScreen) {
   CBrush brush;
   brush.Attach(CreateSolidBrush(RGB(0, 0, 255)));
   dc_.SelectObject(&brush);
@@ -69,15 +69,12 @@ TEST_F(DcTest, DrawingIsClippedToTheClientArea) {
   RECT clip;
   EXPECT_EQ(dc_.GetClipBox(&clip), SIMPLEREGION);
   EXPECT_EQ(CRect(clip), CRect(0, 0, 40, 30));
-}
-
-TEST_F(DcTest, ClientPartlyOffTheScreen) {
-  CDC dc;
-  ASSERT_TRUE(dc.AttachFramebuffer(&fb_, RECT{50, 40, 80, 60}));
-  RECT clip;
-  dc.GetClipBox(&clip);
+  // A client partly off the screen is clipped to it.
+  CDC off;
+  ASSERT_TRUE(off.AttachFramebuffer(&fb_, RECT{50, 40, 80, 60}));
+  off.GetClipBox(&clip);
   EXPECT_EQ(CRect(clip), CRect(0, 0, 14, 8));
-  dc.FillSolidRect(0, 0, 30, 20, RGB(1, 2, 3));
+  off.FillSolidRect(0, 0, 30, 20, RGB(1, 2, 3));
   EXPECT_EQ(fb_.At(63, 47), 0x010203u);
   EXPECT_EQ(fb_.At(49, 47), kBack);
 }
@@ -87,7 +84,7 @@ TEST_F(DcTest, RectangleOutlineAndFill) {
   CBrush brush;
   brush.Attach(CreateSolidBrush(RGB(0, 0, 128)));
   dc_.SelectObject(&pen);
-  dc_.SelectObject(&brush);
+  CBrush* old = dc_.SelectObject(&brush);
   dc_.Rectangle(0, 0, 4, 3);
   EXPECT_EQ(fb_.At(10, 5), 0xFFFFFFu);
   EXPECT_EQ(fb_.At(13, 7), 0xFFFFFFu);  // right/bottom edges at right-1, bottom-1
@@ -98,33 +95,22 @@ TEST_F(DcTest, RectangleOutlineAndFill) {
   dc_.Rectangle(10, 10, 14, 14);
   EXPECT_EQ(fb_.At(21, 16), kBack);
   EXPECT_EQ(fb_.At(20, 15), 0xFFFFFFu);
+  // PatBlt fills with the selected brush.
+  dc_.SelectObject(old);
+  EXPECT_EQ(dc_.SelectObject(&brush), old);
+  ASSERT_TRUE(dc_.PatBlt(20, 1, 2, 2, PATCOPY));
+  EXPECT_EQ(fb_.At(30, 6) + fb_.At(31, 7), 2 * 0x000080u);
+  EXPECT_EQ(fb_.At(32, 6), kBack);
 }
 
-TEST_F(DcTest, PatBltUsesTheSelectedBrush) {
-  CBrush brush;
-  brush.Attach(CreateSolidBrush(RGB(0x40, 0x40, 0x40)));
-  CBrush* old = dc_.SelectObject(&brush);
-  ASSERT_TRUE(dc_.PatBlt(1, 1, 2, 2, PATCOPY));
-  EXPECT_EQ(Changed(), (Pixels{{11, 6}, {12, 6}, {11, 7}, {12, 7}}));
-  EXPECT_EQ(fb_.At(11, 6), 0x404040u);
-  EXPECT_EQ(dc_.SelectObject(old), &brush);
-}
-
-// A 3 × 2 DIB in both row orders: the same picture. Scaling, part of a
-// source and a mirrored destination are drawn by tests/image (CDib::Draw).
+// A 3 × 2 DIB in both row orders: the same picture.
 TEST_F(DcTest, StretchDibitsBothRowOrders) {
   struct {
     BITMAPINFOHEADER header;
     RGBQUAD colors[4];
-  } info{};
-  info.header = BITMAPINFOHEADER{40, 3, 2, 1, 8, BI_RGB, 0, 0, 0, 4, 4};
-  info.colors[0] = RGBQUAD{0, 0, 255, 0};  // red
-  info.colors[1] = RGBQUAD{0, 255, 0, 0};  // green
-  info.colors[2] = RGBQUAD{255, 0, 0, 0};  // blue
-  info.colors[3] = RGBQUAD{255, 255, 255, 0};
-  // Picture: top row 0 1 2, bottom row 3 3 0.
-  const BYTE bottomUp[8] = {3, 3, 0, 0, 0, 1, 2, 0};
-  const BYTE topDown[8] = {0, 1, 2, 0, 3, 3, 0, 0};
+  } info{{40, 3, 2, 1, 8, BI_RGB, 0, 0, 0, 4, 4},
+         {{0, 0, 255, 0}, {0, 255, 0, 0}, {255, 0, 0, 0}, {255, 255, 255, 0}}};
+  const BYTE bottomUp[8] = {3, 3, 0, 0, 0, 1, 2, 0}, topDown[8] = {0, 1, 2, 0, 3, 3, 0, 0};
   auto* bmi = reinterpret_cast<BITMAPINFO*>(&info);
   ASSERT_EQ(
       StretchDIBits(dc_.m_hDC, 0, 0, 3, 2, 0, 0, 3, 2, bottomUp, bmi, DIB_RGB_COLORS, SRCCOPY), 2);
@@ -166,51 +152,12 @@ TEST_F(DcTest, TextRendersInsideItsRectangle) {
   }
 }
 
-TEST_F(DcTest, TrueColourDeviceCapsAndPalettes) {
+TEST_F(DcTest, TrueColourDeviceCaps) {
   EXPECT_EQ(dc_.GetDeviceCaps(BITSPIXEL), 32);
   EXPECT_EQ(dc_.GetDeviceCaps(RASTERCAPS) & RC_PALETTE, 0);
-  EXPECT_EQ(dc_.GetDeviceCaps(SIZEPALETTE), 0);
-  EXPECT_EQ(dc_.GetDeviceCaps(HORZRES), 64);
-  EXPECT_EQ(dc_.GetDeviceCaps(VERTRES), 48);
-  LOGPALETTE logical{0x300, 1, {{255, 0, 0, 0}}};
-  HPALETTE palette = CreatePalette(&logical);
-  ASSERT_NE(palette, nullptr);
-  HPALETTE old = SelectPalette(dc_.m_hDC, palette, TRUE);
-  EXPECT_NE(old, nullptr);
-  EXPECT_EQ(RealizePalette(dc_.m_hDC), 0u);
-  PALETTEENTRY system[4];
-  EXPECT_EQ(GetSystemPaletteEntries(dc_.m_hDC, 0, 4, system), 0u);
-  EXPECT_EQ(Changed().size(), 0u);
-  EXPECT_EQ(SelectPalette(dc_.m_hDC, old, TRUE), palette);
-  EXPECT_TRUE(DeleteObject(palette));
-  // Without an attribute context there is nobody to ask.
-  dc_.ReleaseAttribDC();
+  EXPECT_EQ(CSize(dc_.GetDeviceCaps(HORZRES), dc_.GetDeviceCaps(VERTRES)), CSize(64, 48));
+  dc_.ReleaseAttribDC();  // nobody to ask
   EXPECT_EQ(dc_.GetDeviceCaps(BITSPIXEL), 0);
-}
-
-TEST(DcPaint, PaintDcAsksTheResolver) {
-  platform::Framebuffer fb;
-  fb.Resize(20, 20);
-  int ended = 0;
-  auto previous = platform::SetPaintTargetResolver([&](CWnd*, platform::PaintTarget& target) {
-    target.framebuffer = &fb;
-    target.clientOnScreen = RECT{5, 5, 15, 15};
-    target.paint = RECT{0, 0, 4, 4};
-    target.endPaint = [&] { ++ended; };
-    return true;
-  });
-  {
-    CPaintDC dc(nullptr);
-    ASSERT_NE(dc.m_hDC, nullptr);
-    dc.FillSolidRect(0, 0, 10, 10, RGB(255, 0, 0));
-  }
-  EXPECT_EQ(ended, 1);
-  EXPECT_EQ(fb.At(8, 8), 0xFF0000u);
-  EXPECT_EQ(fb.At(9, 9), 0u);  // outside the update rectangle
-  platform::SetPaintTargetResolver(nullptr);
-  CPaintDC none(nullptr);
-  EXPECT_EQ(none.m_hDC, nullptr);
-  platform::SetPaintTargetResolver(previous);
 }
 
 TEST(DcPng, PilReadsTheScreenshot) {

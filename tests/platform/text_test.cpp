@@ -1,5 +1,5 @@
 // Text: formatting with the Windows meaning of %s and a decimal point in any
-// locale, UTF-8 both ways, CString and CKvoArray basics, and translation.
+// locale, UTF-8 both ways, and translation.
 #include "platform/text.h"
 
 #include <gtest/gtest.h>
@@ -8,18 +8,13 @@
 #include <clocale>
 #include <string>
 
-#include "platform/afx_string.h"
-#include "platform/kvo_array.h"
 #include "platform/xlate.h"
 
 namespace {
 
-TEST(Format, WideFormatTakesWindowsMeaningOfPercentS) {
+TEST(Format, WindowsMeaningOfPercentSAndAPointWhateverTheLocale) {
   EXPECT_EQ(platform::FormatW(L"%s|%S|%hs|%ls", L"wide", "narrow", "h", L"l"), L"wide|narrow|h|l");
   EXPECT_EQ(platform::FormatA("%s|%S", "narrow", L"wide"), "narrow|wide");
-}
-
-TEST(Format, NumbersUseAPointWhateverTheLocale) {
   const char* previous = std::setlocale(LC_ALL, nullptr);
   std::string saved = previous ? previous : "C";
   if (std::setlocale(LC_ALL, "de_DE.UTF-8") || std::setlocale(LC_ALL, "fr_FR.UTF-8")) {
@@ -29,38 +24,10 @@ TEST(Format, NumbersUseAPointWhateverTheLocale) {
   std::setlocale(LC_ALL, saved.c_str());
   EXPECT_EQ(platform::FormatW(L"%08.4lf|%.3d|%le", 45.3, 7, 0.00125), L"045.3000|007|1.250000e-03");
   EXPECT_EQ(platform::FormatA("%-5s|%5s|%.2s", "ab", "cd", "xyz"), "ab   |   cd|xy");
-}
-
-TEST(Format, NonAsciiNamesRoundTripThroughUtf8) {
   const wchar_t* name = L"Punkt\u00E4\u6E2C";
   std::string bytes = platform::FormatA("%S", name);
   EXPECT_EQ(bytes, "Punkt\xC3\xA4\xE6\xB8\xAC");
   EXPECT_EQ(platform::Utf8ToWide(bytes), name);
-}
-
-TEST(KvoString, TrimAndCompare) {
-  CString s(L"  \tP1 \r");
-  s.Trim();
-  EXPECT_EQ(s, L"P1");
-  EXPECT_EQ(s.Compare(L"P1"), 0);
-  EXPECT_LT(s.Compare(L"P2"), 0);
-  CString f;
-  f.Format(L"%s-%d", L"A", 3);
-  EXPECT_EQ(f, L"A-3");
-  EXPECT_EQ(f.Mid(2), L"3");
-  EXPECT_EQ(f.Left(10), L"A-3");
-}
-
-TEST(KvoArray, GrowsAndKeepsOrder) {
-  CKvoArray<double, double> a;
-  a.SetSize(3);
-  EXPECT_EQ(a[2], 0.0);
-  a.Add(5.0);
-  a.InsertAt(0, 1.0);
-  a.RemoveAt(1, 2);
-  ASSERT_EQ(a.GetSize(), 3);
-  EXPECT_EQ(a[0], 1.0);
-  EXPECT_EQ(a[2], 5.0);
 }
 
 // Bytes that are not UTF-8 text decode to U+FFFD one byte at a time, so that
