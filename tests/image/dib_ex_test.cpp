@@ -15,39 +15,6 @@ namespace {
 
 RGBQUAD* TableOf(CDibEx& dib) { return reinterpret_cast<RGBQUAD*>(dib.m_colorTable); }
 
-// A 8-bit grey or 24-bit picture with distinct values.
-void FillAny(CDibEx& dib, int width, int height, int bits) {
-  if (bits == 24) {
-    image_test::Fill24(dib, width, height, 7);
-    return;
-  }
-  dib.Create(CSize(width, height), 8, 256, TRUE, 0);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) {
-      BYTE v = BYTE(x * 13 + y * 29 + (x * y) % 11);
-      dib.SetPixel(&v, CPoint(x, y), 3);
-    }
-}
-
-// Naive box mean, straight from the definition with GetPixel.
-std::vector<int> NaiveBox(CDibEx& src, int cx, int cy, int hx, int hy) {
-  const int channels = src.GetSizePixel();
-  const int mode = channels == 1 ? 3 : 4;
-  const CSize size = src.GetDimensions();
-  std::vector<int> sum(channels, 0);
-  int count = 0;
-  for (int y = cy - hy; y <= cy + hy; ++y)
-    for (int x = cx - hx; x <= cx + hx; ++x) {
-      if (x < 0 || y < 0 || x >= size.cx || y >= size.cy) continue;
-      BYTE p[3];
-      src.GetPixel(p, CPoint(x, y), mode);
-      for (int c = 0; c < channels; ++c) sum[c] += p[c];
-      ++count;
-    }
-  for (int& s : sum) s /= count;
-  return sum;
-}
-
 std::vector<int> PixelOf(CDibEx& dib, int x, int y) {
   const int channels = dib.GetSizePixel();
   BYTE p[3];
@@ -55,10 +22,30 @@ std::vector<int> PixelOf(CDibEx& dib, int x, int y) {
   return std::vector<int>(p, p + channels);
 }
 
-TEST(DibExCreate, ColourEntriesAndFill) {
+// Naive box mean, straight from the definition with GetPixel.
+std::vector<int> NaiveBox(CDibEx& src, int cx, int cy, int hx, int hy) {
+  const CSize size = src.GetDimensions();
+  std::vector<int> sum(size_t(src.GetSizePixel()), 0);
+  int count = 0;
+  for (int y = std::max(0, cy - hy); y <= std::min(int(size.cy) - 1, cy + hy); ++y)
+    for (int x = std::max(0, cx - hx); x <= std::min(int(size.cx) - 1, cx + hx); ++x, ++count) {
+      const auto p = PixelOf(src, x, y);
+      for (size_t c = 0; c < sum.size(); ++c) sum[c] += p[c];
+    }
+  for (int& s : sum) s /= count;
+  return sum;
+}
+
+void Fill(CDibEx& dib, int width, int height, int bits) {
+  if (bits == 24)
+    image_test::Fill24(dib, width, height, 7);
+  else
+    image_test::Fill8(dib, width, height);
+}
+
+TEST(DibExCreate, TablesFillAndRows) {
   CDibEx dib;
   ASSERT_TRUE(dib.Create(CSize(640, 480), 8, 17, FALSE, 0));
-  EXPECT_EQ(dib.GetNumColors(), 17);
   EXPECT_EQ(dib.m_infoHeader->biClrUsed, 17u);
   for (int i = 0; i < 17; ++i) EXPECT_EQ(TableOf(dib)[i].rgbRed + TableOf(dib)[i].rgbBlue, 0);
   EXPECT_TRUE(std::all_of(
@@ -69,22 +56,20 @@ TEST(DibExCreate, ColourEntriesAndFill) {
   EXPECT_TRUE(dib.IsGrayScale());
   EXPECT_EQ(dib.m_imageBits[1000], 0xFF);
   EXPECT_EQ(dib.m_palette, nullptr);  // Create makes no palette
+  TableOf(dib)[77].rgbGreen = 78;
+  EXPECT_FALSE(dib.IsGrayScale());
   // 1- and 4-bit pictures get their full tables, whatever was asked.
-  ASSERT_TRUE(dib.Create(CSize(8, 8), 1, 0, FALSE, 0));
-  EXPECT_EQ(dib.GetNumColors(), 2);
-  ASSERT_TRUE(dib.Create(CSize(8, 8), 4, 0, FALSE, 0));
-  EXPECT_EQ(dib.GetNumColors(), 16);
-}
-
-TEST(DibExCreate, RowGeometry) {
-  CDibEx dib;
-  dib.Create(CSize(5, 2), 24, 0, FALSE, 0);
-  EXPECT_EQ(dib.GetByteWidth(), 16u);
-  EXPECT_EQ(dib.GetParityBytes(), 1u);
-  EXPECT_EQ(dib.GetSizePixel(), 3);
-  dib.Create(CSize(5, 2), 8, 256, TRUE, 0);
-  EXPECT_EQ(dib.GetByteWidth(), 8u);
-  EXPECT_EQ(dib.GetParityBytes(), 3u);
+  const struct {
+    int bits, colours, byteWidth, parity;
+  } cases[] = {{1, 2, 4, -1}, {4, 16, 4, -1}, {8, 256, 8, 3}, {24, 0, 16, 1}};
+  for (const auto& c : cases) {
+    ASSERT_TRUE(dib.Create(CSize(5, 2), c.bits, 256, TRUE, 0));
+    EXPECT_EQ(dib.GetNumColors(), c.colours) << c.bits;
+    EXPECT_EQ(int(dib.GetByteWidth()), c.byteWidth) << c.bits;
+    if (c.parity >= 0) {
+      EXPECT_EQ(int(dib.GetParityBytes()), c.parity) << c.bits;
+    }
+  }
 }
 
 TEST(DibExCreate, CopiesAreIndependent) {
@@ -100,44 +85,36 @@ TEST(DibExCreate, CopiesAreIndependent) {
   EXPECT_NE(b.m_imageBits, nullptr);
   b = CDibEx();  // no pixels: empties
   EXPECT_EQ(b.m_infoHeader, nullptr);
-  CDibEx sized(CSize(4, 4), 24);
-  EXPECT_EQ(sized.m_created, 1);
   EXPECT_FALSE(b.CreateFrom(nullptr, TRUE, 0));
 }
 
 TEST(DibExPixels, TopDownCoordinatesOverBottomUpRows) {
   CDibEx dib;
-  dib.Create(CSize(3, 2), 24, 0, FALSE, 0);
+  dib.Create(CSize(4, 2), 24, 0, FALSE, 9);  // 12-byte rows: no padding
   BYTE bgr[3] = {1, 2, 3};
-  ASSERT_TRUE(dib.SetPixel(bgr, CPoint(2, 0), 4));
-  // Picture row 0 is the last stored row.
-  const BYTE* stored = dib.m_imageBits + dib.GetByteWidth() + 6;
-  EXPECT_EQ(stored[0], 1);
-  EXPECT_EQ(stored[2], 3);
+  ASSERT_TRUE(dib.SetPixel(bgr, CPoint(3, 0), 4));
+  ASSERT_TRUE(dib.SetPixel(bgr, CPoint(3, 1), 4));
+  const BYTE* stored = dib.m_imageBits + 12 + 9;  // picture row 0 is the last stored row
+  EXPECT_EQ(std::vector<int>(stored, stored + 3), (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(PixelOf(dib, 0, 0), (std::vector<int>{9, 9, 9}));  // exactly three bytes written
   BYTE v = 0;
-  EXPECT_TRUE(dib.GetPixel(&v, CPoint(2, 0), 0));
+  EXPECT_TRUE(dib.GetPixel(&v, CPoint(3, 0), 0));
   EXPECT_EQ(v, 3);  // red
-  EXPECT_TRUE(dib.GetPixel(&v, CPoint(2, 0), 2));
+  EXPECT_TRUE(dib.GetPixel(&v, CPoint(3, 0), 2));
   EXPECT_EQ(v, 1);  // blue
-  EXPECT_FALSE(dib.GetPixel(&v, CPoint(3, 0), 0));
+  EXPECT_FALSE(dib.GetPixel(&v, CPoint(4, 0), 0));
   EXPECT_FALSE(dib.GetPixel(&v, CPoint(0, -1), 0));
   EXPECT_FALSE(dib.GetPixel(&v, CPoint(0, 0), 5));
-}
-
-TEST(DibExPixels, LuminanceIsReadOnly) {
-  CDibEx dib;
-  dib.Create(CSize(1, 1), 24, 0, FALSE, 0);
-  BYTE bgr[3] = {200, 100, 50};  // 0.59*100 + 0.11*200 + 0.3*50 = 96
-  dib.SetPixel(bgr, CPoint(0, 0), 4);
-  BYTE v = 0;
+  BYTE lum[3] = {200, 100, 50};  // 0.59*100 + 0.11*200 + 0.3*50 = 96
+  dib.SetPixel(lum, CPoint(0, 0), 4);
   ASSERT_TRUE(dib.GetPixel(&v, CPoint(0, 0), 3));
   EXPECT_EQ(v, 96);
-  EXPECT_FALSE(dib.SetPixel(&v, CPoint(0, 0), 3));
+  EXPECT_FALSE(dib.SetPixel(&v, CPoint(0, 0), 3));  // luminance is read-only
   EXPECT_FALSE(dib.SetPixel(&v, CPoint(0, 0), 5));
 }
 
 TEST(DibExPixels, RectangleRoundTrip) {
-  CDibEx dib;
+  CDibEx dib, other;
   image_test::Fill24(dib, 9, 7);
   const CRect rc(2, 1, 7, 5);
   std::vector<BYTE> all(rc.Width() * rc.Height() * 3), red(rc.Width() * rc.Height());
@@ -147,7 +124,6 @@ TEST(DibExPixels, RectangleRoundTrip) {
   BYTE p[3];
   dib.GetPixel(p, CPoint(3, 2), 4);
   EXPECT_EQ(0, std::memcmp(p, &all[(1 * 5 + 1) * 3], 3));  // (3,2) is row 1, column 1 of rc
-  CDibEx other;
   other.Create(CSize(9, 7), 24, 0, FALSE, 0);
   ASSERT_TRUE(other.ReplaceImage(all.data(), rc, 4));
   std::vector<BYTE> back(all.size());
@@ -158,24 +134,11 @@ TEST(DibExPixels, RectangleRoundTrip) {
   EXPECT_FALSE(other.PicupImage(all.data(), rc, 5));
 }
 
-TEST(DibExThumbnail, NearestPixel) {
-  CDibEx src, dst;
-  FillAny(src, 10, 8, 24);
-  ASSERT_TRUE(dst.CreateThumbnail(&src, 2.5, 2.0));
-  EXPECT_EQ(dst.GetDimensions(), CSize(4, 4));
-  EXPECT_EQ(PixelOf(dst, 3, 2), PixelOf(src, 7, 4));  // trunc(3 * 2.5) = 7
-  ASSERT_TRUE(dst.CreateThumbnail(&src, CSize(5, 4)));
-  EXPECT_EQ(dst.GetDimensions(), CSize(5, 4));
-  EXPECT_EQ(PixelOf(dst, 4, 3), PixelOf(src, 8, 6));
-  EXPECT_FALSE(dst.CreateThumbnail(&src, 0.0, 1.0));
-  EXPECT_FALSE(dst.CreateThumbnail(&src, CSize(0, 4)));
-}
-
-TEST(DibExThumbnail, BoxMeanMatchesNaiveReference) {
-  for (int bits : {8, 24})
+TEST(DibExThumbnail, BoxMeansMatchNaiveReference) {
+  for (int bits : {8, 24}) {
     for (int n : {1, 2, 3, 4}) {
       CDibEx src, dst;
-      FillAny(src, 17, 13, bits);
+      Fill(src, 17, 13, bits);
       ASSERT_TRUE(dst.CreateThumbnail2(&src, n));
       ASSERT_EQ(dst.GetDimensions(), CSize(17 / n - 1, 13 / n - 1));
       const int h = std::max(1, n / 2);
@@ -183,13 +146,9 @@ TEST(DibExThumbnail, BoxMeanMatchesNaiveReference) {
         for (int x = 0; x < 17 / n - 1; ++x)
           ASSERT_EQ(PixelOf(dst, x, y), NaiveBox(src, x * n, y * n, h, h)) << bits << " n=" << n;
     }
-}
-
-TEST(DibExThumbnail, RealRatioBoxMeanMatchesNaiveReference) {
-  for (int bits : {8, 24})
     for (double ratio : {1.5, 2.0, 3.3}) {
       CDibEx src, dst;
-      FillAny(src, 19, 11, bits);
+      Fill(src, 19, 11, bits);
       ASSERT_TRUE(dst.CreateThumbnail3(&src, ratio, ratio + 0.4));
       const int w = int(19 / ratio + 0.5), h = int(11 / (ratio + 0.4) + 0.5);
       ASSERT_EQ(dst.GetDimensions(), CSize(w, h));
@@ -200,10 +159,19 @@ TEST(DibExThumbnail, RealRatioBoxMeanMatchesNaiveReference) {
           ASSERT_EQ(PixelOf(dst, x, y),
                     NaiveBox(src, int(x * ratio + 0.5), int(y * (ratio + 0.4) + 0.5), hx, hy));
     }
+  }
 }
 
-TEST(DibExThumbnail, SizeLimits) {
+TEST(DibExThumbnail, NearestPixelAndSizeLimits) {
   CDibEx src, dst;
+  Fill(src, 10, 8, 24);
+  ASSERT_TRUE(dst.CreateThumbnail(&src, 2.5, 2.0));
+  EXPECT_EQ(dst.GetDimensions(), CSize(4, 4));
+  EXPECT_EQ(PixelOf(dst, 3, 2), PixelOf(src, 7, 4));  // trunc(3 * 2.5) = 7
+  ASSERT_TRUE(dst.CreateThumbnail(&src, CSize(5, 4)));
+  EXPECT_EQ(PixelOf(dst, 4, 3), PixelOf(src, 8, 6));
+  EXPECT_FALSE(dst.CreateThumbnail(&src, 0.0, 1.0));
+  EXPECT_FALSE(dst.CreateThumbnail(&src, CSize(0, 4)));
   src.Create(CSize(16, 16), 8, 256, TRUE, 0);
   for (int y = 0; y < 16; ++y)
     for (int x = 0; x < 16; ++x) {
@@ -214,10 +182,8 @@ TEST(DibExThumbnail, SizeLimits) {
   EXPECT_EQ(dst.GetDimensions(), CSize(3, 3));
   // Hand-worked: the box around (4, 8) spans columns 2..6 and rows 6..10,
   // mean x = 4 and mean y = 8, so the mean of x + 2y is 20.
-  BYTE v = 0;
-  dst.GetPixel(&v, CPoint(1, 2), 3);
-  EXPECT_EQ(v, 20);
-  FillAny(src, 8, 8, 8);
+  EXPECT_EQ(PixelOf(dst, 1, 2), std::vector<int>{20});
+  Fill(src, 8, 8, 8);
   EXPECT_FALSE(dst.CreateThumbnail2(&src, 4));
   // Refused for size: a header with the new size, no pixels.
   EXPECT_FALSE(dst.CreateThumbnail3(&src, 3.0, 6.0));
@@ -228,44 +194,36 @@ TEST(DibExThumbnail, SizeLimits) {
   EXPECT_FALSE(dst.CreateThumbnail2(&sixteen, 2));
 }
 
-TEST(DibExColour, GrayScale) {
+TEST(DibExColour, GrayScaleAndFullColor) {
   CDibEx src, dst;
   src.Create(CSize(1, 1), 24, 0, FALSE, 0);
   BYTE blue[3] = {255, 0, 0};
   src.SetPixel(blue, CPoint(0, 0), 4);
   ASSERT_TRUE(src.GrayScale(&dst));
   EXPECT_TRUE(dst.IsGrayScale());
-  EXPECT_EQ(dst.m_imageBits[0], 28);
-  // Already grey: refused, destination untouched.
-  CDibEx grey;
+  EXPECT_EQ(dst.m_imageBits[0], 28);  // 0.11 * 255
+  CDibEx grey;                        // already grey: refused, destination untouched
   grey.Create(CSize(2, 2), 8, 256, TRUE, 5);
   BYTE* before = dst.m_imageBits;
   EXPECT_FALSE(grey.GrayScale(&dst));
   EXPECT_EQ(dst.m_imageBits, before);
-  // Palette image: through the palette.
-  CDibEx palette;
-  palette.Create(CSize(2, 1), 8, 2, FALSE, 1);
+  EXPECT_FALSE(grey.FullColor(&dst));
+  CDibEx palette;  // through the palette
+  palette.Create(CSize(3, 2), 8, 4, FALSE, 1);
   TableOf(palette)[1] = RGBQUAD{0, 255, 0, 0};  // green: 0.59 * 255 = 150.45
-  ASSERT_TRUE(palette.GrayScale(&dst));
-  EXPECT_EQ(dst.m_imageBits[0], 150);
-}
-
-TEST(DibExColour, FullColor) {
-  CDibEx palette, dst;
-  palette.Create(CSize(3, 2), 8, 4, FALSE, 0);
   TableOf(palette)[3] = RGBQUAD{10, 20, 30, 0};
   BYTE index = 3;
   palette.SetPixel(&index, CPoint(1, 1), 0);
+  ASSERT_TRUE(palette.GrayScale(&dst));
+  EXPECT_EQ(dst.m_imageBits[0], 150);
   ASSERT_TRUE(palette.FullColor(&dst));
   EXPECT_EQ(dst.m_infoHeader->biBitCount, 24);
   EXPECT_EQ(PixelOf(dst, 1, 1), (std::vector<int>{10, 20, 30}));
-  CDibEx grey;
-  grey.Create(CSize(2, 2), 8, 256, TRUE, 0);
-  EXPECT_FALSE(grey.FullColor(&dst));
+  EXPECT_EQ(PixelOf(dst, 0, 0), (std::vector<int>{0, 255, 0}));
   EXPECT_FALSE(dst.FullColor(&palette));  // 24-bit source
 }
 
-TEST(DibExColour, ReverseAndDensity) {
+TEST(DibExColour, ReverseDensityHistogramAndRange) {
   CDibEx dib;
   image_test::Fill24(dib, 5, 3);
   const auto original = image_test::RgbOf(dib);
@@ -273,21 +231,17 @@ TEST(DibExColour, ReverseAndDensity) {
   const auto negative = image_test::RgbOf(dib);
   for (size_t i = 0; i < original.size(); ++i) ASSERT_EQ(negative[i], 255 - original[i]);
   dib.Reverse();
-  EXPECT_EQ(image_test::RgbOf(dib), original);
   BYTE identity[256], zero[256], half[256];
   for (int i = 0; i < 256; ++i) identity[i] = BYTE(i), zero[i] = 0, half[i] = BYTE(i / 2);
   ASSERT_TRUE(dib.ChangeDensity(half, identity, zero));
   const auto mapped = image_test::RgbOf(dib);
-  for (size_t i = 0; i < original.size(); i += 3) {
-    ASSERT_EQ(mapped[i], original[i] / 2);
-    ASSERT_EQ(mapped[i + 1], original[i + 1]);
-    ASSERT_EQ(mapped[i + 2], 0);
-  }
+  for (size_t i = 0; i < original.size(); i += 3)
+    ASSERT_EQ(std::vector<int>(&mapped[i], &mapped[i] + 3),
+              (std::vector<int>{original[i] / 2, original[i + 1], 0}));
   CDibEx palette;
-  palette.Create(CSize(2, 2), 8, 256, TRUE, 0);
+  palette.Create(CSize(3, 5), 8, 256, TRUE, 7);
   ASSERT_TRUE(palette.ChangeDensity(zero, identity, half));
-  EXPECT_EQ(TableOf(palette)[200].rgbRed, 0);
-  EXPECT_EQ(TableOf(palette)[200].rgbBlue, 100);
+  EXPECT_EQ(TableOf(palette)[200].rgbRed + TableOf(palette)[200].rgbBlue, 100);
   ASSERT_TRUE(palette.Reverse());
   EXPECT_EQ(TableOf(palette)[200].rgbGreen, 55);
   // A packed picture with a short table right before its pixels: the maps
@@ -301,29 +255,23 @@ TEST(DibExColour, ReverseAndDensity) {
   ASSERT_TRUE(three.Reverse());
   ASSERT_TRUE(three.ChangeDensity(zero, zero, zero));
   EXPECT_EQ(TableOf(three)[2].rgbGreen, 0);
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(three.m_imageBits[i], 7) << i;
+  EXPECT_EQ(packed[13], 0x07070707u);
   CDibEx sixteen;
   sixteen.Create(CSize(2, 2), 16, 0, FALSE, 0);
   EXPECT_FALSE(sixteen.ChangeDensity(zero, zero, zero));
-}
-
-TEST(DibExColour, HistogramAndRange) {
-  CDibEx dib;
+  // Histogram (padding not counted: 3 × 5 pixels) and ranges per channel.
+  int red[256], green[256], blue[256], mins[4], maxs[4];
+  ASSERT_TRUE(palette.Create(CSize(3, 5), 8, 256, TRUE, 7));
+  red[7] = 99;
+  ASSERT_TRUE(palette.GetHistgram(red, green, blue));
+  EXPECT_EQ(red[7] + blue[7], 30);
+  EXPECT_EQ(red[0], 0);
   dib.Create(CSize(1, 1), 24, 0, FALSE, 0);
   BYTE bgr[3] = {10, 20, 30};
   dib.SetPixel(bgr, CPoint(0, 0), 4);
-  int mins[4], maxs[4];
   ASSERT_TRUE(dib.GetDensityRange(mins, maxs));
   EXPECT_EQ(std::vector<int>(mins, mins + 4), (std::vector<int>{30, 20, 10, 10}));
   EXPECT_EQ(std::vector<int>(maxs, maxs + 4), (std::vector<int>{30, 20, 10, 30}));
-  CDibEx grey;
-  grey.Create(CSize(3, 5), 8, 256, TRUE, 7);
-  int red[256], green[256], blue[256];
-  red[7] = 99;
-  ASSERT_TRUE(grey.GetHistgram(red, green, blue));
-  EXPECT_EQ(red[7], 15);  // padding not counted: 3 × 5 pixels
-  EXPECT_EQ(blue[7], 15);
-  EXPECT_EQ(red[0], 0);
   CDibEx empty;
   EXPECT_FALSE(empty.GetHistgram(red, green, blue));
   EXPECT_EQ(red[7], 0);  // zeroed before the refusal
@@ -348,7 +296,7 @@ class DibExDraw : public ::testing::Test {
   CDibEx dib_;
 };
 
-TEST_F(DibExDraw, RowByRowMatchesOneBlit) {
+TEST_F(DibExDraw, RowByRowMatchesOneBlitAndFlipsWithoutAttributeContext) {
   ASSERT_TRUE(dib_.Draw2(&dc_, CPoint(1, 1), CSize(8, 6)));
   ASSERT_TRUE(dib_.Draw(&dc_, CPoint(20, 1), CSize(8, 6)));
   for (int y = 1; y < 7; ++y)
@@ -357,6 +305,12 @@ TEST_F(DibExDraw, RowByRowMatchesOneBlit) {
   EXPECT_EQ(fb_.At(1, 6), 0x0000FFu);
   EXPECT_EQ(fb_.At(8, 3), 0x00FF00u);
   EXPECT_EQ(dib_.m_infoHeader->biHeight, 2);  // header restored
+  // Without an attribute context the height is negative: upside down above y.
+  dc_.ReleaseAttribDC();
+  ASSERT_TRUE(dib_.Draw(&dc_, CPoint(30, 20), CSize(4, 2)));
+  EXPECT_EQ(fb_.At(30, 19), 0x0000FFu);
+  EXPECT_EQ(fb_.At(30, 20), 0xFF0000u);
+  EXPECT_EQ(fb_.At(33, 19), 0x00FF00u);
 }
 
 TEST_F(DibExDraw, PartOfTheImage) {

@@ -56,6 +56,19 @@ inline void Fill24(CDibEx& dib, int width, int height, uint32_t seed = 1) {
     }
 }
 
+// An 8-bit picture with distinct values, on the grey palette or a colour one.
+inline void Fill8(CDibEx& dib, int width, int height, bool grey = true) {
+  dib.Create(CSize(width, height), 8, 256, grey, 0);
+  auto* table = reinterpret_cast<RGBQUAD*>(dib.m_colorTable);
+  if (!grey)
+    for (int i = 0; i < 256; ++i) table[i] = RGBQUAD{BYTE(i), BYTE(255 - i), BYTE(i * 3), 0};
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      BYTE v = BYTE(x * 13 + y * 29 + (x * y) % 11);
+      dib.SetPixel(&v, CPoint(x, y), 3);
+    }
+}
+
 // A smooth 24-bit picture (what a camera sees), for lossy round trips.
 inline void FillSmooth24(CDibEx& dib, int width, int height) {
   dib.Create(CSize(width, height), 24, 0, FALSE, 0);
