@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "platform/faults.h"
 #include "platform/file.h"
@@ -27,6 +28,11 @@ CXYZ Point(
   return p;
 }
 
+// Every field of a point, to compare points in one check.
+std::tuple<std::wstring, double, double, double, std::wstring, int> Fields(const CXYZ& p) {
+  return {std::wstring(p.Name), p.X, p.Y, p.Z, std::wstring(p.Code), p.Num};
+}
+
 PointArray Points(std::initializer_list<CXYZ> list) {
   PointArray a;
   for (CXYZ p : list) a.Add(p);
@@ -44,17 +50,19 @@ TEST_F(PointFiles, CsvWriteGivesExactLinesAndAppendNeedsAnExistingFile) {
   EXPECT_EQ(GetDeviceFile(L"\\pts\\a.csv"),
             "P1,1.500000,-2.250000,1000.000000\nBM 2,0.000000,12345.678900,-0.500000\n");
 
+  // Appending needs an existing file; an empty array empties the file.
   PointArray one = Points({Point(L"A", 1, 2, 3)}), two = Points({Point(L"B", 4, 5, 6)}), none;
-  EXPECT_EQ(WriteCSVFile(L"\\x.csv", one, 1), 0);  // append to a missing file
-  EXPECT_FALSE(DeviceFileExists(L"\\x.csv"));
-  ASSERT_EQ(WriteCSVFile(L"\\x.csv", one, 0), 1);
-  ASSERT_EQ(WriteCSVFile(L"\\x.csv", two, 1), 1);
-  EXPECT_EQ(GetDeviceFile(L"\\x.csv"),
-            "A,1.000000,2.000000,3.000000\nB,4.000000,5.000000,6.000000\n");
-  ASSERT_EQ(WriteCSVFile(L"\\x.csv", two, 0), 1);
-  EXPECT_EQ(GetDeviceFile(L"\\x.csv"), "B,4.000000,5.000000,6.000000\n");
-  ASSERT_EQ(WriteCSVFile(L"\\x.csv", none, 0), 1);
-  EXPECT_EQ(GetDeviceFile(L"\\x.csv"), "");
+  const std::string a = "A,1.000000,2.000000,3.000000\n", b = "B,4.000000,5.000000,6.000000\n";
+  const struct {
+    PointArray& pts;
+    int append, result;
+    std::string file;
+  } steps[] = {
+      {one, 1, 0, "missing"}, {one, 0, 1, a}, {two, 1, 1, a + b}, {two, 0, 1, b}, {none, 0, 1, ""}};
+  for (const auto& step : steps) {
+    EXPECT_EQ(WriteCSVFile(L"\\x.csv", step.pts, step.append), step.result);
+    EXPECT_EQ(DeviceFileExists(L"\\x.csv") ? GetDeviceFile(L"\\x.csv") : "missing", step.file);
+  }
   EXPECT_EQ(boxes_.size(), 0u);
 }
 
@@ -73,27 +81,17 @@ TEST_F(PointFiles, CsvColumnsAreTrimmedAndOptional) {
                     "U,1,2,3");                           // no final line feed
   PointArray pts = Points({Point(L"stale", 9, 9, 9)});
   ASSERT_EQ(ReadCSVFile(L"\\c.csv", pts, 1), 1);
+  // The sixth column is the rest of the line ("5,extra,columns"); unreadable
+  // and missing numbers give 0.
+  const CXYZ expected[] = {Point(L"P1", 10.5, 20, 30),
+                           Point(L"Q", 1000, -0.25, 7, L"CODE 1", 42),
+                           Point(L"R", 1, 2, 3, L"C", 5),
+                           Point(L"S", 0, 0, 0),
+                           Point(L"T", 0, 0, 0),
+                           Point(L"V", 1, 2, 3),
+                           Point(L"U", 1, 2, 3)};
   ASSERT_EQ(pts.GetSize(), 7);
-  EXPECT_EQ(pts[0].Name, L"P1");
-  EXPECT_EQ(pts[0].X, 10.5);
-  EXPECT_EQ(pts[0].Z, 30);
-  EXPECT_TRUE(pts[0].Code.IsEmpty());
-  EXPECT_EQ(pts[1].Name, L"Q");
-  EXPECT_EQ(pts[1].X, 1000);
-  EXPECT_EQ(pts[1].Y, -0.25);
-  EXPECT_EQ(pts[1].Code, L"CODE 1");
-  EXPECT_EQ(pts[1].Num, 42);
-  // The sixth column is the rest of the line: "5,extra,columns".
-  EXPECT_EQ(pts[2].Code, L"C");
-  EXPECT_EQ(pts[2].Num, 5);
-  EXPECT_EQ(pts[3].Name, L"S");  // unreadable and missing numbers give 0
-  EXPECT_EQ(pts[3].X, 0);
-  EXPECT_EQ(pts[4].Name, L"T");
-  EXPECT_EQ(pts[5].Name, L"V");
-  EXPECT_EQ(pts[5].Z, 3);
-  EXPECT_TRUE(pts[5].Code.IsEmpty());
-  EXPECT_EQ(pts[6].Name, L"U");
-  EXPECT_EQ(pts[6].Z, 3);
+  for (int i = 0; i < 7; ++i) EXPECT_EQ(Fields(pts[i]), Fields(expected[i])) << i;
 }
 
 TEST_F(PointFiles, MissingFilesFailOrAreCreatedEmpty) {
@@ -129,40 +127,25 @@ TEST_F(PointFiles, CsvLineLimit) {
   EXPECT_EQ(CFile::OpenFiles(), 0);
 }
 
-TEST_F(PointFiles, NonAsciiNamesAreWrittenAsUtf8AndReadBack) {
+// Names are UTF-8 in the files; numbers keep a decimal point even under a
+// decimal-comma locale (when the machine has one).
+TEST_F(PointFiles, NonAsciiNamesAndDecimalPointsRoundTrip) {
+  testing_support::DecimalCommaLocale locale;
   const wchar_t* name = L"Punkt\u00E4\u6E2C\u70B9";
-  PointArray out = Points({Point(name, 1, 2, 3)});
+  PointArray out = Points({Point(name, 1.5, -2.25, 3.125)}), in;
   ASSERT_EQ(WriteCSVFile(L"\\u.csv", out, 0), 1);
   EXPECT_EQ(GetDeviceFile(L"\\u.csv"),
-            "Punkt\xC3\xA4\xE6\xB8\xAC\xE7\x82\xB9,1.000000,2.000000,3.000000\n");
-  PointArray in;
+            "Punkt\xC3\xA4\xE6\xB8\xAC\xE7\x82\xB9,1.500000,-2.250000,3.125000\n");
   ASSERT_EQ(ReadCSVFile(L"\\u.csv", in, 1), 1);
   ASSERT_EQ(in.GetSize(), 1);
-  EXPECT_EQ(in[0].Name, name);
-
+  EXPECT_EQ(Fields(in[0]), Fields(out[0]));
   CSize size(320, 240);
   ASSERT_EQ(WriteImcFile(L"\\u.imc", L"Bild\u00FC", size, out), 1);
   CKvoString title;
   ASSERT_EQ(ReadImcFile(L"\\u.imc", title, size, in, 1), 1);
   EXPECT_EQ(title, L"Bild\u00FC");
-  EXPECT_EQ(in[0].Name, name);
-}
-
-TEST_F(PointFiles, FilesKeepADecimalPointUnderADecimalCommaLocale) {
-  testing_support::DecimalCommaLocale locale;
-  if (!locale.active()) GTEST_SKIP() << "no decimal-comma locale available";
-  PointArray out = Points({Point(L"P", 1.5, -2.25, 3.125)});
-  ASSERT_EQ(WriteCSVFile(L"\\d.csv", out, 0), 1);
-  EXPECT_EQ(GetDeviceFile(L"\\d.csv"), "P,1.500000,-2.250000,3.125000\n");
-  PointArray in;
-  ASSERT_EQ(ReadCSVFile(L"\\d.csv", in, 1), 1);
-  ASSERT_EQ(in.GetSize(), 1);
-  EXPECT_EQ(in[0].Z, 3.125);
-  CSize size(640, 480);
-  ASSERT_EQ(WriteImcFile(L"\\d.imc", L"t", size, out), 1);
-  CKvoString title;
-  ASSERT_EQ(ReadImcFile(L"\\d.imc", title, size, in, 1), 1);
-  EXPECT_EQ(in[0].Y, -2.25);
+  EXPECT_EQ(Fields(in[0]), Fields(Point(name, 1.5, -2.25, 0)));
+  out[0].Name = L"P";
   ASSERT_EQ(ScanFileAdd(L"\\d.scn", out[0], L"n"), 1);
   EXPECT_EQ(GetDeviceFile(L"\\d.scn"), "P,1.500000,-2.250000,3.125000,,0,n\n");
 }
@@ -186,9 +169,7 @@ TEST_F(PointFiles, ImcWriteGivesExactLinesAndReadsBack) {
   EXPECT_EQ(title, L"title with blanks");
   EXPECT_EQ(got, CSize(640, 480));
   ASSERT_EQ(in.GetSize(), 2);
-  EXPECT_EQ(in[1].Name, L"B");
-  EXPECT_EQ(in[1].X, 0.0000000001);
-  EXPECT_EQ(in[1].Y, 1234567.125);
+  EXPECT_EQ(Fields(in[1]), Fields(Point(L"B", 0.0000000001, 1234567.125, 0)));
 }
 
 TEST_F(PointFiles, ImcCountSkipsUnnamedPointsButWalksOnlyThatMany) {
@@ -257,8 +238,7 @@ TEST_F(PointFiles, ScanRecordsAreAppendedAndReadAsPointFiles) {
   PointArray in;
   ASSERT_EQ(ReadCSVFile(L"\\s.txt", in, 1), 1);
   ASSERT_EQ(in.GetSize(), 6);
-  EXPECT_EQ(in[3].Code, L"CTRL");
-  EXPECT_EQ(in[3].Num, -12);
+  EXPECT_EQ(Fields(in[3]), Fields(Point(L"P3", 7, 8, 9, L"CTRL", -12)));
 
   CFile file;
   ASSERT_EQ(ScanFileOpen(&file, L"\\s.txt"), 1);

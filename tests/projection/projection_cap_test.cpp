@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <vector>
 
 #include "tests/support/matchers.h"
 
@@ -24,16 +25,6 @@ class Probe : public CProjection_Cap {
   using CProjection_Cap::ScrToNor;
 };
 
-TEST(ProjectionCap, FreshObjectIsIdentity) {
-  CProjection_Cap p;
-  ASSERT_EQ(p.BeginTrans(1), 1);
-  double sx = 9, sy = 9, sz = 9;
-  int visible = 0;
-  ASSERT_EQ(p.Transform(0.5, 0.5, 0.5, sx, sy, sz, visible), 1);
-  EXPECT_EQ(visible, 1);
-  EXPECT_THAT(CXYZ(sx, sy, sz), IsNearXYZ(0.0, 0.0, 0.5, 0.0));  // zero mapping values
-}
-
 TEST(ProjectionCap, FrustumIsTheStandardPerspectiveMatrix) {
   // glFrustum(l, r, b, t, n, f) written out by hand for l=-2, r=3, b=-1, t=1.5, n=1, f=10.
   const double l = -2, r = 3, b = -1, t = 1.5, n = 1, f = 10;
@@ -46,9 +37,7 @@ TEST(ProjectionCap, FrustumIsTheStandardPerspectiveMatrix) {
   CProjection_Cap p;
   p.SetPrjMatrix(l, r, t, b, n, f);  // note: top before bottom
   for (int i = 0; i < 16; ++i) EXPECT_DOUBLE_EQ(p.ProjMatrix[i], expected[i]) << i;
-  EXPECT_EQ(p.ScaleX, 2.5);
-  EXPECT_EQ(p.OffsetX, 0.5);
-  EXPECT_EQ(p.ScaleY, 1.25);
+  EXPECT_THAT(CXYZ(p.ScaleX, p.OffsetX, p.ScaleY), IsNearXYZ(2.5, 0.5, 1.25, 0.0));
   EXPECT_EQ(p.OffsetY, 0.25);
   // A point on the near plane's corner lands on the screen corner (r, t).
   ASSERT_EQ(p.BeginTrans(1), 1);
@@ -72,29 +61,26 @@ TEST(ProjectionCap, FrustumIsTheStandardPerspectiveMatrix) {
   EXPECT_NEAR(sz, 1.0, 1e-12);
   ASSERT_EQ(p.Transform(0, 0, 2, sx, sy, sz, visible), 1);
   EXPECT_EQ(visible, 0);
-}
-
-TEST(ProjectionCap, ZeroWIsRefused) {
-  CProjection_Cap p;
-  p.SetPrjMatrix(-1, 1, 1, -1, 1, 100);
-  p.BeginTrans(0);
-  double sx = 7, sy = 7, sz = 7;
-  int visible = 1;
+  // w = 0 (a point in the eye's plane) is refused, the outputs untouched.
+  sx = sy = sz = 7;
   EXPECT_EQ(p.Transform(0.3, 0.2, 0.0, sx, sy, sz, visible), 0);
   EXPECT_THAT(CXYZ(sx, sy, sz), IsNearXYZ(7, 7, 7, 0.0));
 }
 
 TEST(ProjectionCap, ModelOperationsPreMultiply) {
   CProjection_Cap p;
+  double sx, sy, sz;
+  int visible;
+  ASSERT_EQ(p.BeginTrans(1), 1);  // fresh: identity model, zero screen mapping
+  ASSERT_EQ(p.Transform(0.5, 0.5, 0.5, sx, sy, sz, visible), 1);
+  EXPECT_EQ(visible, 1);
+  EXPECT_THAT(CXYZ(sx, sy, sz), IsNearXYZ(0.0, 0.0, 0.5, 0.0));
   p.Translate(1, 0, 0);
   p.RotateZ(PI / 2);  // acts after the translation
   p.BeginTrans(0);
-  double sx, sy, sz;
-  int visible;
   p.ScaleX = p.ScaleY = 1;  // identity screen mapping
   ASSERT_EQ(p.Transform(0, 0, 0, sx, sy, sz, visible), 1);
-  EXPECT_NEAR(sx, 0, 1e-15);
-  EXPECT_NEAR(sy, 1, 1e-15);
+  EXPECT_THAT(CXYZ(sx, sy, sz), IsNearXYZ(0, 1, 0, 1e-15));
   // RotateX and RotateY by hand: (0, 1, 0) about X by 90° is (0, 0, 1);
   // (0, 0, 1) about Y by 90° is (1, 0, 0); then Scale(2, 3, 4).
   CProjection_Cap q;
@@ -134,12 +120,19 @@ TEST(ProjectionCap, SingularTransformKeepsTheOldInverse) {
   CProjection_Cap p;
   p.Translate(1, 2, 3);
   ASSERT_EQ(p.BeginTrans(1), 1);
-  double before[16];
-  for (int i = 0; i < 16; ++i) before[i] = p.InvMatrix[i];
+  const std::vector<double> before(p.InvMatrix, p.InvMatrix + 16);
   EXPECT_EQ(before[3], -1.0);
   p.Scale(1, 0, 1);
   EXPECT_EQ(p.BeginTrans(1), 0);
-  for (int i = 0; i < 16; ++i) EXPECT_EQ(p.InvMatrix[i], before[i]);
+  EXPECT_EQ(std::vector<double>(p.InvMatrix, p.InvMatrix + 16), before);
+  // Copies carry every matrix and the screen mapping.
+  p.SetPrjMatrix(-1, 1, 1, -1, 1, 10);
+  CProjection_Cap q(p), r;
+  r = p;
+  EXPECT_TRUE(std::equal(p.InvMatrix, p.InvMatrix + 16, q.InvMatrix));
+  EXPECT_TRUE(std::equal(p.TransMatrix, p.TransMatrix + 16, r.TransMatrix));
+  EXPECT_TRUE(std::equal(p.ModelMatrix, p.ModelMatrix + 16, r.ModelMatrix));
+  EXPECT_EQ(r.ScaleY, 1.0);
 }
 
 TEST(ProjectionCap, LuAndMatinvAgainstHandValues) {
@@ -148,11 +141,11 @@ TEST(ProjectionCap, LuAndMatinvAgainstHandValues) {
   // needing a row exchange for the zero first pivot.
   double a[9] = {0, 2, 1, 1, 1, 0, 3, 0, 1};
   double copy[9];
-  for (int i = 0; i < 9; ++i) copy[i] = a[i];
+  std::copy(a, a + 9, copy);
   int ip[3];
   EXPECT_NEAR(p.lu(3, copy, ip), -5.0, 1e-14);
   double inv[9];
-  for (int i = 0; i < 9; ++i) copy[i] = a[i];
+  std::copy(a, a + 9, copy);
   ASSERT_NEAR(p.matinv(3, copy, inv), -5.0, 1e-14);
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j) {
@@ -166,18 +159,6 @@ TEST(ProjectionCap, LuAndMatinvAgainstHandValues) {
   p.ScrToNor(1.0, 1.0, nx, ny);  // zero scale: (0, 0)
   EXPECT_EQ(nx, 0.0);
   EXPECT_EQ(ny, 0.0);
-}
-
-TEST(ProjectionCap, CopiesCarryEverything) {
-  CProjection_Cap p;
-  p.SetPrjMatrix(-1, 1, 1, -1, 1, 10);
-  p.Translate(0, 0, -5);
-  p.BeginTrans(1);
-  CProjection_Cap q(p), r;
-  r = p;
-  EXPECT_TRUE(std::equal(p.InvMatrix, p.InvMatrix + 16, q.InvMatrix));
-  EXPECT_TRUE(std::equal(p.TransMatrix, p.TransMatrix + 16, r.TransMatrix));
-  EXPECT_EQ(r.ScaleY, 1.0);
 }
 
 }  // namespace
