@@ -103,28 +103,6 @@ TEST_F(DcTest, RectangleOutlineAndFill) {
   EXPECT_EQ(fb_.At(32, 6), kBack);
 }
 
-// A 3 × 2 DIB in both row orders: the same picture.
-TEST_F(DcTest, StretchDibitsBothRowOrders) {
-  struct {
-    BITMAPINFOHEADER header;
-    RGBQUAD colors[4];
-  } info{{40, 3, 2, 1, 8, BI_RGB, 0, 0, 0, 4, 4},
-         {{0, 0, 255, 0}, {0, 255, 0, 0}, {255, 0, 0, 0}, {255, 255, 255, 0}}};
-  const BYTE bottomUp[8] = {3, 3, 0, 0, 0, 1, 2, 0}, topDown[8] = {0, 1, 2, 0, 3, 3, 0, 0};
-  auto* bmi = reinterpret_cast<BITMAPINFO*>(&info);
-  ASSERT_EQ(
-      StretchDIBits(dc_.m_hDC, 0, 0, 3, 2, 0, 0, 3, 2, bottomUp, bmi, DIB_RGB_COLORS, SRCCOPY), 2);
-  info.header.biHeight = -2;
-  ASSERT_EQ(StretchDIBits(dc_.m_hDC, 5, 0, 3, 2, 0, 0, 3, 2, topDown, bmi, DIB_RGB_COLORS, SRCCOPY),
-            2);
-  const uint32_t expected[2][3] = {{0xFF0000, 0x00FF00, 0x0000FF}, {0xFFFFFF, 0xFFFFFF, 0xFF0000}};
-  for (int y = 0; y < 2; ++y)
-    for (int x = 0; x < 3; ++x) {
-      EXPECT_EQ(fb_.At(10 + x, 5 + y), expected[y][x]) << x << "," << y;
-      EXPECT_EQ(fb_.At(15 + x, 5 + y), expected[y][x]) << x << "," << y;
-    }
-}
-
 TEST_F(DcTest, TextRendersInsideItsRectangle) {
   dc_.SetTextColor(RGB(255, 255, 0));
   dc_.SetBkMode(TRANSPARENT);
@@ -150,14 +128,6 @@ TEST_F(DcTest, TextRendersInsideItsRectangle) {
     EXPECT_NEAR(x, 30, 4);
     EXPECT_NEAR(y, 20, 8);
   }
-}
-
-TEST_F(DcTest, TrueColourDeviceCaps) {
-  EXPECT_EQ(dc_.GetDeviceCaps(BITSPIXEL), 32);
-  EXPECT_EQ(dc_.GetDeviceCaps(RASTERCAPS) & RC_PALETTE, 0);
-  EXPECT_EQ(CSize(dc_.GetDeviceCaps(HORZRES), dc_.GetDeviceCaps(VERTRES)), CSize(64, 48));
-  dc_.ReleaseAttribDC();  // nobody to ask
-  EXPECT_EQ(dc_.GetDeviceCaps(BITSPIXEL), 0);
 }
 
 TEST(DcPng, PilReadsTheScreenshot) {

@@ -8,48 +8,40 @@
 #include <atomic>
 #include <chrono>
 #include <thread>
+#include <tuple>
+#include <vector>
 
 #include "platform/handles.h"
 
 namespace {
 
-struct Seen {
-  DWORD code = 0;
-  void* in = nullptr;
-  DWORD inSize = 0;
-  void* out = nullptr;
-  DWORD outSize = 0;
-  DWORD* bytes = nullptr;
-  int calls = 0;
-  int closes = 0;
-};
-
+// A driver that records each request as (code, in, inSize, out, outSize, bytes).
+using Request = std::tuple<DWORD, void*, DWORD, void*, DWORD, DWORD*>;
 class RecordingDevice : public platform::devices::StreamDevice {
  public:
-  explicit RecordingDevice(Seen* seen) : seen_(seen) {}
+  RecordingDevice(std::vector<Request>* seen, int* closes) : seen_(seen), closes_(closes) {}
   BOOL IoControl(
       DWORD code, void* in, DWORD inSize, void* out, DWORD outSize, DWORD* bytes) override {
-    *seen_ = Seen{code, in, inSize, out, outSize, bytes, seen_->calls + 1, seen_->closes};
+    seen_->emplace_back(code, in, inSize, out, outSize, bytes);
     return code == 1 ? TRUE : FALSE;
   }
-  bool Close() override {
-    ++seen_->closes;
-    return true;
-  }
+  bool Close() override { return ++*closes_ > 0; }
 
  private:
-  Seen* seen_;
+  std::vector<Request>* seen_;
+  int* closes_;
 };
 
 class StreamDeviceTest : public ::testing::Test {
  protected:
   void TearDown() override { platform::devices::UnregisterStreamDriver(L"TST1:"); }
-  Seen seen_;
 };
 
 TEST_F(StreamDeviceTest, RequestsReachTheDriverUnchangedAndCloseOnce) {
-  platform::devices::RegisterStreamDriver(L"TST1:", [this](DWORD, DWORD) {
-    return platform::devices::OpenResult{std::make_shared<RecordingDevice>(&seen_)};
+  std::vector<Request> seen;
+  int closes = 0;
+  platform::devices::RegisterStreamDriver(L"TST1:", [&](DWORD, DWORD) {
+    return platform::devices::OpenResult{std::make_shared<RecordingDevice>(&seen, &closes)};
   });
   const long before = platform::LiveHandles();
   HANDLE h =
@@ -58,16 +50,14 @@ TEST_F(StreamDeviceTest, RequestsReachTheDriverUnchangedAndCloseOnce) {
   char in[4], out[8];
   DWORD slot = 0;
   EXPECT_TRUE(DeviceIoControl(h, 1, in, 0, out, 7, &slot, nullptr));
-  // A size of 0 with a real pointer stays so.
-  EXPECT_TRUE(seen_.code == 1 && seen_.in == in && seen_.inSize == 0 && seen_.out == out &&
-              seen_.outSize == 7 && seen_.bytes == &slot);
   EXPECT_FALSE(DeviceIoControl(h, 2, nullptr, 1, nullptr, 0, nullptr, nullptr));
-  EXPECT_EQ(seen_.inSize, 1u);
-  EXPECT_EQ(seen_.in, nullptr);
-  EXPECT_EQ(seen_.calls, 2);
+  // A size of 0 with a real pointer stays so, and a size with none.
+  EXPECT_EQ(
+      seen,
+      (std::vector<Request>{{1, in, 0, out, 7, &slot}, {2, nullptr, 1, nullptr, 0, nullptr}}));
   EXPECT_TRUE(CloseHandle(h));
   EXPECT_FALSE(CloseHandle(h));
-  EXPECT_EQ(seen_.closes, 1);
+  EXPECT_EQ(closes, 1);
   EXPECT_EQ(platform::LiveHandles(), before);
 }
 
@@ -88,20 +78,39 @@ TEST_F(StreamDeviceTest, MissingOrRefusedOpenGivesInvalidOrNullHandle) {
   EXPECT_EQ(CreateFileW(L"TST1:", 0, 0, nullptr, OPEN_EXISTING, 0, nullptr), nullptr);
 }
 
-TEST(EventTest, AutoAndManualReset) {
+// Auto reset wakes one wait; manual reset stays signalled; the wait hook
+// runs only when a wait would block.
+TEST(EventTest, ResetModesAndTheWaitHook) {
   HANDLE e = CreateEventW(nullptr, FALSE, TRUE, nullptr);
-  EXPECT_EQ(WaitForSingleObject(e, INFINITE), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(e, 5), WAIT_TIMEOUT);
-  EXPECT_TRUE(SetEvent(e));
-  EXPECT_EQ(WaitForSingleObject(e, 0), WAIT_OBJECT_0);
-  EXPECT_TRUE(CloseHandle(e));
-  EXPECT_EQ(WaitForSingleObject(e, 0), WAIT_FAILED);
-  EXPECT_FALSE(SetEvent(e));
   HANDLE manual = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_TIMEOUT);
+  int hooks = 0;
+  ASSERT_TRUE(platform::devices::SetEventWaitHook(e, [&] {
+    ++hooks;
+    SetEvent(e);
+  }));
+  std::vector<DWORD> waits{WaitForSingleObject(e, INFINITE), WaitForSingleObject(e, INFINITE)};
+  EXPECT_EQ(hooks, 1);
+  platform::devices::SetEventWaitHook(e, nullptr);
+  waits.push_back(WaitForSingleObject(e, 5));
+  SetEvent(e);
+  waits.push_back(WaitForSingleObject(e, 0));
+  waits.push_back(WaitForSingleObject(manual, 0));
   SetEvent(manual);
-  EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(manual, 0), WAIT_OBJECT_0);
+  waits.push_back(WaitForSingleObject(manual, 0));
+  waits.push_back(WaitForSingleObject(manual, 0));
+  EXPECT_TRUE(CloseHandle(e));
+  waits.push_back(WaitForSingleObject(e, 0));
+  EXPECT_EQ(waits,
+            (std::vector<DWORD>{WAIT_OBJECT_0,
+                                WAIT_OBJECT_0,
+                                WAIT_TIMEOUT,
+                                WAIT_OBJECT_0,
+                                WAIT_TIMEOUT,
+                                WAIT_OBJECT_0,
+                                WAIT_OBJECT_0,
+                                WAIT_FAILED}));
+  EXPECT_FALSE(SetEvent(e));
+  EXPECT_FALSE(platform::devices::SetEventWaitHook(e, nullptr));
   CloseHandle(manual);
 }
 
@@ -118,25 +127,6 @@ TEST(EventTest, InfiniteWaitBlocksUntilAnotherThreadSignals) {
   waiter.join();
   EXPECT_FALSE(woke_early.load());
   CloseHandle(e);
-}
-
-TEST(EventTest, WaitHookRunsOnlyWhenTheWaitWouldBlock) {
-  HANDLE e = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-  int hooks = 0;
-  ASSERT_TRUE(platform::devices::SetEventWaitHook(e, [&] {
-    ++hooks;
-    SetEvent(e);
-  }));
-  EXPECT_EQ(WaitForSingleObject(e, INFINITE), WAIT_OBJECT_0);
-  EXPECT_EQ(hooks, 1);
-  SetEvent(e);
-  EXPECT_EQ(WaitForSingleObject(e, INFINITE), WAIT_OBJECT_0);
-  EXPECT_EQ(hooks, 1);  // already signalled: no hook
-  platform::devices::SetEventWaitHook(e, nullptr);
-  EXPECT_EQ(WaitForSingleObject(e, 1), WAIT_TIMEOUT);
-  EXPECT_EQ(hooks, 1);
-  CloseHandle(e);
-  EXPECT_FALSE(platform::devices::SetEventWaitHook(e, nullptr));
 }
 
 }  // namespace
