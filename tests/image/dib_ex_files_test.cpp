@@ -1,5 +1,5 @@
-// JPEG files through "JPEG_LIB.dll": quality checked with djpeg, the scale
-// denominators, and the library without the module.
+// JPEG files through "JPEG_LIB.dll": quality checked with djpeg and PIL, and
+// the scale denominators of large pictures.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -78,12 +78,8 @@ TEST_F(JpegTest, LargePicturesAreReadScaledDown) {
     CString path(L"\\big.jpg");
     ASSERT_TRUE(dib.WriteJPEG(path));
     CDibEx back;
-    if (c.readWidth == 0) {
-      EXPECT_FALSE(back.ReadJPEG(path));
-      EXPECT_EQ(back.m_infoHeader, nullptr);
-      continue;
-    }
-    ASSERT_TRUE(back.ReadJPEG(path)) << c.width;
+    ASSERT_EQ(back.ReadJPEG(path), c.readWidth ? TRUE : FALSE) << c.width;
+    if (!c.readWidth) continue;  // too wide for any scale
     EXPECT_EQ(back.GetDimensions(), CSize(c.readWidth, c.readHeight));
     EXPECT_EQ(back.GetSizeImage(), int(back.GetByteWidth()) * c.readHeight);
     BYTE p[3];
@@ -92,19 +88,13 @@ TEST_F(JpegTest, LargePicturesAreReadScaledDown) {
   }
 }
 
-TEST_F(JpegTest, FailuresReturnFalse) {
+TEST_F(JpegTest, NothingToWriteOrNoFileToReadFails) {
   CDibEx empty, dib;
-  CString path(L"\\f.jpg");
+  CString path(L"\\f.jpg"), missing(L"\\missing.jpg");
   EXPECT_FALSE(empty.WriteJPEG(path));
-  CString missing(L"\\missing.jpg");
+  EXPECT_FALSE(DeviceFileExists(L"\\f.jpg"));
   EXPECT_FALSE(dib.ReadJPEG(missing));
   EXPECT_EQ(dib.m_infoHeader, nullptr);
-  WriteHostFile(Path("junk.jpg"), std::string("\xFF\xD8\xFF\xE0 not really a jpeg"));
-  CString junk(L"\\junk.jpg");
-  EXPECT_FALSE(dib.ReadJPEG(junk));
-  CString dir(L"\\no\\such\\dir\\x.jpg");
-  image_test::FillSmooth24(dib, 8, 8);
-  EXPECT_FALSE(dib.WriteJPEG(dir));
 }
 
 }  // namespace

@@ -32,25 +32,27 @@ class DibTest : public testing_support::DeviceTest {
   }
 };
 
-std::string BmpBytes(int width, int height, int bits, DWORD clrUsed = 0, DWORD offBitsDelta = 0) {
+std::string BmpBytes(int width, int height, int bits, DWORD clrUsed = 0) {
   CDibEx dib;
   dib.Create(CSize(width, height), bits, int(clrUsed ? clrUsed : 256), bits == 8 && !clrUsed, 7);
   std::string out(14 + dib.GetSizeHeader() + dib.GetSizeImage(), '\0');
-  BITMAPFILEHEADER fh{0x4D42, 0, 0, 0, DWORD(14 + dib.GetSizeHeader()) + offBitsDelta};
+  BITMAPFILEHEADER fh{0x4D42, 0, 0, 0, DWORD(14 + dib.GetSizeHeader())};
   std::memcpy(out.data(), &fh, 14);
   std::memcpy(out.data() + 14, dib.m_infoHeader, dib.GetSizeHeader());
   std::memcpy(out.data() + 14 + dib.GetSizeHeader(), dib.m_imageBits, dib.GetSizeImage());
   return out;
 }
 
-// Edits the information header of a BMP file image (copied out and back:
-// the header is not 4-byte aligned in the file).
-template <class Edit>
-void EditInfo(std::string& bytes, Edit edit) {
-  BITMAPINFOHEADER h;
-  std::memcpy(&h, bytes.data() + 14, sizeof h);
-  edit(h);
-  std::memcpy(bytes.data() + 14, &h, sizeof h);
+// Offsets of header fields in a BMP file, and a field written at one.
+enum : int { kOffBits = 10, kSize = 14, kWidth = 18, kHeight = 22, kBits = 28 };
+enum : int { kCompression = 30, kSizeImage = 34, kClrUsed = 46 };
+struct Field {
+  int at;
+  uint32_t value;
+  int bytes = 4;
+};
+void Patch(std::string& bytes, const std::vector<Field>& fields) {
+  for (const Field& f : fields) std::memcpy(bytes.data() + f.at, &f.value, size_t(f.bytes));
 }
 
 // The packed DIB (header, table, pixels) of a BMP file, 4-byte aligned.
@@ -242,10 +244,7 @@ TEST_F(DibTest, Rle8RowsAreDecodedBottomUp) {
       "\0\1",  // top row: F F F F
       22);
   bytes.replace(bytes.size() - 12, 12, runs);
-  EditInfo(bytes, [](BITMAPINFOHEADER& h) {
-    h.biCompression = BI_RLE8;
-    h.biSizeImage = 22;
-  });
+  Patch(bytes, {{kCompression, BI_RLE8}, {kSizeImage, 22}});
   CDib dib;
   ASSERT_TRUE(ReadBytes(dib, bytes));
   EXPECT_EQ(dib.m_infoHeader->biCompression, BI_RGB);
@@ -260,20 +259,6 @@ TEST_F(DibTest, Rle8RowsAreDecodedBottomUp) {
 // sanitizer build checks the "without" part). Each case writes fields of a
 // good file (offsets in the file: the information header starts at 14).
 TEST_F(DibTest, MalformedHeadersAreRefused) {
-  enum : int {
-    kOffBits = 10,
-    kSize = 14,
-    kWidth = 18,
-    kHeight = 22,
-    kBits = 28,
-    kCompression = 30
-  };
-  enum : int { kSizeImage = 34, kClrUsed = 46 };
-  struct Field {
-    int at;
-    uint32_t value;
-    int bytes = 4;
-  };
   struct Case {
     const char* what;
     std::string file;
@@ -317,7 +302,7 @@ TEST_F(DibTest, MalformedHeadersAreRefused) {
   EXPECT_EQ(filled.m_infoHeader, nullptr);
   for (const Case& c : cases) {
     std::string bytes = c.file.substr(0, c.file.size() - c.cut);
-    for (const Field& f : c.fields) std::memcpy(bytes.data() + f.at, &f.value, size_t(f.bytes));
+    Patch(bytes, c.fields);
     CDib dib;
     boxes_.clear();
     EXPECT_EQ(ReadBytes(dib, bytes), FALSE) << c.what;
