@@ -61,23 +61,6 @@ TEST_F(StreamDeviceTest, RequestsReachTheDriverUnchangedAndCloseOnce) {
   EXPECT_EQ(platform::LiveHandles(), before);
 }
 
-TEST_F(StreamDeviceTest, MissingOrRefusedOpenGivesInvalidOrNullHandle) {
-  platform::SetLastErrorCode(0);
-  EXPECT_EQ(CreateFileW(L"NOPE9:", GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr),
-            INVALID_HANDLE_VALUE);
-  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
-  EXPECT_FALSE(DeviceIoControl(INVALID_HANDLE_VALUE, 1, nullptr, 0, nullptr, 0, nullptr, nullptr));
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-  bool null_handle = false;
-  platform::devices::RegisterStreamDriver(L"TST1:", [&](DWORD, DWORD) {
-    return platform::devices::OpenResult{nullptr, ERROR_ACCESS_DENIED, null_handle};
-  });
-  EXPECT_EQ(CreateFileW(L"TST1:", 0, 0, nullptr, OPEN_EXISTING, 0, nullptr), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
-  null_handle = true;
-  EXPECT_EQ(CreateFileW(L"TST1:", 0, 0, nullptr, OPEN_EXISTING, 0, nullptr), nullptr);
-}
-
 // Auto reset wakes one wait; manual reset stays signalled; the wait hook
 // runs only when a wait would block.
 TEST(EventTest, ResetModesAndTheWaitHook) {

@@ -89,18 +89,13 @@ TEST_F(SafeFileTest, AppendAndUpdateOpenTheFileItself) {
   update.Close();  // closing keeps what was written in place
   EXPECT_EQ(GetDeviceFile(L"\\log.txt"), "Xbcd");
   EXPECT_EQ(Entries(), 1);
-}
-
-TEST_F(SafeFileTest, ReopeningAbandonsTheEarlierSave) {
-  PutDeviceFile(L"\\a.txt", "old");
-  SafeFile file;
-  ASSERT_TRUE(file.Open(L"\\a.txt", CFile::modeCreate | CFile::modeWrite));
-  file.Write("first", 5);
-  ASSERT_TRUE(file.Open(L"\\b.txt", CFile::modeCreate | CFile::modeWrite));
-  EXPECT_FALSE(DeviceFileExists(L"\\a.txt.tmp~"));
-  file.Write("second", 6);
-  EXPECT_TRUE(file.Commit());
-  EXPECT_EQ(GetDeviceFile(L"\\a.txt"), "old");
+  // Opening again abandons the earlier save.
+  ASSERT_TRUE(update.Open(L"\\a.txt", CFile::modeCreate | CFile::modeWrite));
+  update.Write("first", 5);
+  ASSERT_TRUE(update.Open(L"\\b.txt", CFile::modeCreate | CFile::modeWrite));
+  update.Write("second", 6);
+  EXPECT_TRUE(update.Commit());
+  EXPECT_FALSE(DeviceFileExists(L"\\a.txt"));
   EXPECT_EQ(GetDeviceFile(L"\\b.txt"), "second");
 }
 
