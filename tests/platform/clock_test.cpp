@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <vector>
 
 namespace {
 
@@ -23,10 +24,8 @@ TEST(Calendar, HandWorkedDays) {
 TEST(Calendar, EveryDayRoundTripsAndFollowsTheDayBefore) {
   const int64_t first = DaysFromCivil(1601, 1, 1), last = DaysFromCivil(9999, 12, 31);
   SYSTEMTIME before = ToSystemTime(first * 86400000 - 1);
-  EXPECT_EQ(before.wYear, 1600);
-  EXPECT_EQ(before.wMonth, 12);
-  EXPECT_EQ(before.wDay, 31);
-  EXPECT_EQ(before.wSecond, 59);
+  EXPECT_EQ((std::vector<int>{before.wYear, before.wMonth, before.wDay, before.wSecond}),
+            (std::vector<int>{1600, 12, 31, 59}));
   EXPECT_EQ(before.wMilliseconds, 999);
   for (int64_t day = first; day <= last; ++day) {
     const SYSTEMTIME t = ToSystemTime(day * 86400000 + 3723004);  // 01:02:03.004

@@ -7,8 +7,6 @@
 #include <filesystem>
 #include <set>
 
-#include "platform/paint_dc.h"
-
 namespace {
 
 constexpr uint32_t kBack = 0x101010;
@@ -101,24 +99,6 @@ TEST_F(DcTest, RectangleOutlineAndFill) {
   ASSERT_TRUE(dc_.PatBlt(20, 1, 2, 2, PATCOPY));
   EXPECT_EQ(fb_.At(30, 6) + fb_.At(31, 7), 2 * 0x000080u);
   EXPECT_EQ(fb_.At(32, 6), kBack);
-}
-
-TEST_F(DcTest, TextRendersInsideItsRectangle) {
-  dc_.SetTextColor(RGB(255, 255, 0));
-  dc_.SetBkMode(TRANSPARENT);
-  RECT rect{2, 2, 38, 20};
-  ASSERT_GT(dc_.DrawText(L"Hig", -1, &rect, DT_LEFT | DT_TOP), 0);
-  int exact = 0;
-  for (auto [x, y] : Changed()) {
-    ASSERT_TRUE(x >= 12 && x < 48 && y >= 7 && y < 25) << x << "," << y;
-    if (fb_.At(x, y) == 0xFFFF00u) ++exact;
-  }
-  EXPECT_GT(exact, 5);
-  // Opaque: the text cell takes the background colour (white).
-  fb_.Resize(64, 48, kBack);
-  dc_.SetBkMode(OPAQUE);
-  dc_.TextOut(0, 0, L"W", 1);
-  EXPECT_EQ(fb_.At(10, 5), 0xFFFFFFu);
 }
 
 TEST(DcPng, PilReadsTheScreenshot) {

@@ -16,21 +16,19 @@ class RegistryTest : public DeviceTest {
  protected:
   void Store(const std::string& text) { PutDeviceFile(L"\\registry.txt", text); }
 
-  // Opens key under HKLM and reads a string value; the error code otherwise.
-  LONG Query(const wchar_t* key, const wchar_t* name, std::wstring* value) {
+  // A string value under HKLM, or "error N".
+  std::wstring Query(const wchar_t* key, const wchar_t* name) {
     HKEY h = nullptr;
     LONG rc = RegOpenKeyExW(HKEY_LOCAL_MACHINE, key, 0, KEY_READ, &h);
-    if (rc != ERROR_SUCCESS) return rc;
     wchar_t buffer[64] = {};
-    DWORD size = DWORD(std::size(buffer)) * platform::registry::kCharBytes;
-    DWORD type = 0;
-    rc = RegQueryValueExW(h, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
-    EXPECT_EQ(RegCloseKey(h), ERROR_SUCCESS);
+    DWORD size = DWORD(std::size(buffer)) * platform::registry::kCharBytes, type = 0;
     if (rc == ERROR_SUCCESS) {
-      EXPECT_EQ(type, REG_SZ);
-      *value = buffer;
+      rc = RegQueryValueExW(h, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
+      EXPECT_EQ(RegCloseKey(h), ERROR_SUCCESS);
     }
-    return rc;
+    if (rc != ERROR_SUCCESS) return L"error " + std::to_wstring(rc);
+    EXPECT_EQ(type, REG_SZ);
+    return buffer;
   }
 };
 
@@ -44,20 +42,16 @@ constexpr char kStore[] =
     "@=\"CAP\"\n";
 
 TEST_F(RegistryTest, ReadsKeysAsTheDeviceStoresThem) {
-  std::wstring value;
-  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value),
-            LONG(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder"), L"error 2");  // no store
   Store(kStore);
-  EXPECT_EQ(Query(L"\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
-  EXPECT_EQ(value, L"\\Storage Card");
+  EXPECT_EQ(Query(L"\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder"), L"\\Storage Card");
   // Key and value names ignore case; the long root name is the same root.
-  EXPECT_EQ(Query(L"system\\qz7minit\\MEMORY", L"pcmciafolder", &value), ERROR_SUCCESS);
-  EXPECT_EQ(Query(L"Drivers\\Capture", L"", &value), ERROR_SUCCESS);
-  EXPECT_EQ(value, L"CAP");
+  EXPECT_EQ(Query(L"system\\qz7minit\\MEMORY", L"pcmciafolder"), L"\\Storage Card");
+  EXPECT_EQ(Query(L"Drivers\\Capture", L""), L"CAP");
   EXPECT_EQ(platform::registry::OpenKeys(), 0);
   // A parent of a stored key holds no values; a prefix of a name is no key.
   for (const wchar_t* key : {L"SYSTEM\\QZ7mInit\\Other", L"SYSTEM\\QZ7mInit", L"SYSTEM\\QZ7"})
-    EXPECT_EQ(Query(key, L"PCMCIAFolder", &value), LONG(ERROR_FILE_NOT_FOUND)) << key;
+    EXPECT_EQ(Query(key, L"PCMCIAFolder"), L"error 2") << key;
   HKEY h = nullptr;
   EXPECT_NE(RegOpenKeyExW(reinterpret_cast<HKEY>(uintptr_t{0x1234}), L"SYSTEM", 0, KEY_READ, &h),
             ERROR_SUCCESS);
@@ -104,11 +98,9 @@ TEST_F(RegistryTest, MalformedLinesAreSkippedAndGoodOnesKept) {
                     "[HKLM\\SYSTEM\\QZ7mInit\\Memory]\n"
                     "garbage without quotes\n\"Bad\"=dword:xyz\n") +
         std::string(5000, 'z') + "\n\"PCMCIAFolder\"=\"\\SD \"quoted\" card\"\n");
-  std::wstring value;
-  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
-  EXPECT_EQ(value, L"\\SD \"quoted\" card");
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder"), L"\\SD \"quoted\" card");
   for (const wchar_t* name : {L"Lost", L"Orphan", L"Bad"})
-    EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", name, &value), LONG(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", name), L"error 2") << name;
 }
 
 TEST_F(RegistryTest, SetStringWritesAStoreThatReadsBack) {
@@ -122,9 +114,7 @@ TEST_F(RegistryTest, SetStringWritesAStoreThatReadsBack) {
   std::string text = GetDeviceFile(L"\\registry.txt");
   EXPECT_NE(text.find("[HKLM\\SYSTEM\\QZ7mInit\\Memory]"), std::string::npos) << text;
   EXPECT_NE(text.find("\"Level\"=\"7\""), std::string::npos) << text;
-  std::wstring value;
-  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", &value), ERROR_SUCCESS);
-  EXPECT_EQ(value, L"\\Karte ä");
+  EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder"), L"\\Karte ä");
   // Formatting and parsing again gives the same store.
   auto store = platform::registry::ParseStore(text);
   EXPECT_EQ(platform::registry::FormatStore(store), text);

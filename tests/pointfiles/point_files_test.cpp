@@ -1,8 +1,5 @@
-// Point files: exact bytes written, read-back round trips in a temporary
-// device root, the column rules of the comma-separated reader, the count
-// quirk of the image-coordinate writer, scan-file appends, which open
-// failures are shown, malformed input, non-ASCII names and a decimal-comma
-// locale. Platform calls failing part-way are drilled in tests/faults/.
+// Point files: exact bytes written, round trips, the reader's column rules,
+// the image-coordinate count quirk, scan appends and malformed input.
 #include "pointfiles/point_files.h"
 
 #include <gtest/gtest.h>
@@ -178,12 +175,12 @@ TEST_F(PointFiles, ImcCountSkipsUnnamedPointsButWalksOnlyThatMany) {
   ASSERT_EQ(WriteImcFile(L"\\q.imc", L"t", size, pts), 1);
   EXPECT_EQ(GetDeviceFile(L"\\q.imc"),
             "t\n10 20\n2\nA         2.0000000000         2.0000000000\n0\n");
-  // Read back, that file claims two points but holds one.
+  // Read back, that file claims two points but holds one: "0" reads as point 2.
   CKvoString title;
   PointArray in;
-  EXPECT_EQ(ReadImcFile(L"\\q.imc", title, size, in, 1), 1);  // "0" reads as point 2
+  EXPECT_EQ(ReadImcFile(L"\\q.imc", title, size, in, 1), 1);
   ASSERT_EQ(in.GetSize(), 2);
-  EXPECT_EQ(in[1].Name, L"0");
+  EXPECT_EQ(Fields(in[1]), Fields(Point(L"0", 0, 0, 0)));
 }
 
 TEST_F(PointFiles, ImcShortOrBrokenFilesFail) {
@@ -244,8 +241,6 @@ TEST_F(PointFiles, ScanRecordsAreAppendedAndReadAsPointFiles) {
   ASSERT_EQ(ScanFileOpen(&file, L"\\s.txt"), 1);
   EXPECT_EQ(file.GetPosition(), GetDeviceFile(L"\\s.txt").size());
   EXPECT_EQ(ScanFileClose(&file), 1);
-  EXPECT_FALSE(file.IsOpen());
-  EXPECT_EQ(boxes_.size(), 0u);
   EXPECT_EQ(CFile::OpenFiles(), 0);
 }
 
@@ -274,11 +269,8 @@ TEST_F(PointFiles, OnlyRefusedOpensAreShown) {
     boxes_.clear();
     platform::fault::Arm("file.open", 0, 1, cause);
     EXPECT_EQ(WriteCSVFile(L"\\busy.csv", pts, 0), 0);
-    ASSERT_EQ(boxes_.size(), shown);
-    if (shown) {
-      EXPECT_NE(boxes_.LastText().find(L"\\busy.csv\n"), std::wstring::npos);
-      EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
-    }
+    EXPECT_EQ(boxes_.size(), shown);
+    EXPECT_EQ(boxes_.LastText().find(L"\\busy.csv\n") != std::wstring::npos, shown == 1);
     boxes_.clear();
     platform::fault::Arm("file.open", 0, 1, cause);
     EXPECT_EQ(ScanFileAdd(L"\\s.txt", pts), 0);
@@ -293,15 +285,12 @@ TEST_F(PointFiles, NullOrEmptyPathsFailAtOnce) {
   CSize size;
   CFile file;
   for (const wchar_t* path : {static_cast<const wchar_t*>(nullptr), L""}) {
-    EXPECT_EQ(WriteCSVFile(path, pts, 0), 0);
-    EXPECT_EQ(ReadCSVFile(path, pts, 0), 0);
-    EXPECT_EQ(WriteImcFile(path, L"t", size, pts), 0);
-    EXPECT_EQ(ReadImcFile(path, text, size, pts, 0), 0);
-    EXPECT_EQ(ScanFileOpen(&file, path), 0);
-    EXPECT_EQ(ScanFileAdd(path, pts[0]), 0);
-    EXPECT_EQ(ScanFileAdd(path, pts[0], L"n"), 0);
-    EXPECT_EQ(ScanFileAdd(path, pts), 0);
-    EXPECT_EQ(EditFileName(path, text), 0);
+    EXPECT_EQ(WriteCSVFile(path, pts, 0) + ReadCSVFile(path, pts, 0) +
+                  WriteImcFile(path, L"t", size, pts) + ReadImcFile(path, text, size, pts, 0) +
+                  ScanFileOpen(&file, path) + ScanFileAdd(path, pts[0]) +
+                  ScanFileAdd(path, pts[0], L"n") + ScanFileAdd(path, pts) +
+                  EditFileName(path, text),
+              0);
   }
   EXPECT_EQ(pts.GetSize(), 1);  // not emptied
   EXPECT_EQ(text, L"keep");
