@@ -150,23 +150,6 @@ constexpr char kPilToRgb[] =
     "import sys\nfrom PIL import Image\nim = Image.open(sys.argv[1])\n"
     "open(sys.argv[2], \"wb\").write(im.convert(\"RGB\").tobytes())";
 
-// Our files as PIL reads them: same pixels.
-TEST_F(DibTest, PilReadsOurBmps) {
-  for (int kind : {24, 8, 0}) {  // 0: 8-bit on a colour palette
-    CDibEx dib;
-    if (kind == 24)
-      image_test::Fill24(dib, 7, 5);
-    else
-      image_test::Fill8(dib, 13 - kind, 4 + kind / 4, kind == 8);
-    dib.MakePalette();
-    CString path(L"\\ours.bmp");
-    ASSERT_TRUE(dib.WriteBMP(path));
-    ASSERT_TRUE(RunPil(kPilToRgb, {Path("ours.bmp"), Path("ours.rgb")}));
-    const auto expected = image_test::RgbOf(dib);
-    EXPECT_EQ(ReadAll(Path("ours.rgb")), std::string(expected.begin(), expected.end())) << kind;
-  }
-}
-
 // A BMP file as another program writes it (tests/image/foreign_bmp.py with
 // the writer, the picture and the writer's options) reads with every pixel
 // as that program reads it back, into the header and rows the library keeps;
