@@ -114,22 +114,22 @@ TEST(DibExPixels, TopDownCoordinatesOverBottomUpRows) {
 TEST(DibExPixels, RectangleRoundTrip) {
   CDibEx dib, other;
   image_test::Fill24(dib, 9, 7);
-  const CRect rc(2, 1, 7, 5);
+  const CRect rc(4, 1, 9, 7);  // up to the right and bottom edges
   std::vector<BYTE> all(rc.Width() * rc.Height() * 3), red(rc.Width() * rc.Height());
   ASSERT_TRUE(dib.PicupImage(all.data(), rc, 4));
   ASSERT_TRUE(dib.PicupImage(red.data(), rc, 0));
   for (size_t i = 0; i < red.size(); ++i) EXPECT_EQ(red[i], all[3 * i + 2]);
   BYTE p[3];
-  dib.GetPixel(p, CPoint(3, 2), 4);
-  EXPECT_EQ(0, std::memcmp(p, &all[(1 * 5 + 1) * 3], 3));  // (3,2) is row 1, column 1 of rc
+  dib.GetPixel(p, CPoint(5, 2), 4);
+  EXPECT_EQ(0, std::memcmp(p, &all[(1 * 5 + 1) * 3], 3));  // (5,2) is row 1, column 1 of rc
   other.Create(CSize(9, 7), 24, 0, FALSE, 0);
   ASSERT_TRUE(other.ReplaceImage(all.data(), rc, 4));
   std::vector<BYTE> back(all.size());
   other.PicupImage(back.data(), rc, 4);
   EXPECT_EQ(back, all);
-  EXPECT_FALSE(other.ReplaceImage(all.data(), rc, 3) ||
-               other.PicupImage(all.data(), CRect(2, 2, 2, 5), 4) ||
-               other.PicupImage(all.data(), rc, 5));
+  EXPECT_FALSE(
+      other.ReplaceImage(all.data(), rc, 3) || other.PicupImage(all.data(), CRect(2, 2, 2, 5), 4) ||
+      other.PicupImage(all.data(), CRect(5, 1, 10, 7), 4) || other.PicupImage(all.data(), rc, 5));
 }
 
 TEST(DibExThumbnail, BoxMeansMatchNaiveReference) {
