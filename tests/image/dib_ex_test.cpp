@@ -114,14 +114,14 @@ TEST(DibExPixels, TopDownCoordinatesOverBottomUpRows) {
 TEST(DibExPixels, RectangleRoundTrip) {
   CDibEx dib, other;
   image_test::Fill24(dib, 9, 7);
-  const CRect rc(4, 1, 9, 7);  // up to the right and bottom edges
+  const CRect rc(4, 0, 9, 7);  // from the top to the right and bottom edges
   std::vector<BYTE> all(rc.Width() * rc.Height() * 3), red(rc.Width() * rc.Height());
   ASSERT_TRUE(dib.PicupImage(all.data(), rc, 4));
   ASSERT_TRUE(dib.PicupImage(red.data(), rc, 0));
   for (size_t i = 0; i < red.size(); ++i) EXPECT_EQ(red[i], all[3 * i + 2]);
   BYTE p[3];
   dib.GetPixel(p, CPoint(5, 2), 4);
-  EXPECT_EQ(0, std::memcmp(p, &all[(1 * 5 + 1) * 3], 3));  // (5,2) is row 1, column 1 of rc
+  EXPECT_EQ(0, std::memcmp(p, &all[(2 * 5 + 1) * 3], 3));  // (5,2) is row 2, column 1 of rc
   other.Create(CSize(9, 7), 24, 0, FALSE, 0);
   ASSERT_TRUE(other.ReplaceImage(all.data(), rc, 4));
   std::vector<BYTE> back(all.size());
