@@ -129,7 +129,7 @@ TEST(DibExPixels, RectangleRoundTrip) {
   EXPECT_EQ(back, all);
   EXPECT_FALSE(
       other.ReplaceImage(all.data(), rc, 3) || other.PicupImage(all.data(), CRect(2, 2, 2, 5), 4) ||
-      other.PicupImage(all.data(), CRect(5, 1, 10, 7), 4) || other.PicupImage(all.data(), rc, 5));
+      other.PicupImage(all.data(), CRect(5, 0, 10, 7), 4) || other.PicupImage(all.data(), rc, 5));
 }
 
 TEST(DibExThumbnail, BoxMeansMatchNaiveReference) {
