@@ -2,6 +2,9 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 
 #include "platform/faults.h"
 #include "platform/file.h"
@@ -58,9 +61,33 @@ std::vector<std::string> KnownPoints() {
   return p;
 }
 
+// The paths that differ between two trees.
+std::string Diff(const Tree& a, const Tree& b) {
+  std::string changed;
+  for (const auto& [path, bytes] : a)
+    if (auto it = b.find(path); it == b.end() || it->second != bytes) changed += path + " ";
+  for (const auto& [path, bytes] : b)
+    if (!a.count(path)) changed += path + " ";
+  return changed;
+}
+
 }  // namespace
 
-void Drill(const Operation& op, testing_support::MessageBoxRecorder& boxes) {
+Tree Snapshot(const std::string& hostFolder) {
+  namespace fs = std::filesystem;
+  Tree tree;
+  if (!fs::is_directory(hostFolder)) return tree;
+  for (const auto& e : fs::recursive_directory_iterator(hostFolder)) {
+    std::ostringstream bytes;
+    if (!e.is_directory()) bytes << std::ifstream(e.path(), std::ios::binary).rdbuf();
+    tree[fs::relative(e.path(), hostFolder).string()] = e.is_directory() ? "<dir>" : bytes.str();
+  }
+  return tree;
+}
+
+void Drill(const Operation& op,
+           testing_support::MessageBoxRecorder& boxes,
+           const std::string& root) {
   SCOPED_TRACE(op.name);
   op.prepare();
   boxes.clear();
@@ -83,15 +110,20 @@ void Drill(const Operation& op, testing_support::MessageBoxRecorder& boxes) {
       // A failing read stands for a card that went away: every later read
       // fails too (CFile::Read answers 0 bytes for an error and for the end of
       // the file alike, so no reader can tell one lost read from the end).
+      const Tree prepared = Snapshot(root);
       platform::fault::Arm(point, skip, point == "file.read" ? -1 : 1);
       const Counters start = Since(Counters{});
-      Faulted f{point, skip, op.run(), {}};
+      Faulted f{point, skip, op.run(), {}, {}};
       const Counters left = Since(start);
+      f.changed = Diff(prepared, Snapshot(root));
       EXPECT_GT(platform::fault::Calls(point), skip) << "the failed call was not reached";
       platform::fault::DisarmAll();
       f.boxes = boxes.calls();
       for (size_t i = 0; i < left.size(); ++i)
         EXPECT_LE(left[i], clean[i]) << kCounterNames[i] << " leaked";
+      if (op.keeps && f.result == 0) {
+        EXPECT_EQ(f.changed, "") << "a failed run changed files";
+      }
       op.check(f);
     }
     // One line per operation and point, collected into FAULTS.md.

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -16,12 +17,18 @@
 
 namespace fault_matrix {
 
+// Every folder and file under a host folder, by relative path, with its bytes
+// ("<dir>" for a folder).
+using Tree = std::map<std::string, std::string>;
+Tree Snapshot(const std::string& hostFolder);
+
 // What one faulted run left behind.
 struct Faulted {
   std::string point;
   int skip = 0;  // the failed call is the (skip + 1)th of its point
   int result = 0;
   std::vector<platform::MessageBoxCall> boxes;
+  std::string changed;  // the device files the run added, removed or changed
   bool Under(const char* prefix) const { return point.rfind(prefix, 0) == 0; }
   // The failed call is one of the first `n` of `p`.
   bool Early(const char* p, int n) const { return point == p && skip < n; }
@@ -32,6 +39,7 @@ struct Operation {
   std::function<void()> prepare;  // fresh inputs before every run (not counted)
   std::function<int()> run;       // the operation; its 1/0 result
   std::function<void(const Faulted&)> check;
+  bool keeps = false;  // a run that answers 0 leaves every device file as prepared
 };
 
 // A deterministic byte pattern of `size` bytes.
@@ -42,8 +50,11 @@ inline std::string Pattern(size_t size, int seed) {
   return bytes;
 }
 
-// Runs the whole matrix of `op`; `boxes` records the message boxes.
-void Drill(const Operation& op, testing_support::MessageBoxRecorder& boxes);
+// Runs the whole matrix of `op`; `boxes` records the message boxes, `root` is
+// the device root's host folder.
+void Drill(const Operation& op,
+           testing_support::MessageBoxRecorder& boxes,
+           const std::string& root);
 
 std::vector<std::wstring> Texts(const Faulted& f);
 // Exactly one box, with this text and caption.
@@ -69,12 +80,8 @@ class FaultMatrix : public Base {
     platform::SafeFile::SetDurable(true);
     Base::TearDown();
   }
-  void Drill(const Operation& op) { fault_matrix::Drill(op, this->boxes_); }
-  // The file holds `bytes` and no safe-save temporary is left beside it.
-  void ExpectKept(const std::wstring& path, const std::string& bytes) const {
-    EXPECT_EQ(this->GetDeviceFile(path.c_str()), bytes);
-    EXPECT_FALSE(this->DeviceFileExists(platform::SafeFile::TempPath(path.c_str()).c_str()));
-  }
+  void Drill(const Operation& op) { fault_matrix::Drill(op, this->boxes_, this->root_); }
+  Tree Snapshot(const wchar_t* folder) const { return fault_matrix::Snapshot(this->Host(folder)); }
 };
 
 }  // namespace fault_matrix

@@ -349,26 +349,6 @@ TEST_F(LiveviewFaults, LanguageFile) {
          }});
 }
 
-bool SetCardFolder(const wchar_t* folder) {
-  return platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", folder);
-}
-
-TEST_F(LiveviewFaults, CardFolderLookup) {
-  CCaptureWnd w;
-  wchar_t folder[256] = {};
-  Drill({"GetInitFolderName",
-         [&] {
-           ASSERT_TRUE(SetCardFolder(L"\\Card"));
-           std::fill(std::begin(folder), std::end(folder), L'\0');
-         },
-         [&] { return int(w.GetInitFolderName(folder)); },
-         [&](const Faulted& f) {
-           ExpectOutcome(f, FALSE);
-           // The value is in hand before the key is closed.
-           EXPECT_EQ(std::wstring(folder), f.point == "registry.close" ? L"\\Card" : L"");
-         }});
-}
-
 TEST_F(LiveviewFaults, SnapshotSaving) {
   devices::SetFrameSource(std::make_shared<Quadrant>());
   CreateView();
@@ -380,7 +360,8 @@ TEST_F(LiveviewFaults, SnapshotSaving) {
              std::filesystem::remove_all(Host(L"\\Storage Card"));
              if (fresh) std::filesystem::create_directories(Host(L"\\Storage Card"));
              if (!fresh) PutDeviceFile(saved.c_str(), earlier);
-             ASSERT_TRUE(SetCardFolder(L"\\Storage Card"));
+             ASSERT_TRUE(platform::registry::SetString(
+                 L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card"));
            },
            [&] { return view_->WriteJpeg(); },
            [&](const Faulted& f) {
