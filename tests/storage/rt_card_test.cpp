@@ -8,7 +8,6 @@
 #include <string>
 
 #include "platform/fs.h"
-#include "platform/message_table.h"
 #include "platform/registry.h"
 #include "platform/text.h"
 #include "tests/faults/fault_matrix.h"
@@ -181,15 +180,6 @@ TEST_F(RTCardTest, BadSourcesAndTargetsAreSilencedCopyErrors) {
   EXPECT_EQ(card_.CopyFolder(L"\\IMG_MAIN", L"\\IMG_MAIN\\inside"), 0);
   EXPECT_EQ(boxes_.size(), 0u);
   EXPECT_EQ(GetDeviceFile(L"\\IMG_MAIN\\p1.jpg"), "abc");
-  // A translated message table is what the card shows.
-  card_.m_bShowMessage = 1;
-  fs::remove_all(Host(kCard));
-  auto previous = platform::SetMessageSource([](int index) -> const wchar_t* {
-    return index == platform::kMsgNotMounted ? L"Karte fehlt. E-519" : nullptr;
-  });
-  EXPECT_EQ(card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), 0);
-  platform::SetMessageSource(previous);
-  ExpectBox(L"Karte fehlt. E-519");
 }
 
 }  // namespace
