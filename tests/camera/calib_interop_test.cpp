@@ -3,6 +3,7 @@
 #include "camera/calib_interop.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -19,7 +20,8 @@ constexpr double kPixel = 0.0056;  // mm/pixel
 constexpr double kTolPx = 0.01;
 
 std::string Temp(const char* name) {
-  return (std::filesystem::temp_directory_path() / name).string();
+  // One name a process: ctest runs the model cases side by side.
+  return (std::filesystem::temp_directory_path() / (std::to_string(::getpid()) + name)).string();
 }
 
 std::string Slurp(const std::string& path) {
@@ -103,6 +105,7 @@ struct ModelCase {
   int model, flags;
   std::vector<double> truth;
 };
+void PrintTo(const ModelCase& m, std::ostream* os) { *os << "model " << m.model; }
 
 class CalibInteropModel : public ::testing::TestWithParam<ModelCase> {};
 

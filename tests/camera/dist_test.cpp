@@ -98,7 +98,9 @@ TEST(Dist, InverseStartsFromTheMeasurementLessItsDistortion) {
       d.CalDist(x + cx, y + cy, fx, fy);
       EXPECT_TRUE(ok || passes >= 1);
       EXPECT_LE(passes, 100);
-      if (ok) EXPECT_EQ(x + cx + fx, x);
+      if (ok) {
+        EXPECT_EQ(x + cx + fx, x);
+      }
       EXPECT_NEAR(cx + fx, 0.0, 1e-12);
       EXPECT_NEAR(cy + fy, 0.0, 1e-12);
     }

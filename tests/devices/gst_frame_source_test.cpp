@@ -88,6 +88,7 @@ struct Broken {
   const char* pipeline;
   bool starts;  // the view starts capture before the pipeline fails
 };
+void PrintTo(const Broken& b, std::ostream* os) { *os << b.name; }
 
 class BrokenPipelineTest : public GstSourceTest, public testing::WithParamInterface<Broken> {};
 
