@@ -88,13 +88,4 @@ TEST_F(JpegTest, LargePicturesAreReadScaledDown) {
   }
 }
 
-TEST_F(JpegTest, NothingToWriteOrNoFileToReadFails) {
-  CDibEx empty, dib;
-  CString path(L"\\f.jpg"), missing(L"\\missing.jpg");
-  EXPECT_FALSE(empty.WriteJPEG(path));
-  EXPECT_FALSE(DeviceFileExists(L"\\f.jpg"));
-  EXPECT_FALSE(dib.ReadJPEG(missing));
-  EXPECT_EQ(dib.m_infoHeader, nullptr);
-}
-
 }  // namespace

@@ -43,49 +43,37 @@ void Fill(CDibEx& dib, int width, int height, int bits) {
     image_test::Fill8(dib, width, height);
 }
 
-TEST(DibExCreate, TablesFillAndRows) {
+TEST(DibExCreate, TablesFillRowsAndCopies) {
   CDibEx dib;
   ASSERT_TRUE(dib.Create(CSize(640, 480), 8, 17, FALSE, 0));
   EXPECT_EQ(dib.m_infoHeader->biClrUsed, 17u);
-  for (int i = 0; i < 17; ++i) EXPECT_EQ(TableOf(dib)[i].rgbRed + TableOf(dib)[i].rgbBlue, 0);
-  EXPECT_TRUE(std::all_of(
-      dib.m_imageBits, dib.m_imageBits + dib.GetSizeImage(), [](BYTE b) { return b == 0; }));
   EXPECT_FALSE(dib.IsGrayScale());
   ASSERT_TRUE(dib.Create(CSize(640, 480), 8, 17, TRUE, 0x1FF));
   EXPECT_EQ(dib.GetNumColors(), 256);
   EXPECT_TRUE(dib.IsGrayScale());
   EXPECT_EQ(dib.m_imageBits[1000], 0xFF);
-  EXPECT_EQ(dib.m_palette, nullptr);  // Create makes no palette
   TableOf(dib)[77].rgbGreen = 78;
   EXPECT_FALSE(dib.IsGrayScale());
   // 1- and 4-bit pictures get their full tables, whatever was asked.
   const struct {
     int bits, colours, byteWidth, parity;
-  } cases[] = {{1, 2, 4, -1}, {4, 16, 4, -1}, {8, 256, 8, 3}, {24, 0, 16, 1}};
+  } cases[] = {{1, 2, 4, 4}, {4, 16, 4, 2}, {8, 256, 8, 3}, {24, 0, 16, 1}};
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.bits);
     ASSERT_TRUE(dib.Create(CSize(5, 2), c.bits, 256, TRUE, 0));
-    EXPECT_EQ(dib.GetNumColors(), c.colours) << c.bits;
-    EXPECT_EQ(int(dib.GetByteWidth()), c.byteWidth) << c.bits;
-    if (c.parity >= 0) {
-      EXPECT_EQ(int(dib.GetParityBytes()), c.parity) << c.bits;
-    }
+    EXPECT_EQ(dib.GetNumColors(), c.colours);
+    EXPECT_EQ(int(dib.GetByteWidth()), c.byteWidth);
+    EXPECT_EQ(int(dib.GetParityBytes()), c.parity);
   }
-}
-
-TEST(DibExCreate, CopiesAreIndependent) {
-  CDibEx a;
-  image_test::Fill24(a, 6, 4);
-  CDibEx b(a);
-  EXPECT_NE(b.m_imageBits, a.m_imageBits);
-  EXPECT_EQ(image_test::RgbOf(b), image_test::RgbOf(a));
-  BYTE white[3] = {255, 255, 255};
-  b.SetPixel(white, CPoint(0, 0), 4);
-  EXPECT_NE(image_test::RgbOf(b), image_test::RgbOf(a));
-  b = b;  // self-assignment keeps the pixels
-  EXPECT_NE(b.m_imageBits, nullptr);
-  b = CDibEx();  // no pixels: empties
-  EXPECT_EQ(b.m_infoHeader, nullptr);
-  EXPECT_FALSE(b.CreateFrom(nullptr, TRUE, 0));
+  // Copies own their pixels.
+  image_test::Fill24(dib, 6, 4);
+  CDibEx copy(dib);
+  const auto rgb = image_test::RgbOf(dib);
+  EXPECT_EQ(image_test::RgbOf(copy), rgb);
+  copy.Reverse();
+  copy = copy;
+  EXPECT_EQ(image_test::RgbOf(dib), rgb);
+  EXPECT_NE(image_test::RgbOf(copy), rgb);
 }
 
 TEST(DibExPixels, TopDownCoordinatesOverBottomUpRows) {
@@ -274,58 +262,48 @@ TEST(DibExColour, ReverseDensityHistogramAndRange) {
   EXPECT_EQ(red[7], 0);  // zeroed before the refusal
 }
 
-class DibExDraw : public ::testing::Test {
- protected:
-  void SetUp() override {
-    fb_.Resize(40, 30, 0x123456);
-    dc_.AttachFramebuffer(&fb_, RECT{0, 0, 40, 30});
-    // 4 × 2 picture: top row red, bottom row blue, column 3 green.
-    dib_.Create(CSize(4, 2), 24, 0, FALSE, 0);
-    for (int x = 0; x < 4; ++x) {
-      BYTE top[3] = {0, 0, 255}, bottom[3] = {255, 0, 0}, green[3] = {0, 255, 0};
-      dib_.SetPixel(x == 3 ? green : top, CPoint(x, 0), 4);
-      dib_.SetPixel(x == 3 ? green : bottom, CPoint(x, 1), 4);
-    }
+// 4 × 2 picture (top row red, bottom row blue, column 3 green) drawn whole,
+// in part, row by row (the same pixels as one blit) and upside down.
+TEST(DibExDraw, WholePartsAndRowByRow) {
+  platform::Framebuffer fb;
+  fb.Resize(40, 30, 0x123456);
+  CDC dc;
+  dc.AttachFramebuffer(&fb, RECT{0, 0, 40, 30});
+  CDibEx dib;
+  dib.Create(CSize(4, 2), 24, 0, FALSE, 0);
+  for (int x = 0; x < 4; ++x) {
+    BYTE top[3] = {0, 0, 255}, bottom[3] = {255, 0, 0}, green[3] = {0, 255, 0};
+    dib.SetPixel(x == 3 ? green : top, CPoint(x, 0), 4);
+    dib.SetPixel(x == 3 ? green : bottom, CPoint(x, 1), 4);
   }
-  platform::Framebuffer fb_;
-  CDC dc_;
-  CDibEx dib_;
-};
-
-TEST_F(DibExDraw, RowByRowMatchesOneBlitAndFlipsWithoutAttributeContext) {
-  ASSERT_TRUE(dib_.Draw2(&dc_, CPoint(1, 1), CSize(8, 6)));
-  ASSERT_TRUE(dib_.Draw(&dc_, CPoint(20, 1), CSize(8, 6)));
-  for (int y = 1; y < 7; ++y)
-    for (int x = 1; x < 9; ++x) ASSERT_EQ(fb_.At(x, y), fb_.At(x + 19, y)) << x << "," << y;
-  EXPECT_EQ(fb_.At(1, 1), 0xFF0000u);
-  EXPECT_EQ(fb_.At(1, 6), 0x0000FFu);
-  EXPECT_EQ(fb_.At(8, 3), 0x00FF00u);
-  EXPECT_EQ(dib_.m_infoHeader->biHeight, 2);  // header restored
+  const auto same = [&](int x0, int y0, int w, int h, int dx) {
+    for (int y = y0; y < y0 + h; ++y)
+      for (int x = x0; x < x0 + w; ++x)
+        if (fb.At(x, y) != fb.At(x + dx, y)) return false;
+    return true;
+  };
+  ASSERT_TRUE(dib.Draw2(&dc, CPoint(1, 1), CSize(8, 6)));
+  ASSERT_TRUE(dib.Draw(&dc, CPoint(20, 1), CSize(8, 6)));
+  EXPECT_TRUE(same(1, 1, 8, 6, 19));
+  EXPECT_EQ(dib.m_infoHeader->biHeight, 2);  // header restored
+  // Columns 2..3 stretched to 4 × 2; a zero source size is the whole image.
+  ASSERT_TRUE(dib.DrawEx(&dc, CPoint(0, 10), CSize(4, 2), CPoint(2, 0), CSize(2, 2)));
+  ASSERT_TRUE(dib.DrawEx2(&dc, CPoint(10, 10), CSize(4, 2), CPoint(2, 0), CSize(2, 2)));
+  ASSERT_TRUE(dib.DrawEx(&dc, CPoint(20, 10), CSize(4, 2), CPoint(0, 0), CSize(0, 0)));
+  EXPECT_TRUE(same(0, 10, 4, 2, 10));
+  EXPECT_FALSE(dib.DrawEx(&dc, CPoint(0, 0), CSize(4, 2), CPoint(4, 0), CSize(1, 1)) ||
+               dib.DrawEx(&dc, CPoint(0, 0), CSize(4, 2), CPoint(2, 0), CSize(3, 2)) ||
+               dib.DrawEx2(&dc, CPoint(0, 0), CSize(4, 2), CPoint(0, 1), CSize(4, 2)));
   // Without an attribute context the height is negative: upside down above y.
-  dc_.ReleaseAttribDC();
-  ASSERT_TRUE(dib_.Draw(&dc_, CPoint(30, 20), CSize(4, 2)));
-  EXPECT_EQ(fb_.At(30, 19), 0x0000FFu);
-  EXPECT_EQ(fb_.At(30, 20), 0xFF0000u);
-  EXPECT_EQ(fb_.At(33, 19), 0x00FF00u);
-}
-
-TEST_F(DibExDraw, PartOfTheImage) {
-  // Columns 2..3 of the whole height, stretched to 4 × 2.
-  ASSERT_TRUE(dib_.DrawEx(&dc_, CPoint(0, 10), CSize(4, 2), CPoint(2, 0), CSize(2, 2)));
-  EXPECT_EQ(fb_.At(0, 10), 0xFF0000u);
-  EXPECT_EQ(fb_.At(3, 10), 0x00FF00u);
-  EXPECT_EQ(fb_.At(0, 11), 0x0000FFu);
-  ASSERT_TRUE(dib_.DrawEx2(&dc_, CPoint(10, 10), CSize(4, 2), CPoint(2, 0), CSize(2, 2)));
-  for (int y = 10; y < 12; ++y)
-    for (int x = 0; x < 4; ++x) EXPECT_EQ(fb_.At(x, y), fb_.At(x + 10, y));
-  // Source parts beyond the picture are refused.
-  EXPECT_FALSE(dib_.DrawEx(&dc_, CPoint(0, 0), CSize(4, 2), CPoint(4, 0), CSize(1, 1)) ||
-               dib_.DrawEx(&dc_, CPoint(0, 0), CSize(4, 2), CPoint(2, 0), CSize(3, 2)) ||
-               dib_.DrawEx2(&dc_, CPoint(0, 0), CSize(4, 2), CPoint(0, 1), CSize(4, 2)));
-  // Zero source size: the whole image.
-  ASSERT_TRUE(dib_.DrawEx(&dc_, CPoint(20, 20), CSize(4, 2), CPoint(0, 0), CSize(0, 0)));
-  EXPECT_EQ(fb_.At(23, 21), 0x00FF00u);
-  EXPECT_EQ(fb_.At(20, 21), 0x0000FFu);
+  dc.ReleaseAttribDC();
+  ASSERT_TRUE(dib.Draw(&dc, CPoint(30, 20), CSize(4, 2)));
+  const uint32_t red = 0xFF0000, green = 0x00FF00, blue = 0x0000FF;
+  // clang-format off
+  const uint32_t pixels[][3] = {{1, 1, red}, {1, 6, blue}, {8, 3, green}, {0, 10, red},
+      {3, 10, green}, {0, 11, blue}, {23, 11, green}, {20, 11, blue}, {30, 19, blue},
+      {30, 20, red}, {33, 19, green}};
+  // clang-format on
+  for (const auto& p : pixels) EXPECT_EQ(fb.At(p[0], p[1]), p[2]) << p[0] << "," << p[1];
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-// SafeFile: the temporary-file-and-rename save every whole-file writer uses.
-// Its writes, flush and rename failing are drilled with every writer in the
-// fault matrix (tests/faults/).
+// SafeFile: the temporary-file-and-rename save of every whole-file writer
+// (failures: tests/faults; appending: the point-file tests).
 #include "platform/safe_file.h"
 
 #include <gtest/gtest.h>
@@ -70,33 +69,6 @@ TEST_F(SafeFileTest, WithoutCommitTheTemporaryIsRemoved) {
   EXPECT_EQ(error.m_cause, CFileException::accessDenied);
   EXPECT_EQ(std::wstring(error.m_strFileName), L"\\dir");
   EXPECT_EQ(Entries(), 2);
-}
-
-TEST_F(SafeFileTest, AppendAndUpdateOpenTheFileItself) {
-  PutDeviceFile(L"\\log.txt", "abc");
-  SafeFile append;
-  ASSERT_TRUE(append.Open(L"\\log.txt", CFile::modeWrite));
-  append.SeekToEnd();
-  ASSERT_TRUE(append.Write("d", 1));
-  EXPECT_FALSE(DeviceFileExists(L"\\log.txt.tmp~"));
-  EXPECT_EQ(GetDeviceFile(L"\\log.txt"), "abcd");  // no temporary: the bytes are in place
-  EXPECT_TRUE(append.Commit());
-
-  SafeFile update;
-  ASSERT_TRUE(
-      update.Open(L"\\log.txt", CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite));
-  ASSERT_TRUE(update.Write("X", 1));
-  update.Close();  // closing keeps what was written in place
-  EXPECT_EQ(GetDeviceFile(L"\\log.txt"), "Xbcd");
-  EXPECT_EQ(Entries(), 1);
-  // Opening again abandons the earlier save.
-  ASSERT_TRUE(update.Open(L"\\a.txt", CFile::modeCreate | CFile::modeWrite));
-  update.Write("first", 5);
-  ASSERT_TRUE(update.Open(L"\\b.txt", CFile::modeCreate | CFile::modeWrite));
-  update.Write("second", 6);
-  EXPECT_TRUE(update.Commit());
-  EXPECT_FALSE(DeviceFileExists(L"\\a.txt"));
-  EXPECT_EQ(GetDeviceFile(L"\\b.txt"), "second");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// CWnd and the desktop: creation, coordinates, the message queue, timers on
-// the platform clock, painting with erase and message box owners.
+// CWnd and the desktop: creation, coordinates, the message queue and timers
+// on the platform clock (painting: tests/liveview).
 #include "platform/wnd.h"
 
 #include <gtest/gtest.h>
@@ -8,16 +8,12 @@
 #include <vector>
 
 #include "platform/clock.h"
-#include "platform/dc.h"
 #include "platform/desktop.h"
-#include "platform/paint_dc.h"
 #include "tests/support/test_support.h"
 
 namespace {
 
 using Log = std::vector<std::string>;
-constexpr COLORREF kRed = RGB(255, 0, 0), kBlue = RGB(0, 0, 255);
-constexpr uint32_t Px(COLORREF c) { return platform::PixelFromColorref(c); }
 
 // A window that logs every message it handles; timers as ms * 100000 + id.
 class Probe : public CWnd {
@@ -28,7 +24,6 @@ class Probe : public CWnd {
   std::vector<int64_t>* fired = &timers;
   int createAnswer = 0;
   CREATESTRUCTW created{};
-  RECT eraseClip{};
 
   bool Make(RECT r, CWnd* parent = nullptr, DWORD style = WS_CHILD | WS_VISIBLE) {
     return CreateEx(0, nullptr, nullptr, style, r, parent, 1);
@@ -48,17 +43,6 @@ class Probe : public CWnd {
     return createAnswer;
   }
   void OnDestroy() override { destroyed->push_back("destroy" + std::to_string(created.x)); }
-  BOOL OnEraseBkgnd(CDC* dc) override {
-    log.push_back("erase");
-    dc->GetClipBox(&eraseClip);
-    dc->FillSolidRect(&eraseClip, kRed);
-    return TRUE;
-  }
-  void OnPaint() override {
-    CPaintDC dc(this);  // erases first, as BeginPaint does
-    log.push_back("paint");
-    dc.FillSolidRect(0, 0, 1, 1, kBlue);
-  }
   void OnTimer(UINT_PTR id) override {
     fired->push_back(platform::clock::NowMs() * 100000 + int64_t(id));
   }
@@ -155,46 +139,6 @@ TEST_F(WndTest, TimersFireInDueOrderRestartAndStop) {
   a.SetTimer(3, 100, nullptr);
   a.DestroyWindow();
   EXPECT_EQ(platform::RunningTimers(), 0u);
-}
-
-TEST_F(WndTest, PaintErasesFirstThenPaintsClippedToTheWindow) {
-  int presents = 0;
-  uint32_t seenAtPresent = 0;
-  platform::AddPresentHook([&](platform::Framebuffer& screen) {
-    ++presents;
-    seenAtPresent = screen.At(20, 30);
-  });
-  Probe w, hidden;
-  ASSERT_TRUE(w.Make(RECT{10, 20, 60, 50}));
-  ASSERT_TRUE(hidden.Make(RECT{0, 0, 20, 20}, nullptr, WS_CHILD));
-  platform::PumpMessages();
-  EXPECT_EQ(w.log, (Log{"create", "user5", "erase", "paint"}));
-  EXPECT_EQ(CRect(w.eraseClip), CRect(0, 0, 50, 30));
-  const platform::Framebuffer& screen = platform::Screen();
-  EXPECT_EQ(screen.At(10, 20), Px(kBlue));              // OnPaint's pixel at client (0, 0)
-  EXPECT_EQ(screen.At(59, 49), Px(kRed));               // erased, last pixel inside
-  EXPECT_EQ(screen.At(60, 49) + screen.At(9, 20), 0u);  // outside: desktop black
-  EXPECT_EQ(presents, 1);
-  EXPECT_EQ(seenAtPresent, Px(kRed));
-  hidden.Invalidate();
-  hidden.UpdateWindow();
-  EXPECT_EQ(hidden.log, (Log{"create", "user5"}));  // hidden: never painted
-  // Destroyed: the desktop paints the area black again.
-  w.DestroyWindow();
-  platform::PumpMessages();
-  EXPECT_EQ(screen.At(59, 49) + screen.At(10, 20), 0u);
-}
-
-TEST_F(WndTest, MessageBoxIsOwnedByTheWindow) {
-  Probe w;
-  ASSERT_TRUE(w.Make(RECT{0, 0, 10, 10}));
-  w.MessageBox(L"text", L"caption", MB_ICONINFORMATION);
-  ASSERT_EQ(boxes_.size(), 1u);
-  const platform::MessageBoxCall& box = boxes_.calls()[0];
-  EXPECT_EQ(box.owner, w.m_hWnd);
-  EXPECT_EQ(box.text + L"|" + box.caption, L"text|caption");
-  EXPECT_EQ(box.type, MB_ICONINFORMATION);
-  EXPECT_FALSE(box.application);
 }
 
 }  // namespace
