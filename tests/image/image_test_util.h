@@ -1,6 +1,5 @@
 #pragma once
-// Helpers of the image tests: deterministic pictures and the independent
-// BMP reader/writer (Python's PIL) that checks our files.
+// Helpers of the image tests: deterministic pictures and PIL to check our files.
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -17,8 +16,7 @@ inline std::string ReadAll(const std::string& path) {
   return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 }
 
-// Runs a Python snippet with PIL (the system interpreter, where python3-pil
-// is installed); argv[1..] are the given arguments. True on exit status 0.
+// Runs a Python snippet (the system python3, which has PIL) with args as argv[1..]; true on exit 0.
 inline bool RunPil(const std::string& script, const std::vector<std::string>& args) {
   std::string command = "/usr/bin/python3 -c '" + script + "'";
   for (const auto& a : args) command += " '" + a + "'";
