@@ -37,10 +37,7 @@ std::vector<int> NaiveBox(CDibEx& src, int cx, int cy, int hx, int hy) {
 }
 
 void Fill(CDibEx& dib, int width, int height, int bits) {
-  if (bits == 24)
-    image_test::Fill24(dib, width, height, 7);
-  else
-    image_test::Fill8(dib, width, height);
+  bits == 24 ? image_test::Fill24(dib, width, height, 7) : image_test::Fill8(dib, width, height);
 }
 
 TEST(DibExCreate, TablesFillRowsAndCopies) {
