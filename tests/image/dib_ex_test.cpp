@@ -73,7 +73,7 @@ TEST(DibExCreate, TablesFillRowsAndCopies) {
   EXPECT_NE(image_test::RgbOf(copy), rgb);
 }
 
-TEST(DibExPixels, TopDownCoordinatesOverBottomUpRows) {
+TEST(DibExPixels, TopDownCoordinatesOverBottomUpRowsAndRectangles) {
   CDibEx dib;
   dib.Create(CSize(4, 2), 24, 0, FALSE, 9);  // 12-byte rows: no padding
   BYTE bgr[3] = {1, 2, 3};
@@ -94,12 +94,10 @@ TEST(DibExPixels, TopDownCoordinatesOverBottomUpRows) {
   ASSERT_TRUE(dib.GetPixel(&v, CPoint(0, 0), 3));
   EXPECT_EQ(v, 96);
   EXPECT_FALSE(dib.SetPixel(&v, CPoint(0, 0), 3) || dib.SetPixel(&v, CPoint(0, 0), 5));
-}
-
-TEST(DibExPixels, RectangleRoundTrip) {
-  CDibEx dib, other;
+  // A rectangle from the top to the right and bottom edges, picked and replaced.
+  CDibEx other;
   image_test::Fill24(dib, 9, 7);
-  const CRect rc(4, 0, 9, 7);  // from the top to the right and bottom edges
+  const CRect rc(4, 0, 9, 7);
   std::vector<BYTE> all(rc.Width() * rc.Height() * 3), red(rc.Width() * rc.Height());
   ASSERT_TRUE(dib.PicupImage(all.data(), rc, 4));
   ASSERT_TRUE(dib.PicupImage(red.data(), rc, 0));
@@ -117,7 +115,7 @@ TEST(DibExPixels, RectangleRoundTrip) {
       other.PicupImage(all.data(), CRect(5, 0, 10, 7), 4) || other.PicupImage(all.data(), rc, 5));
 }
 
-TEST(DibExThumbnail, BoxMeansMatchNaiveReference) {
+TEST(DibExThumbnail, BoxMeansMatchNaiveReferenceNearestPixelAndSizeLimits) {
   for (int bits : {8, 24}) {
     for (int n : {1, 2, 3, 4}) {
       CDibEx src, dst;
@@ -143,10 +141,7 @@ TEST(DibExThumbnail, BoxMeansMatchNaiveReference) {
                     NaiveBox(src, int(x * ratio + 0.5), int(y * (ratio + 0.4) + 0.5), hx, hy));
     }
   }
-}
-
-TEST(DibExThumbnail, NearestPixelAndSizeLimits) {
-  CDibEx src, dst;
+  CDibEx src, dst;  // nearest pixels, a hand-worked box mean and size limits
   Fill(src, 10, 8, 24);
   ASSERT_TRUE(dst.CreateThumbnail(&src, 2.5, 2.0));
   EXPECT_EQ(dst.GetDimensions(), CSize(4, 4));

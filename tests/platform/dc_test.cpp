@@ -10,6 +10,7 @@
 namespace {
 
 constexpr uint32_t kBack = 0x101010;
+using Pixels = std::set<std::pair<int, int>>;
 
 class DcTest : public ::testing::Test {
  protected:
@@ -19,8 +20,8 @@ class DcTest : public ::testing::Test {
     ASSERT_TRUE(dc_.AttachFramebuffer(&fb_, RECT{10, 5, 50, 35}));
   }
   // Framebuffer pixels that differ from the background.
-  std::set<std::pair<int, int>> Changed() const {
-    std::set<std::pair<int, int>> out;
+  Pixels Changed() const {
+    Pixels out;
     for (int y = 0; y < fb_.height; ++y)
       for (int x = 0; x < fb_.width; ++x)
         if (fb_.At(x, y) != kBack) out.insert({x, y});
@@ -29,8 +30,6 @@ class DcTest : public ::testing::Test {
   platform::Framebuffer fb_;
   CDC dc_;
 };
-
-using Pixels = std::set<std::pair<int, int>>;
 
 // Lines by Bresenham, the end pixel left out, each from where the last ended.
 TEST_F(DcTest, LinesFollowBresenhamAndLeaveTheirEndPixelOut) {
