@@ -171,33 +171,31 @@ TEST(DibExThumbnail, BoxMeansMatchNaiveReferenceNearestPixelAndSizeLimits) {
   EXPECT_FALSE(dst.CreateThumbnail2(&sixteen, 2));
 }
 
-TEST(DibExColour, GrayScaleAndFullColor) {
+TEST(DibExColour, GreyFullColourReverseDensityHistogramAndRange) {
   CDibEx src, dst;
   src.Create(CSize(1, 1), 24, 0, FALSE, 0);
-  BYTE blue[3] = {255, 0, 0};
-  src.SetPixel(blue, CPoint(0, 0), 4);
+  BYTE bgrBlue[3] = {255, 0, 0};
+  src.SetPixel(bgrBlue, CPoint(0, 0), 4);
   ASSERT_TRUE(src.GrayScale(&dst));
   EXPECT_TRUE(dst.IsGrayScale());
   EXPECT_EQ(dst.m_imageBits[0], 28);  // 0.11 * 255
   CDibEx grey;                        // already grey: refused
   grey.Create(CSize(2, 2), 8, 256, TRUE, 5);
   EXPECT_FALSE(grey.GrayScale(&dst) || grey.FullColor(&dst));
-  CDibEx palette;  // through the palette
-  palette.Create(CSize(3, 2), 8, 4, FALSE, 1);
-  TableOf(palette)[1] = RGBQUAD{0, 255, 0, 0};  // green: 0.59 * 255 = 150.45
-  TableOf(palette)[3] = RGBQUAD{10, 20, 30, 0};
+  CDibEx indexed;  // through the palette
+  indexed.Create(CSize(3, 2), 8, 4, FALSE, 1);
+  TableOf(indexed)[1] = RGBQUAD{0, 255, 0, 0};  // green: 0.59 * 255 = 150.45
+  TableOf(indexed)[3] = RGBQUAD{10, 20, 30, 0};
   BYTE index = 3;
-  palette.SetPixel(&index, CPoint(1, 1), 0);
-  ASSERT_TRUE(palette.GrayScale(&dst));
+  indexed.SetPixel(&index, CPoint(1, 1), 0);
+  ASSERT_TRUE(indexed.GrayScale(&dst));
   EXPECT_EQ(dst.m_imageBits[0], 150);
-  ASSERT_TRUE(palette.FullColor(&dst));
+  ASSERT_TRUE(indexed.FullColor(&dst));
   EXPECT_EQ(dst.m_infoHeader->biBitCount, 24);
   EXPECT_EQ(PixelOf(dst, 1, 1), (std::vector<int>{10, 20, 30}));
   EXPECT_EQ(PixelOf(dst, 0, 0), (std::vector<int>{0, 255, 0}));
-  EXPECT_FALSE(dst.FullColor(&palette));  // 24-bit source
-}
-
-TEST(DibExColour, ReverseDensityHistogramAndRange) {
+  EXPECT_FALSE(dst.FullColor(&indexed));  // 24-bit source
+  // Negative, density maps on pixels or on the table, histogram and ranges.
   CDibEx dib;
   image_test::Fill24(dib, 5, 3);
   const auto original = image_test::RgbOf(dib);

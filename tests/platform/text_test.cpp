@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(Format, WindowsMeaningOfPercentS) {
+TEST(Format, WindowsMeaningOfPercentSAndUtf8BothWays) {
   EXPECT_EQ(platform::FormatW(L"%s|%S|%hs|%ls", L"wide", "narrow", "h", L"l"), L"wide|narrow|h|l");
   EXPECT_EQ(platform::FormatA("%s|%S", "narrow", L"wide"), "narrow|wide");
   EXPECT_EQ(platform::FormatW(L"%08.4lf|%.3d|%le", 45.3, 7, 0.00125), L"045.3000|007|1.250000e-03");
@@ -20,11 +20,7 @@ TEST(Format, WindowsMeaningOfPercentS) {
   std::string bytes = platform::FormatA("%S", name);
   EXPECT_EQ(bytes, "Punkt\xC3\xA4\xE6\xB8\xAC");
   EXPECT_EQ(platform::Utf8ToWide(bytes), name);
-}
-
-// Bytes that are not UTF-8 text decode to U+FFFD one byte at a time, so that
-// encoding the result and decoding it again gives the same text.
-TEST(Utf8, InvalidSequencesBecomeReplacementCharactersStably) {
+  // Bytes that are not UTF-8 decode to U+FFFD one byte at a time, stable when encoded again.
   const std::string cases[] = {
       "\xF5\xA4\xB7\xB4",  // past U+10FFFF
       "\xC0\xAF",          // overlong '/'
