@@ -96,20 +96,16 @@ TEST_F(WndTest, CreateMapsAndDestroys) {
   EXPECT_EQ(refused.log, (Log{"create", "destroy7"}));
 }
 
-TEST_F(WndTest, PostedMessagesDispatchInOrderIncludingThosePostedMeanwhile) {
-  Probe w;
-  ASSERT_TRUE(w.Make(RECT{0, 0, 10, 10}, nullptr, WS_CHILD));
-  w.PostMessage(WM_USER + 1, 7);
-  w.PostMessage(WM_USER + 2);
-  platform::PumpMessages();
-  EXPECT_EQ(w.SendMessage(WM_USER + 3), 0);
-  EXPECT_EQ(w.log, (Log{"create", "user5", "user1", "user2", "user9", "user3"}));
-}
-
-TEST_F(WndTest, TimersFireInDueOrderAndStop) {
+TEST_F(WndTest, MessagesAndTimersFireInOrderAndStop) {
   Probe a, b;
   ASSERT_TRUE(a.Make(RECT{0, 0, 10, 10}, nullptr, WS_CHILD));
   ASSERT_TRUE(b.Make(RECT{0, 0, 10, 10}, nullptr, WS_CHILD));
+  // Posted messages run in order, with those posted meanwhile, before sent ones.
+  a.PostMessage(WM_USER + 1, 7);
+  a.PostMessage(WM_USER + 2);
+  platform::PumpMessages();
+  EXPECT_EQ(a.SendMessage(WM_USER + 3), 0);
+  EXPECT_EQ(a.log, (Log{"create", "user5", "user1", "user2", "user9", "user3"}));
   EXPECT_EQ(a.SetTimer(2025, 200, nullptr), 2025u);
   EXPECT_EQ(b.SetTimer(7, 300, nullptr), 7u);
   EXPECT_EQ(platform::NextTimerDueIn(), 200);
