@@ -215,7 +215,7 @@ TEST(DibExColour, GreyFullColourReverseDensityHistogramAndRange) {
   ASSERT_TRUE(palette.ChangeDensity(zero, identity, half));
   EXPECT_EQ(TableOf(palette)[200].rgbRed + TableOf(palette)[200].rgbBlue, 100);
   ASSERT_TRUE(palette.Reverse());
-  EXPECT_EQ(TableOf(palette)[200].rgbGreen, 55);
+  EXPECT_EQ(TableOf(palette)[200].rgbGreen + 256 * TableOf(palette)[200].rgbBlue, 55 + 256 * 155);
   // A packed picture with a short table right before its pixels: the maps
   // stop at the table's last entry, the pixels stay.
   uint32_t packed[10 + 3 + 1] = {};
