@@ -1,8 +1,12 @@
-// "EEP.DLL" through the module loader, as the library reaches it (its "eep.*"
-// faults are drilled in tests/faults/).
+// "EEP.DLL" through the module loader, as the library reaches it, over its text
+// store and over a raw binary image (its "eep.*" faults are drilled in tests/faults/).
 #include "devices/eeprom_module.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
 
 #include "devices/devices.h"
 #include "platform/modules.h"
@@ -16,7 +20,11 @@ class EepromTest : public testing_support::DeviceTest {
  protected:
   void SetUp() override {
     DeviceTest::SetUp();
-    devices::RegisterAll();
+    if (!image_.empty()) {
+      ASSERT_EQ(::setenv(eep::kImageVariable, image_.c_str(), 1), 0);
+    }
+    devices::RegisterAll();  // takes the image from the environment
+    ::unsetenv(eep::kImageVariable);
     eep::Reset();
     module_ = LoadLibraryW(L"EEP.DLL");
     ASSERT_NE(module_, nullptr);
@@ -26,9 +34,13 @@ class EepromTest : public testing_support::DeviceTest {
     ASSERT_TRUE(read_ && write_ && unlock_);
   }
   void TearDown() override {
+    unlock_(1);
     FreeLibrary(module_);
+    eep::UseImage("");
+    if (!image_.empty()) std::filesystem::remove(image_);
     DeviceTest::TearDown();
   }
+  std::string image_;
   HMODULE module_ = nullptr;
   eep::ReadFn read_ = nullptr;
   eep::WriteFn write_ = nullptr;
@@ -75,7 +87,6 @@ TEST_F(EepromTest, BrokenStoreLinesAreIgnored) {
   uint8_t bytes[4];
   EXPECT_TRUE(read_(bytes, 80, 4));
   EXPECT_FALSE(read_(bytes, 81, 1) || read_(bytes, 82, 1));
-  unlock_(1);
 }
 
 // The call log keeps only the latest calls: it must not grow without bound.
@@ -85,6 +96,70 @@ TEST_F(EepromTest, CallLogKeepsTheLatestCallsOnly) {
   EXPECT_LE(calls.size(), 4096u);
   EXPECT_GE(calls.size(), 2048u);
   EXPECT_EQ(calls.back(), "lock");  // the 5000th call: i = 4999 locks
+}
+
+// Item, length and offset in the raw image, worked out by hand from the layout.
+constexpr int kSlots[][3] = {{80, 8, 12},  {81, 8, 20},  {82, 8, 28},  {83, 4, 36},  {84, 8, 40},
+                             {85, 8, 48},  {86, 8, 56},  {87, 8, 64},  {88, 8, 72},  {89, 8, 80},
+                             {90, 2, 88},  {91, 2, 90},  {92, 2, 92},  {93, 2, 94},  {94, 8, 96},
+                             {95, 8, 104}, {96, 8, 112}, {97, 8, 120}, {98, 8, 128}, {99, 8, 136}};
+
+std::string Pattern(int index, int length) {  // differs from every other item's
+  std::string bytes;
+  for (int i = 0; i < length; ++i) bytes += char(index + 7 * i);
+  return bytes;
+}
+
+class EepromImageTest : public EepromTest {
+ protected:
+  EepromImageTest() { image_ = "/dev/shm/surveycam-nvmem-" + std::to_string(::getpid()); }
+  void WriteAll() {
+    ASSERT_TRUE(unlock_(0));
+    for (auto [index, length, offset] : kSlots)
+      ASSERT_TRUE(write_(Pattern(index, length).data(), index, length));
+  }
+  bool Reads(int index, int length, std::string* got = nullptr) {
+    std::string bytes(size_t(length), '\0');
+    const bool ok = read_(bytes.data(), index, length);
+    if (got) *got = bytes;
+    return ok;
+  }
+};
+
+TEST_F(EepromImageTest, EveryItemRoundTripsInPlaceAtItsDocumentedOffset) {
+  WriteHostFile(image_, std::string(256, '\xff'));  // a larger, erased memory
+  WriteAll();
+  const std::string bytes = ReadHostFile(image_);
+  ASSERT_EQ(bytes.size(), 256u);
+  EXPECT_EQ(bytes.substr(0, 12), std::string("SCEE\x01\x00\x84\x00\xff\xff\x0f\x00", 12));
+  EXPECT_EQ(bytes.substr(144), std::string(112, '\xff'));  // the rest of the memory kept
+  for (auto [index, length, offset] : kSlots) {
+    std::string got;
+    EXPECT_EQ(bytes.substr(size_t(offset), size_t(length)), Pattern(index, length)) << index;
+    EXPECT_TRUE(Reads(index, length, &got) && got == Pattern(index, length)) << index;
+  }
+  double eight = 0;  // the image keeps each item at its own length only
+  EXPECT_FALSE(write_(&eight, 90, 8) || Reads(90, 8));
+}
+
+TEST_F(EepromImageTest, ShortErasedAndMissingImagesReadAsMissingItems) {
+  const std::string file = root_ + "/calibration.bin";
+  eep::UseImage(file);  // a file: replaced by a safe save
+  WriteAll();
+  const std::string full = ReadHostFile(file);
+  ASSERT_EQ(full.size(), 144u);
+  const std::pair<std::string, int> cases[] = {// image, the last item that still reads
+                                               {full.substr(0, 88), 89},
+                                               {full.substr(0, 89), 89},
+                                               {full.substr(0, 12), 79},
+                                               {std::string(144, '\xff'), 79},
+                                               {"", 79}};  // no file
+  for (const auto& [image, last] : cases) {
+    std::filesystem::remove(file);
+    if (!image.empty()) WriteHostFile(file, image);
+    for (auto [index, length, offset] : kSlots)
+      EXPECT_EQ(Reads(index, length), index <= last) << image.size() << " bytes, item " << index;
+  }
 }
 
 }  // namespace

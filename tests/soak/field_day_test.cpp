@@ -84,8 +84,7 @@ class FieldDayTest : public liveview_test::SimLiveViewTest {
   // One thing the operator does.
   void Act() {
     CCaptureWnd* v = view_.get();
-    static const UINT kKeys[] = {37, 38, 39, 40, 49, 50, 51, 57};
-    switch (Uniform(0, 14)) {
+    switch (Uniform(0, 12)) {
       case 0:
         v->SetCurCamera(Uniform(0, 1));
         break;
@@ -119,26 +118,16 @@ class FieldDayTest : public liveview_test::SimLiveViewTest {
         platform::InjectTap(std::clamp(160 + Uniform(-near, near), 0, 319), 120 + Uniform(-40, 40));
         break;
       }
-      case 10: {
-        const bool shift = Chance(0.25);
-        if (shift) platform::InjectKey(VK_SHIFT, true);
-        v->KeyControl(kKeys[Uniform(0, 7)]);
-        if (shift) platform::InjectKey(VK_SHIFT, false);
-        break;
-      }
-      case 11:
+      case 10:
         v->m_nAEMode = Uniform(0, 3);
         instrument_->SetLighting(sim::Lighting(Uniform(0, 2)));
         break;
-      case 12:
+      case 11:
         Turn(std::clamp(v->m_dCurV + Uniform(-20, 20) * 0.05, 84.0, 95.0),
              v->m_dCurH + Uniform(-40, 40) * 0.05);
         break;
-      case 13:
-        Chance(0.5) ? v->SnapShot() : v->Reverse();
-        break;
       default:
-        Chance(0.2) ? v->SetTiltErr() : v->ClrTiltErr();
+        Chance(0.5) ? v->SnapShot() : v->Reverse();
     }
     platform::PumpMessages();
   }
@@ -192,7 +181,6 @@ class FieldDayTest : public liveview_test::SimLiveViewTest {
     view_->EndSnapShot();
     LeaveMode();
     view_->ClrGetMeas();
-    view_->ClrTiltErr();
     if (view_->m_StartParam.Reverse) view_->Reverse();
     view_->SetDispCursor(1);
     for (int camera : {0, 1}) view_->SetCurCamera(camera), view_->InitZoom();
