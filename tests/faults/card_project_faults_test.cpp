@@ -358,20 +358,9 @@ TEST_F(ProjectFaults, PointsAndCamera) {
          restore_,
          [&] { return project_.SetCamera(camera); },
          saveCheck(L"Site", L"camera.cmr", true)});
-  Drill({"CProject::GetCamera",
-         [&] {
-           Restore();
-           camera.FocalLength = -1.0;
-         },
-         [&] { return project_.GetCamera(camera); },
-         [&](const Faulted& f) {
-           EXPECT_EQ(f.result, 0);
-           EXPECT_EQ(camera.FocalLength, -1.0);
-           ExpectRefused(f, f.point == "file.open" ? SitePath(L"camera.cmr") : L"");
-         }});
 }
+
 TEST_F(ProjectFaults, SolveAndIntersect) {
-  const std::string dlt_bytes = SiteFile(L"P001.DLT"), result_bytes = SiteFile(L"result.csv");
   CDLT dlt;
   const auto prepareDlt = [&] {
     Restore();
@@ -382,8 +371,7 @@ TEST_F(ProjectFaults, SolveAndIntersect) {
          prepareDlt,
          [&] { return project_.SolveDLT(L"P001", dlt); },
          [&](const Faulted& f) {
-           EXPECT_EQ(SiteFile(L"P001.DLT"), dlt_bytes);  // the same solution, or the old file
-           if (f.result == 1) {                          // only the end of the last file lost
+           if (f.result == 1) {  // only the end of the last file lost
              EXPECT_EQ(f.point, "file.read");
              EXPECT_EQ(dlt.GetControlCount(), 8);
              return;
@@ -395,44 +383,19 @@ TEST_F(ProjectFaults, SolveAndIntersect) {
            ExpectRefused(f,
                          refused ? SitePath(f.skip == 0 ? L"control.csv" : L"P001.imc") : L"",
                          saving ? std::vector<std::wstring>{kE512} : std::vector<std::wstring>{});
-         }});
-  // A point either comes out exact from both photographs or not at all:
-  // never from fewer photographs than measured it.
-  CXYZ point;
-  auto expectRefusedImcOrNone = [&](const Faulted& f) {
-    if (f.boxes.empty()) return;
-    ASSERT_EQ(f.boxes.size(), 1u);
-    EXPECT_EQ(f.point, "file.open");
-    EXPECT_NE(f.boxes[0].text.find(L".imc\n"), std::wstring::npos);
-  };
-  Drill({"CProject::Intersect",
-         [&] {
-           Restore();
-           point = CXYZ(L"old", -1.0, -1.0, -1.0);
          },
-         [&] { return project_.Intersect(L"T1", point); },
-         [&](const Faulted& f) {
-           expectRefusedImcOrNone(f);
-           if (f.result == 0) {
-             EXPECT_EQ(point.X, -1.0);
-             return;
-           }
-           EXPECT_EQ(f.point, "file.read");
-           EXPECT_EQ(point.Num, 2);
-           EXPECT_LT(point.Len(kT1), 1e-6);
-         }});
+         true});
   PointArray results;
+  CXYZ old(L"old", -1.0, -1.0, -1.0);
   Drill({"CProject::IntersectAll",
          [&] {
            Restore();
            results.RemoveAll();
-           results.Add(point);
+           results.Add(old);
          },
          [&] { return project_.IntersectAll(results); },
          [&](const Faulted& f) {
-           // The previous results stay whole unless the same ones replaced them.
-           EXPECT_EQ(SiteFile(L"result.csv"), result_bytes);
-           if (f.result == 0) {
+           if (f.result == 0) {  // the previous results stay whole
              EXPECT_EQ(results.GetSize(), 1);
              if (f.point != "file.open" && f.point != "file.read") ExpectBox(f, kE512);
              return;
@@ -441,6 +404,7 @@ TEST_F(ProjectFaults, SolveAndIntersect) {
            ASSERT_EQ(results.GetSize(), 2);
            EXPECT_LT(results[0].Len(kT1), 1e-6);
            EXPECT_LT(results[1].Len(kT2), 1e-6);
-         }});
+         },
+         true});
 }
 }  // namespace

@@ -101,7 +101,7 @@ TEST(SimRender, WideTargetLandsWhereHandCalculationPutsIt) {
   }
 }
 
-TEST(SimRender, ExposureRisesWithBrightnessClipsAndReachesEveryLighting) {
+TEST(SimRender, ExposureRisesWithBrightnessAndClipsAtTheDriversEnds) {
   sim::Instrument instrument;
   BuildSite(instrument);
   double previous = -1.0;
@@ -114,18 +114,6 @@ TEST(SimRender, ExposureRisesWithBrightnessClipsAndReachesEveryLighting) {
   EXPECT_EQ(Render(instrument, 1, 143), Render(instrument, 1, 400));
   EXPECT_EQ(Render(instrument, 1, -112), Render(instrument, 1, -1000));
   EXPECT_DOUBLE_EQ(sim::Exposure::Gain(32) / sim::Exposure::Gain(0), 2.0);
-  // Auto exposure aims the mean at 128: the dark scene starts far below, the
-  // bright one far above, and both are reachable inside -112..143.
-  instrument.SetLighting(sim::Lighting::kDark);
-  EXPECT_LT(sim_test::MeanLuminance(Render(instrument, 1, 0)), 70.0);
-  EXPECT_GT(sim_test::MeanLuminance(Render(instrument, 1, 143)), 140.0);
-  instrument.SetLighting(sim::Lighting::kBright);
-  EXPECT_GT(sim_test::MeanLuminance(Render(instrument, 1, 0)), 215.0);
-  EXPECT_LT(sim_test::MeanLuminance(Render(instrument, 1, -112)), 118.0);
-  instrument.SetLighting(sim::Lighting::kNormal);
-  double neutral = sim_test::MeanLuminance(Render(instrument, 1, 0));
-  EXPECT_GT(neutral, 90.0);
-  EXPECT_LT(neutral, 200.0);
 }
 
 // 0.05 m at 40 m through the tele's 248.46 mm optics: 0.05 / 40 * 248.46 /

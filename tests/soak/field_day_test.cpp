@@ -7,6 +7,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -234,26 +235,14 @@ TEST_F(FieldDayTest, AnHourOfWorkLeavesNoTraceAndChangesNothing) {
   ASSERT_TRUE(
       platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", kCard));
   ASSERT_TRUE(CreateDirectoryW(kCard, nullptr));
-  // A calibration with distortion and a camera offset; boards around home for
-  // the wide camera, one far board near the tele reticle.
-  sim::Calibration c{8.0,
-                     1.801,
-                     1.337,
-                     0.0056,
-                     0.0056,
-                     {},
-                     CXYZ(42.0, -18.0, 65.0),
-                     CWPK(0.0041, -0.0032, 0.0057),
-                     324,
-                     236,
-                     318,
-                     242};
+  sim::Calibration c;  // with distortion and a camera offset
+  c.ccd_offset = CXYZ(42.0, -18.0, 65.0);
   c.dist.SetDistModel(DIST_RADIAL_DECENTER);
-  const double k1k2p1p2[4] = {-2.1e-3, 1.4e-5, 1.2e-4, -6.0e-5};
-  for (int i = 0; i < 4; ++i) c.dist.AddPara(i, k1k2p1p2[i]);
+  for (int i = 0; i < 4; ++i) c.dist.AddPara(i, std::array{-2.1e-3, 1.4e-5, 1.2e-4, -6.0e-5}[i]);
   Start(c);
   ASSERT_FALSE(HasFatalFailure());
   instrument_->station().SetAngles(kHomeV, kHomeH);
+  // Boards around home for the wide camera, one far board near the tele reticle.
   const double offsets[][4] = {
       {-0.08, 0.08, 150, 0.25}, {-4, -7, 18, 0.3}, {3, 6, 30, 0.3}, {2, -3, 22, 0.3}};
   for (const auto& o : offsets) {
