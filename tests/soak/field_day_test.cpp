@@ -177,7 +177,7 @@ class FieldDayTest : public liveview_test::SimLiveViewTest {
     GoHome(ticks - active);
   }
 
-  // Home, then automatic exposure from 0, which must come to rest.
+  // Home, then automatic exposure from 0 (it comes to rest: the look compares it).
   void GoHome(int settle) {
     view_->EndSnapShot();
     LeaveMode();
@@ -191,12 +191,8 @@ class FieldDayTest : public liveview_test::SimLiveViewTest {
     view_->InitAE();
     platform::AdvanceTime(CCaptureWnd::kFrameTimerPeriodMs);
     view_->m_nAEMode = 1;
-    std::vector<int> exposures;
-    for (int t = 1; t < settle; ++t, ++ticks_) {
+    for (int t = 1; t < settle; ++t, ++ticks_)
       platform::AdvanceTime(CCaptureWnd::kFrameTimerPeriodMs);
-      exposures.push_back(view_->m_StartParam.Brightness);
-    }
-    EXPECT_TRUE(exposures.size() < 5 || exposures.end()[-5] == exposures.back()) << "still moving";
     for (const auto& call : boxes_.calls()) ADD_FAILURE() << platform::WideToUtf8(call.text);
     boxes_.clear();
     devices::capture::ClearLog();

@@ -29,8 +29,9 @@ class RTCardTest : public testing_support::DeviceTest {
         platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", kCard));
   }
   void MountCard() { fs::create_directories(Host(kCard)); }
-  // Exactly one box since the last one, "ERROR" with `text`.
-  void ExpectBox(const wchar_t* text) {
+  // Refused (0), with exactly one box since the last one, "ERROR" with `text`.
+  void ExpectRefused(int result, const wchar_t* text) {
+    EXPECT_EQ(result, 0);
     EXPECT_EQ(boxes_.size(), 1u);
     EXPECT_EQ(boxes_.LastText(), text);
     EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
@@ -134,23 +135,17 @@ TEST_F(RTCardTest, FilesAndFolderTreesCopyAndMoveWhole) {
 TEST_F(RTCardTest, FullOrMissingCardRefusesBeforeWritingAnything) {
   PutDeviceFile(L"\\IMG_MAIN\\p1.jpg", Pattern(4096, 6));
   ULONGLONG free_bytes = 7, total = 7;
-  EXPECT_EQ(card_.GetFreeSpace(nullptr, free_bytes, total), 0);
-  ExpectBox(kE519);
+  ExpectRefused(card_.GetFreeSpace(nullptr, free_bytes, total), kE519);
   EXPECT_EQ(free_bytes + total, 14u);  // untouched
-  EXPECT_EQ(card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), 0);
-  ExpectBox(kE519);
-  EXPECT_EQ(card_.MoveFile(L"\\Storage Card\\p1.jpg", L"\\IMG_MAIN\\p2.jpg"), 0);
-  ExpectBox(kE519);
+  ExpectRefused(card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), kE519);
+  ExpectRefused(card_.MoveFile(L"\\Storage Card\\p1.jpg", L"\\IMG_MAIN\\p2.jpg"), kE519);
   CKvoArray<RTCARD_FILE_INFO, RTCARD_FILE_INFO&> list;
-  EXPECT_EQ(card_.GetFileList(L"\\Storage Card\\JPEG", L"*", list), 0);
-  ExpectBox(kE519);
+  ExpectRefused(card_.GetFileList(L"\\Storage Card\\JPEG", L"*", list), kE519);
 
   MountCard();
   platform::fs::SetFreeSpaceOverride(4095);
-  EXPECT_EQ(card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), 0);
-  ExpectBox(kE523);
-  EXPECT_EQ(card_.MoveFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), 0);
-  ExpectBox(kE523);
+  ExpectRefused(card_.CopyFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), kE523);
+  ExpectRefused(card_.MoveFile(L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card\\p1.jpg"), kE523);
   EXPECT_TRUE(fs::is_empty(Host(kCard)));
   EXPECT_TRUE(DeviceFileExists(L"\\IMG_MAIN\\p1.jpg"));
   platform::fs::SetFreeSpaceOverride(4096);  // exactly enough is enough
@@ -162,8 +157,7 @@ TEST_F(RTCardTest, FullOrMissingCardRefusesBeforeWritingAnything) {
   PutDeviceFile(L"\\IMG_MAIN\\job\\a", Pattern(3000, 7));
   PutDeviceFile(L"\\IMG_MAIN\\job\\sub\\b", Pattern(3000, 8));
   platform::fs::SetFreeSpaceOverride(5999);
-  EXPECT_EQ(card_.CopyFolder(L"\\IMG_MAIN\\job", L"\\Storage Card\\job"), 0);
-  ExpectBox(kE523);
+  ExpectRefused(card_.CopyFolder(L"\\IMG_MAIN\\job", L"\\Storage Card\\job"), kE523);
   EXPECT_FALSE(DeviceFileExists(L"\\Storage Card\\job"));
 }
 
