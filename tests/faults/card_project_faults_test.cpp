@@ -50,9 +50,7 @@ class CardProjectFaults : public FaultMatrix<> {
 
 using CardFaults = CardProjectFaults;
 
-// A failed lookup, search or free-space query gives no answer (never an empty
-// card or a size that leaves a folder out) and shows nothing; the root's value
-// is in hand before its key is closed.
+// A failed lookup gives no answer (never an empty card or a short size), silently.
 TEST_F(CardFaults, RootAndListings) {
   ULONGLONG free_bytes = 0, total = 0, bytes = 0;
   CKvoArray<RTCARD_FILE_INFO, RTCARD_FILE_INFO&> list;
@@ -79,8 +77,6 @@ TEST_F(CardFaults, RootAndListings) {
          true});
 }
 
-// A failed transfer leaves both folders as they were: the source whole, a
-// replaced file kept, no partial copy.
 TEST_F(CardFaults, Transfers) {
   const std::string photo = Pattern(100000, 4), old = Pattern(777, 5);
   const wchar_t *from = L"\\Storage Card\\q.jpg", *to = L"\\IMG_MAIN\\q.jpg";
@@ -132,8 +128,7 @@ TEST_F(CardFaults, Transfers) {
          prepareJob,
          [&] { return card_.MoveFolder(L"\\IMG_MAIN\\job", L"\\Storage Card\\job"); },
          [&](const Faulted& f) {
-           // Failed while copying: nothing changed; while deleting the source
-           // (or searching a folder already emptied: 1): the copy is complete.
+           // Failed while copying: nothing changed; while deleting: the copy is complete.
            if (f.result == 0) ExpectTransferFailed(f);
            if (f.changed.empty()) {
              EXPECT_NE(f.point, "fs.delete");
@@ -149,8 +144,7 @@ TEST_F(CardFaults, Transfers) {
          [&] { return card_.DeleteFolder(L"\\IMG_MAIN\\job"); },
          [&](const Faulted& f) {
            EXPECT_TRUE(f.boxes.empty());
-           // A folder's contents are deleted before the folder: a failed
-           // search of an empty folder still lets it go (result 1, all gone).
+           // A failed search of a folder already emptied still lets it go (1).
            EXPECT_EQ(f.result, DeviceFileExists(L"\\IMG_MAIN\\job") ? 0 : 1);
            EXPECT_TRUE(f.result == 0 || f.point == "fs.find");
            expectPartOfJob();
@@ -170,8 +164,7 @@ class ProjectFaults : public CardProjectFaults {
     BuildProjects();
     fs::copy(Host(kRoot), Host(L"\\template"), fs::copy_options::recursive);
   }
-  // "Other" and "Bare" are empty; "Site" has control points, a camera and
-  // two solved photographs measuring two new points.
+  // "Other" and "Bare" empty; "Site" with control, a camera, two solved photographs.
   void BuildProjects() {
     CProject p;
     ASSERT_EQ(p.Create(L"Other") + p.Create(L"Bare") + p.Create(L"Site"), 3);
@@ -231,8 +224,7 @@ TEST_F(ProjectFaults, FoldersAndIndex) {
          [&] { Restore(L"Other"); },
          [&] { return project_.Open(L"Site"); },
          [&](const Faulted& f) {
-           // A refused index is rewritten from the backup; a card that went
-           // away cannot give the backup either.
+           // A refused index is rewritten from the backup; a lost read has no backup either.
            const bool refused = f.point == "file.open";
            ExpectOutcome(f, refused ? 1 : 0, refused ? L"" : kE508);
            EXPECT_EQ(project_.IsOpen() ? project_.GetPhotoCount() : -1, refused ? 2 : -1);
@@ -325,8 +317,7 @@ TEST_F(ProjectFaults, PointsAndCamera) {
   PointArray points;
   CCamera camera, back;
   camera.FocalLength = 8.25;
-  // A failed save answers 0 with E-512 (after the refused file's own box) and
-  // leaves the files, and an earlier camera in memory, as they were.
+  // E-512 (after a refused file's own box); files and an earlier camera stay.
   const auto saveCheck = [&](const wchar_t* project, const wchar_t* file, bool hadCamera) {
     return [&, project, file, hadCamera](const Faulted& f) {
       EXPECT_EQ(f.result, 0);

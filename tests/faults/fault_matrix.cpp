@@ -30,8 +30,7 @@ Counters Since(const Counters& a) {
   return b;
 }
 
-// Which calls of a point to fail: all of them when there are few, else the
-// first three, one in the middle and the last three.
+// All calls of a point when few, else the first three, the middle one and the last three.
 std::vector<int> Skips(int calls) {
   if (calls > 12) return {0, 1, 2, calls / 2, calls - 3, calls - 2, calls - 1};
   std::vector<int> skips;
@@ -107,9 +106,7 @@ void Drill(const Operation& op,
       op.prepare();
       boxes.clear();
       platform::fault::DisarmAll();
-      // A failing read stands for a card that went away: every later read
-      // fails too (CFile::Read answers 0 bytes for an error and for the end of
-      // the file alike, so no reader can tell one lost read from the end).
+      // A failing read stands for a card that went away: every later read fails too.
       const Tree prepared = Snapshot(root);
       platform::fault::Arm(point, skip, point == "file.read" ? -1 : 1);
       const Counters start = Since(Counters{});

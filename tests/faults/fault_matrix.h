@@ -1,9 +1,6 @@
 #pragma once
-// The fault matrix: runs an operation once cleanly to learn which platform
-// calls it makes (platform::fault::Calls), then again with each of those
-// calls failed in turn, and checks every faulted run for leaks (never more
-// than the clean run leaves), that the failed call was really reached, and
-// the outcome the operation's own check expects.
+// The fault matrix (see FAULTS.md): an operation run with each platform call of
+// its clean run failed in turn, checked for leaks, reach and its own outcome.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -17,8 +14,7 @@
 
 namespace fault_matrix {
 
-// Every folder and file under a host folder, by relative path, with its bytes
-// ("<dir>" for a folder).
+// Every folder ("<dir>") and file under a host folder, by relative path.
 using Tree = std::map<std::string, std::string>;
 Tree Snapshot(const std::string& hostFolder);
 
@@ -50,8 +46,7 @@ inline std::string Pattern(size_t size, int seed) {
   return bytes;
 }
 
-// Runs the whole matrix of `op`; `boxes` records the message boxes, `root` is
-// the device root's host folder.
+// Runs the whole matrix of `op`; `root` is the device root's host folder.
 void Drill(const Operation& op,
            testing_support::MessageBoxRecorder& boxes,
            const std::string& root);
@@ -61,14 +56,12 @@ std::vector<std::wstring> Texts(const Faulted& f);
 void ExpectBox(const Faulted& f, const std::wstring& text, const wchar_t* caption = L"ERROR");
 // The result, and exactly one box "ERROR" with `text` (none when empty).
 void ExpectOutcome(const Faulted& f, int result, const std::wstring& text = L"");
-// The refused open's box (its text starts with the path; none when the path
-// is empty), then boxes with the texts `then`, all captioned "ERROR".
+// The refused open's box naming `path` (if any), then `then`, all "ERROR".
 void ExpectRefused(const Faulted& f,
                    const std::wstring& path,
                    const std::vector<std::wstring>& then = {});
 
-// A device-root fixture (`Base`) that drills; saves skip fsync (the order of
-// write, flush and rename is checked here, not the disk's speed).
+// A device-root fixture (`Base`) that drills; saves skip fsync (order, not speed).
 template <class Base = testing_support::DeviceTest>
 class FaultMatrix : public Base {
  protected:

@@ -59,7 +59,7 @@ struct Saver {  // a writer that replaces a whole file
 // byte, no temporary is left and the writer answers 0; only a refused open
 // is reported.
 TEST_F(FileFaults, WholeFileSaves) {
-  PointArray site = Site(300);  // about 12 kB: several reader blocks
+  PointArray pts = Site(300);  // about 12 kB: several reader blocks
   CSize size(640, 480);
   CDibEx picture;
   image_test::Fill24(picture, 320, 240, 7);  // noise: the encoder writes several blocks
@@ -68,36 +68,27 @@ TEST_F(FileFaults, WholeFileSaves) {
     return platform::registry::SetString(
         L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", folder);
   };
+  CLeastSq lsq(2);
+  lsq.SetNoeq(0, 0, 4.0);
+  const wchar_t* store = platform::registry::StorePath();
   const Saver savers[] = {
       {"CCamera::Write", L"\\c.cmr", [] { return SampleCamera().Write(L"\\c.cmr"); }, true},
       {"VKR3ZA_CALIB::Write", L"\\o.txt", [] { return VKR3ZA_CALIB().Write(L"\\o.txt"); }, true},
-      {"WriteCSVFile(replace)",
-       L"\\p.csv",
-       [&] { return WriteCSVFile(L"\\p.csv", site, 0); },
-       true},
-      {"WriteImcFile",
-       L"\\p.imc",
-       [&] { return WriteImcFile(L"\\p.imc", L"title", size, site); },
-       true},
+      {"WriteCSVFile(replace)", L"\\p.csv", [&] { return WriteCSVFile(L"\\p.csv", pts, 0); }, true},
+      {"WriteImcFile", L"\\p.imc", [&] { return WriteImcFile(L"\\p.imc", L"t", size, pts); }, true},
       {"CDibEx::WriteBMP", L"\\p.bmp", [&] { return picture.WriteBMP(bmp); }, false},
       {"CDibEx::WriteJPEG", L"\\p.jpg", [&] { return picture.WriteJPEG(jpg); }, false},
       {"CLeastSq::SaveErrorNoeqStatus",
        L"\\Noeq.txt",
-       [] {
-         CLeastSq lsq(2);
-         lsq.SetNoeq(0, 0, 4.0);
-         return lsq.SaveErrorNoeqStatus(2, 2);
-       },
+       [&] { return lsq.SaveErrorNoeqStatus(2, 2); },
        false},
-      {"registry::SetString",
-       platform::registry::StorePath(),
-       [&] { return int(setCard(L"\\New")); },
-       false},
+      {"registry::SetString", store, [&] { return int(setCard(L"\\New")); }, false},
   };
+
   for (const Saver& s : savers) {
     Drill({s.name,
            [&] {
-             if (s.path == platform::registry::StorePath())
+             if (s.path == store)
                ASSERT_TRUE(setCard(L"\\Storage Card"));  // the store has its own format
              else
                PutDeviceFile(s.path, kOld);

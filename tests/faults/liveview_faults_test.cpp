@@ -82,15 +82,12 @@ class LiveviewFaults : public FaultMatrix<liveview_test::LiveViewTest> {
       return std::stoi(f.point.substr(f.point.rfind('.') + 1));
     return first + f.skip;
   }
-  // A failed read of a record's first item (80, 90) or of the offsets (94)
-  // sets defaults, silently.
+  // A failed read of item 80, 90 or 94 sets defaults, silently.
   static bool SilentDefault(const Faulted& f) {
     return f.point == "eep.read.80" || f.point == "eep.read.90" || f.point == "eep.read.94";
   }
-  // One failed call of a transfer ("Read" or "Write") from item `first`: the
-  // lock is always given back; the first failure is named.
+  // One failed call of a transfer ("Read" or "Write") from item `first`.
   static void ExpectFlashOutcome(const Faulted& f, const std::wstring& op, int first) {
-    // A failed lock leaves the memory unlocked, as the device does.
     EXPECT_EQ(eep::IsLocked(), f.point != "eep.lock");
     EXPECT_EQ(f.result, SilentDefault(f) ? TRUE : FALSE);
     if (f.point == "eep.unlock") {
@@ -124,16 +121,13 @@ class LiveviewFaults : public FaultMatrix<liveview_test::LiveViewTest> {
 // The texts the window shows for one failed call of its life, in order.
 std::vector<std::wstring> ExpectedLifeBoxes(const std::string& point) {
   if (point == "alloc") return {kE500};
-  // A failed CreateFileW answers the invalid handle, which counts as opened:
-  // no E-501, but the driver refuses the display record and the start.
+  // A failed open counts as opened (no E-501); the driver refuses what follows.
   if (point == "cap.open") return {L"SetCapture Error! E-502", L"StartCapture Error! E-503"};
   if (point == "cap.display") return {L"SetCapture Error! E-502"};
   if (point == "cap.start") return {L"StartCapture Error! E-503"};
   return {};  // the event, the exposure reads and the final stop are not checked
 }
 
-// Construction, creation, the posted start of capture, three frame-timer
-// steps, destruction.
 TEST_F(LiveviewFaults, WholeWindowLife) {
   HWND hwnd = nullptr;
   Drill({"CCaptureWnd life",
@@ -157,8 +151,6 @@ TEST_F(LiveviewFaults, WholeWindowLife) {
            EXPECT_EQ(devices::capture::OpenInstances(), 0);
            const bool frames = devices::capture::FramesProduced() > 0;
            if (!f.Under("eep.") && !f.Under("module.")) {
-             // Capture initialisation reports and goes on; the window lives,
-             // and capture runs unless its driver object or start failed.
              EXPECT_EQ(f.result, 1);
              EXPECT_EQ(Texts(f), ExpectedLifeBoxes(f.point));
              for (const auto& box : f.boxes) {
@@ -169,13 +161,11 @@ TEST_F(LiveviewFaults, WholeWindowLife) {
                        f.point != "alloc" && f.point != "cap.open" && f.point != "cap.start");
              return;
            }
-           // A window whose calibration cannot be read never starts capture.
            EXPECT_TRUE(f.result == 1 || !frames);
            if (f.point == "module.load") {
              EXPECT_EQ(f.result, 0);
              ExpectBox(f, L"Load Module Error", L"Error");
            } else if (f.point == "module.proc") {
-             // A missing entry point: the calibration cannot be read, silently.
              EXPECT_EQ(f.result, 0);
              EXPECT_TRUE(f.boxes.empty());
            } else {
@@ -184,8 +174,6 @@ TEST_F(LiveviewFaults, WholeWindowLife) {
          }});
 }
 
-// A running view operated as the host does: camera switches, zoom, turned,
-// frozen and released, a full-frame grab, exposure steps.
 TEST_F(LiveviewFaults, OperatingTheView) {
   CDibEx grabbed;
   Drill({"operating the view",
@@ -210,8 +198,7 @@ TEST_F(LiveviewFaults, OperatingTheView) {
            return 1;
          },
          [&](const Faulted& f) {
-           // The view does not check the driver's answers to these requests:
-           // the host's settings stand and live capture goes on.
+           // The driver's answers are not checked: the settings stand, capture goes on.
            EXPECT_EQ(f.result, 1);
            EXPECT_EQ(view_->GetCurCamera(), 1);
            EXPECT_EQ(view_->m_dZoomRatio[0], 2.0);
@@ -227,8 +214,6 @@ TEST_F(LiveviewFaults, OperatingTheView) {
          }});
 }
 
-// A tap in corner mode, then the paint, which grabs the picture under the
-// window and searches it for a corner near the tap.
 TEST_F(LiveviewFaults, CornerSearch) {
   devices::SetFrameSource(std::make_shared<Quadrant>());
   CreateView({0, 0, 320, 240}, 0.5);
@@ -272,8 +257,6 @@ struct Transfer {
   int first, count;  // the items it moves
 };
 
-// Each transfer stops at its first failure, with nothing read or written past
-// it; the user offsets change the centres in memory first, whatever happens.
 TEST_F(LiveviewFaults, CalibrationMemory) {
   CCaptureWnd w;
   ASSERT_NE(w.m_pSysEepRead, nullptr);
@@ -341,8 +324,7 @@ TEST_F(LiveviewFaults, LanguageFile) {
          },
          [&] { return w->GetImageLangCode(); },
          [&](const Faulted& f) {
-           // A read or allocation failure leaves the translation empty: the
-           // English texts stay in use and the file still counts as read.
+           // A failed read or allocation leaves the English texts in use.
            const bool open = f.point == "file.open";
            ExpectOutcome(f, open ? 0 : 1, open ? L"File Read Error. E-505" : L"");
            EXPECT_EQ(std::wstring(w->m_pMessage->Text(21)), L"Saved OK.");
@@ -366,9 +348,7 @@ TEST_F(LiveviewFaults, SnapshotSaving) {
            [&] { return view_->WriteJpeg(); },
            [&](const Faulted& f) {
              EXPECT_FALSE(platform::WaitCursorShown());
-             // A failed grab of the displayed picture tells its own cause
-             // first (E-500 no memory, E-504 no picture from the driver),
-             // then the save fails with E-522.
+             // A failed grab tells its own cause first (E-500, E-504), then E-522.
              const bool grab = f.point == "alloc" || f.Under("cap.");
              if (grab && f.boxes.size() == 2) {
                EXPECT_EQ(f.boxes[0].text, f.point == "alloc" ? kE500 : kE504);
