@@ -1,5 +1,5 @@
-// The simulated instrument's pictures: repeatable, placed where a hand
-// calculation puts them, and exposed the way a camera gain would expose them.
+// The simulated instrument's pictures: placed where a hand calculation puts
+// them, and exposed the way a camera gain would expose them.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -15,48 +15,13 @@ namespace {
 
 using sim_test::Frame;
 
-Frame Render(sim::Instrument& instrument, int camera, int brightness = 0, uint64_t index = 0) {
+Frame Render(sim::Instrument& instrument, int camera, int brightness = 0) {
   Frame frame = sim_test::NewFrame();
   devices::FrameRequest request;
   request.camera = camera;
   request.brightness = brightness;
-  request.frame_index = index;
-  request.time_ms = int64_t(index) * 33;
   instrument.Render(request, frame.data());
   return frame;
-}
-
-// A small site: a few targets and two buildings around a station that is
-// not at the origin.
-void BuildSite(sim::Instrument& instrument) {
-  instrument.station().SetPosition(1200.25, -310.5, 42.0);
-  instrument.station().SetInstrumentHeight(1.55);
-  instrument.station().SetAngles(88.5, 37.0);
-  sim::StationState s = instrument.station().State();
-  sim::Scene scene;
-  scene.set_ground_z(42.0);
-  for (double dh : {-9.0, -3.0, 4.0, 10.0})
-    scene.AddTarget(sim_test::TargetAt(s, 88.0, 37.0 + dh, 25.0, 0.25));
-  scene.AddBuilding({1230.0, 1250.0, -300.0, -280.0, 42.0, 54.0});
-  scene.AddBuilding({1215.0, 1222.0, -270.0, -255.0, 42.0, 48.0, 0.7f, 0.4f, 0.3f});
-  instrument.SetScene(scene);
-}
-
-TEST(SimRender, SameInputsGiveSamePixels) {
-  sim::Instrument first;
-  sim::Instrument second;
-  BuildSite(first);
-  BuildSite(second);
-  for (int camera : {0, 1}) {
-    Frame a = Render(first, camera, 12, 1);
-    Frame b = Render(first, camera, 12, 2);  // a later frame of the same still scene
-    Frame c = Render(second, camera, 12, 1);
-    EXPECT_EQ(a, b) << "camera " << camera;
-    EXPECT_EQ(a, c) << "camera " << camera;
-  }
-  Frame before = Render(first, 1);
-  first.station().SetAngles(88.5, 37.5);
-  EXPECT_NE(before, Render(first, 1));
 }
 
 struct HandCase {
@@ -103,7 +68,7 @@ TEST(SimRender, WideTargetLandsWhereHandCalculationPutsIt) {
 
 TEST(SimRender, ExposureRisesWithBrightnessAndClipsAtTheDriversEnds) {
   sim::Instrument instrument;
-  BuildSite(instrument);
+  instrument.AddTarget(sim_test::TargetAt(instrument.station().State(), 90.0, 3.0, 25.0, 0.25));
   double previous = -1.0;
   for (int b = -112; b <= 143; b += 15) {
     double mean = sim_test::MeanLuminance(Render(instrument, 1, b));
