@@ -1,5 +1,4 @@
-// CLineSeg: normal form from end points against hand-worked lines, fits of
-// noisy points, crossings, angles across theta = 0 / pi.
+// CLineSeg: normal forms of hand-worked lines, noisy fits, crossings, angles across theta 0 / pi.
 #include "corner/line_seg.h"
 
 #include <gtest/gtest.h>
@@ -30,31 +29,30 @@ TEST(LineSeg, NormalFormOfHandWorkedLines) {
     EXPECT_NEAR(c.s.Length(), c.length, 1e-12);
     // Ends in the order of the direction (-sin, cos), on the line.
     EXPECT_LE(c.s.Along(c.s.m_dX1, c.s.m_dY1), c.s.Along(c.s.m_dX2, c.s.m_dY2));
-    EXPECT_NEAR(c.s.Distance(c.s.m_dX1, c.s.m_dY1), 0.0, 1e-12);
-    EXPECT_NEAR(c.s.Distance(c.s.m_dX2, c.s.m_dY2), 0.0, 1e-12);
+    EXPECT_NEAR(std::hypot(c.s.Distance(c.s.m_dX1, c.s.m_dY1), c.s.Distance(c.s.m_dX2, c.s.m_dY2)),
+                0.0,
+                1e-12);
   }
   EXPECT_NEAR(cases[3].s.Distance(4, 4), 4 / std::sqrt(2.0), 1e-12);  // the normal side is positive
   CLineSeg s(0, 0, 10, 1);
   s.SetLine(-2.0, kPi + 0.25);  // the same line as rho 2, theta 0.25
   EXPECT_NEAR(s.m_dTheta, 0.25, 1e-12);
   EXPECT_NEAR(s.m_dRho, 2.0, 1e-12);
-  EXPECT_NEAR(s.Distance(s.m_dX1, s.m_dY1) + s.Distance(s.m_dX2, s.m_dY2), 0.0, 1e-12);
+  EXPECT_NEAR(std::hypot(s.Distance(s.m_dX1, s.m_dY1), s.Distance(s.m_dX2, s.m_dY2)), 0.0, 1e-12);
   CLineSeg o(1, 2, 9, 7);  // an offset moves the line and its ends together
   o.Offset(30, -11);
   EXPECT_NEAR(std::min(o.m_dX1, o.m_dX2), 31, 1e-12);
   EXPECT_NEAR(std::max(o.m_dY1, o.m_dY2), -4, 1e-12);
-  EXPECT_NEAR(o.Distance(o.m_dX1, o.m_dY1) + o.Distance(o.m_dX2, o.m_dY2), 0.0, 1e-12);
+  EXPECT_NEAR(std::hypot(o.Distance(o.m_dX1, o.m_dY1), o.Distance(o.m_dX2, o.m_dY2)), 0.0, 1e-12);
 }
 
 TEST(LineSeg, CrossingsAnglesAndNearness) {
   CLineSeg a(0, 2, 10, 2);  // y = 2
   double x = -1, y = -1;
   ASSERT_EQ(a.Intersect(CLineSeg(7, -5, 7, 5), x, y), 1);
-  EXPECT_NEAR(x, 7.0, 1e-12);
-  EXPECT_NEAR(y, 2.0, 1e-12);
-  ASSERT_EQ(CLineSeg(0, 0, 1, 1).Intersect(CLineSeg(0, 6, 6, 0), x, y), 1);  // at (3, 3)
-  EXPECT_NEAR(x, 3.0, 1e-12);
-  EXPECT_NEAR(y, 3.0, 1e-12);
+  EXPECT_NEAR(std::hypot(x - 7, y - 2), 0.0, 1e-12);
+  ASSERT_EQ(CLineSeg(0, 0, 1, 1).Intersect(CLineSeg(0, 6, 6, 0), x, y), 1);
+  EXPECT_NEAR(std::hypot(x - 3, y - 3), 0.0, 1e-12);
   x = y = 42;  // parallels have no crossing and leave the outputs alone
   EXPECT_EQ(a.Intersect(CLineSeg(0, 9, 5, 9), x, y), 0);
   EXPECT_EQ(x + y, 84);

@@ -1,7 +1,4 @@
-// CPrcCorner on rendered pictures whose corners are known to sub-pixel
-// precision (turned squares, a checkerboard junction, noise), and pictures
-// without corners. Taps near board corners on the simulator are tested end to
-// end in the live view's corner mode.
+// CPrcCorner on rendered pictures with corners known to sub-pixel precision, and without corners.
 #include "corner/prc_corner.h"
 
 #include <gtest/gtest.h>
@@ -17,34 +14,27 @@
 
 namespace {
 
-// Shapes with exactly known corners rendered with area sampling, so edges
-// carry sub-pixel grey levels as a camera's would. Pixel (i, j) covers
-// [i - 0.5, i + 0.5] x [j - 0.5, j + 0.5].
 constexpr double kPi = 3.141592653589793;
 
 struct Pt {
   double x, y;
 };
 
-struct Grey {
-  int width, height;
-  std::vector<uint8_t> pixels;
-  uint8_t at(int x, int y) const { return pixels[size_t(y) * size_t(width) + size_t(x)]; }
-};
+constexpr int kW = 220, kH = 200;
+using Grey = std::vector<uint8_t>;  // kW x kH
 
-// Renders inside(x, y) -> true as `dark` over `light`, 8 x 8 samples a pixel.
-Grey Render(
-    int width, int height, int light, int dark, const std::function<bool(double, double)>& inside) {
-  Grey g{width, height, std::vector<uint8_t>(size_t(width) * size_t(height))};
+// Area-sampled (8 x 8 a pixel) `dark` shape over `light`; pixel (i, j) is centred on (i, j).
+Grey Render(int light, int dark, const std::function<bool(double, double)>& inside) {
+  Grey g(kW * kH);
   constexpr int kSub = 8;
-  for (int j = 0; j < height; ++j)
-    for (int i = 0; i < width; ++i) {
+  for (int j = 0; j < kH; ++j)
+    for (int i = 0; i < kW; ++i) {
       int hits = 0;
       for (int sy = 0; sy < kSub; ++sy)
         for (int sx = 0; sx < kSub; ++sx)
           hits += inside(i - 0.5 + (sx + 0.5) / kSub, j - 0.5 + (sy + 0.5) / kSub);
       const double v = light + (dark - light) * double(hits) / (kSub * kSub);
-      g.pixels[size_t(j) * size_t(width) + size_t(i)] = uint8_t(std::lround(v));
+      g[size_t(j * kW + i)] = uint8_t(std::lround(v));
     }
   return g;
 }
@@ -71,10 +61,8 @@ struct Square {
 void AddNoise(Grey& g, double sigma, unsigned seed) {
   std::mt19937 rng(seed);
   std::normal_distribution<double> noise(0.0, sigma);
-  for (auto& p : g.pixels) p = uint8_t(std::clamp(std::lround(p + noise(rng)), 0L, 255L));
+  for (auto& p : g) p = uint8_t(std::clamp(std::lround(p + noise(rng)), 0L, 255L));
 }
-
-constexpr int kW = 220, kH = 200;
 
 struct Found {
   int ok = 0;
@@ -83,26 +71,22 @@ struct Found {
 
 Found Search(CPrcCorner& finder, const Grey& g, int tap_x, int tap_y) {
   Found f;
-  f.ok =
-      finder.FindCorner(g.pixels.data(), CSize(g.width, g.height), CPoint(tap_x, tap_y), f.x, f.y);
+  f.ok = finder.FindCorner(g.data(), CSize(kW, kH), CPoint(tap_x, tap_y), f.x, f.y);
   return f;
 }
 
-// Pictures with one known corner near each tap: noise (sigma 4 grey levels),
-// a small square whose other corners are in the window too, a checkerboard
-// junction, a corner whose window reaches outside the picture (the border is
-// repeated, not an edge).
+// A noisy square, a small one whose other corners are in the window too, a checkerboard
+// junction, a corner whose window reaches outside the picture (the border is repeated).
 TEST(PrcCorner, FindsTheCornerNearTheTap) {
   const Square noisy{101.3, 79.6, 70, 35 * kPi / 180}, small{100.2, 80.7, 24, 0.0},
       near_edge{14.6, 12.3, 40, 0.15};
-  Grey noise = Render(kW, kH, 190, 60, [&](double x, double y) { return noisy.Inside(x, y); });
+  Grey noise = Render(190, 60, [&](double x, double y) { return noisy.Inside(x, y); });
   AddNoise(noise, 4.0, 9);
-  const Grey tiny = Render(kW, kH, 200, 50, [&](double x, double y) { return small.Inside(x, y); });
-  const Grey edge =
-      Render(kW, kH, 210, 45, [&](double x, double y) { return near_edge.Inside(x, y); });
+  const Grey tiny = Render(200, 50, [&](double x, double y) { return small.Inside(x, y); });
+  const Grey edge = Render(210, 45, [&](double x, double y) { return near_edge.Inside(x, y); });
   const Pt centre{97.4, 83.8};
   const double turn = 12 * kPi / 180;
-  const Grey board = Render(kW, kH, 220, 30, [&](double x, double y) {
+  const Grey board = Render(220, 30, [&](double x, double y) {
     const double u = (x - centre.x) * std::cos(turn) + (y - centre.y) * std::sin(turn);
     const double v = -(x - centre.x) * std::sin(turn) + (y - centre.y) * std::cos(turn);
     return (u > 0) == (v > 0);
@@ -133,21 +117,21 @@ TEST(PrcCorner, FindsTheCornerNearTheTap) {
   EXPECT_LT(finder.GetSearchRect().left, 0);
 }
 
-// A plain noisy area, a smooth shading like sky, a stripe (two parallel
-// edges), two stripes 20 pixels apart, a single edge.
-TEST(PrcCorner, PicturesWithoutACornerGiveNone) {
-  Grey plain = Render(kW, kH, 128, 128, [](double, double) { return false; });
+// Noise, shading, a stripe, two stripes, a single edge; two edges at 12 degrees, below the
+// 20-degree minimum, are found once it is lowered (less precisely: the edges merge near the apex).
+TEST(PrcCorner, PicturesWithoutACornerOrWithAShallowOneGiveNone) {
+  Grey plain = Render(128, 128, [](double, double) { return false; });
   AddNoise(plain, 3.0, 4);
   Grey shaded = plain;
   for (int y = 0; y < kH; ++y)
-    for (int x = 0; x < kW; ++x) shaded.pixels[size_t(y * kW + x)] = uint8_t(60 + x / 2);
-  const Grey stripe = Render(kW, kH, 200, 40, [&](double x, double y) {
+    for (int x = 0; x < kW; ++x) shaded[size_t(y * kW + x)] = uint8_t(60 + x / 2);
+  const Grey stripe = Render(200, 40, [&](double x, double y) {
     return std::fabs((x - 100) * std::cos(0.3) + (y - 80) * std::sin(0.3)) < 4.0;
   });
-  const Grey two = Render(kW, kH, 200, 40, [&](double x, double) {
+  const Grey two = Render(200, 40, [&](double x, double) {
     return std::fabs(x - 90) < 2.5 || std::fabs(x - 110) < 2.5;
   });
-  const Grey edge = Render(kW, kH, 200, 40, [&](double x, double y) { return y > 0.2 * x + 60; });
+  const Grey edge = Render(200, 40, [&](double x, double y) { return y > 0.2 * x + 60; });
   CPrcCorner finder;
   const Found f = Search(finder, plain, 100, 80);
   EXPECT_EQ(f.ok, 0);
@@ -155,18 +139,36 @@ TEST(PrcCorner, PicturesWithoutACornerGiveNone) {
   for (const Grey* g : std::vector<const Grey*>{&shaded, &stripe, &two, &edge})
     EXPECT_EQ(Search(finder, *g, 100, 80).ok, 0);
   EXPECT_EQ(Search(finder, stripe, 110, 60).ok, 0);
+  const double a = 12 * kPi / 180;
+  const Pt apex{70.5, 80.25};
+  const Grey g = Render(200, 40, [&](double x, double y) {
+    return x > apex.x && y < apex.y && apex.y - y < (x - apex.x) * std::tan(a);
+  });
+  EXPECT_EQ(Search(finder, g, 80, 78).ok, 0);
+  finder.SetMinAngle(0.0);  // settings outside their ranges are ignored
+  finder.SetMinAngle(91.0);
+  finder.SetWindowSize(63);
+  finder.SetWindowSize(512);
+  EXPECT_EQ(finder.GetMinAngle() + finder.GetWindowSize(), 20.0 + CPrcCorner::kDefaultWindow);
+  finder.SetWindowSize(64);
+  EXPECT_EQ(finder.GetWindowSize(), 64);
+  finder.SetWindowSize(CPrcCorner::kDefaultWindow);
+  finder.SetMinAngle(8.0);
+  const Found shallow = Search(finder, g, 80, 78);
+  ASSERT_EQ(shallow.ok, 1);
+  EXPECT_LT(std::hypot(shallow.x - apex.x, shallow.y - apex.y), 3.0);
 }
 
-// The 24-bit picture path greys (0.3 R + 0.59 G + 0.11 B) and counts rows
-// from the top of a bottom-up bitmap: it must agree with the grey path.
+// The 24-bit picture path (greyed, rows from the top of a bottom-up bitmap) agrees with the grey
+// one.
 TEST(PrcCorner, PictureAndGreyBufferAgree) {
   Square sq{90.3, 70.8, 50, 0.4};
-  const Grey g = Render(kW, kH, 200, 40, [&](double x, double y) { return sq.Inside(x, y); });
+  const Grey g = Render(200, 40, [&](double x, double y) { return sq.Inside(x, y); });
   CDibEx dib;
   ASSERT_EQ(dib.Create(CSize(kW, kH), 24, 0, FALSE, 0), 1);
   for (int y = 0; y < kH; ++y)
     for (int x = 0; x < kW; ++x) {
-      const BYTE v = g.at(x, y);
+      const BYTE v = g[size_t(y * kW + x)];
       BYTE bgr[3] = {v, v, v};
       ASSERT_EQ(dib.SetPixel(bgr, CPoint(x, y), 4), 1);
     }
@@ -178,8 +180,7 @@ TEST(PrcCorner, PictureAndGreyBufferAgree) {
   picture.ok = finder.FindCorner(dib, tap, picture.x, picture.y);
   ASSERT_EQ(grey.ok, 1);
   ASSERT_EQ(picture.ok, 1);
-  // trunc(0.3 v + 0.59 v + 0.11 v) may come out one level below v; a
-  // picture read upside down would not find this corner at all.
+  // Greying may lose one level; a picture read upside down would find nothing here.
   EXPECT_NEAR(picture.x, grey.x, 0.02);
   EXPECT_NEAR(picture.y, grey.y, 0.02);
   EXPECT_LT(std::hypot(picture.x - c.x, picture.y - c.y), 0.5);
@@ -191,38 +192,10 @@ TEST(PrcCorner, PictureAndGreyBufferAgree) {
     if (std::fabs(s.Distance(c.x, c.y)) < 0.5) ++on_edges;
   }
   EXPECT_GE(on_edges, 2);
-  // A tap off the picture, or no picture, finds nothing.
   EXPECT_EQ(finder.FindCorner(dib, CPoint(-1, tap.y), picture.x, picture.y), 0);
   EXPECT_EQ(finder.FindCorner(dib, CPoint(tap.x, kH), picture.x, picture.y), 0);
   EXPECT_EQ(Search(finder, g, -1, 80).ok + Search(finder, g, 100, kH).ok, 0);
   EXPECT_EQ(finder.FindCorner(nullptr, CSize(kW, kH), CPoint(10, 10), picture.x, picture.y), 0);
-}
-
-TEST(PrcCorner, ShallowAnglesAreNotCorners) {
-  // Two edges meeting at 12 degrees: below the 20-degree minimum, found
-  // only once the minimum is lowered (and then less precisely: near the apex
-  // the two blurred edges merge).
-  const double a = 12 * kPi / 180;
-  const Pt apex{70.5, 80.25};
-  const Grey g = Render(kW, kH, 200, 40, [&](double x, double y) {
-    const double dx = x - apex.x, dy = y - apex.y;
-    return dx > 0 && dy < 0 && -dy < dx * std::tan(a);
-  });
-  CPrcCorner finder;
-  EXPECT_EQ(Search(finder, g, 80, 78).ok, 0);
-  finder.SetMinAngle(0.0);  // settings outside their ranges are ignored
-  finder.SetMinAngle(91.0);
-  EXPECT_EQ(finder.GetMinAngle(), 20.0);
-  finder.SetWindowSize(63);
-  finder.SetWindowSize(512);
-  EXPECT_EQ(finder.GetWindowSize(), CPrcCorner::kDefaultWindow);
-  finder.SetWindowSize(64);
-  EXPECT_EQ(finder.GetWindowSize(), 64);
-  finder.SetWindowSize(CPrcCorner::kDefaultWindow);
-  finder.SetMinAngle(8.0);
-  const Found f = Search(finder, g, 80, 78);
-  ASSERT_EQ(f.ok, 1);
-  EXPECT_LT(std::hypot(f.x - apex.x, f.y - apex.y), 3.0);
 }
 
 }  // namespace
