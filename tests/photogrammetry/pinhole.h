@@ -1,8 +1,6 @@
 #pragma once
-// An ideal camera built independently of the DLT (centre, a look-at rotation
-// with a little roll, focal length and principal point in pixels; x right,
-// y down), points spread through a block around a site far from the origin,
-// and photographs of them with optional Gaussian measuring noise.
+// An ideal camera independent of the DLT (look-at with a little roll; pixels, x right, y down),
+// points through a block far from the origin, and photographs of them with optional noise.
 #include <cmath>
 #include <random>
 #include <string>

@@ -1,7 +1,4 @@
-// Space intersection from DLTs of ideal cameras built independently of it:
-// two or three photographs fix points exactly, noisy rays give their
-// residuals, and one ray, one photograph twice, or photographs sharing their
-// projection centre fix nothing.
+// Space intersection from DLTs of independent ideal cameras: exact, noisy and degenerate rays.
 #include "photogrammetry/space_intersection.h"
 
 #include <gtest/gtest.h>
@@ -51,8 +48,7 @@ TEST(SpaceIntersection, NoisyRaysGiveTheirResiduals) {
   rays.Add(Solved(kSouth), b.X - 0.2, b.Y + 0.4);
   CXYZ p;
   ASSERT_EQ(rays.Solve(p), 1);
-  // Half a pixel at ~50 m with 5.6 um / 8 mm pixels is about 17 mm; with
-  // near-perpendicular rays the point moves by about that much.
+  // Half a pixel at ~50 m is about 17 mm; near-perpendicular rays move the point about that much.
   EXPECT_LT(p.Len(truth), 0.05);
   EXPECT_GT(p.Len(truth), 0.002);
   // Four observations, three unknowns: one degree of freedom of residual.
@@ -63,9 +59,8 @@ TEST(SpaceIntersection, NoisyRaysGiveTheirResiduals) {
   EXPECT_GT(rays.m_dSigma, 0.01);
 }
 
-// A second camera as far from the target as the west one, turned about the
-// vertical through the target (beyond 90 degrees: by `degrees` - 180, then
-// mirrored through the target): its ray crosses the west one at that angle.
+// A second camera turned about the vertical through the target (beyond 90 degrees: by
+// `degrees` - 180, then mirrored through it): its ray crosses the west one at that angle.
 TEST(SpaceIntersection, RaysMustCrossAtTwoDegreesOrMoreFromTwoCentres) {
   const CXYZ target(L"T", 1040.0, 2030.0, 52.0);
   const CXYZ a = kWest.Image(target);
@@ -90,8 +85,7 @@ TEST(SpaceIntersection, RaysMustCrossAtTwoDegreesOrMoreFromTwoCentres) {
       EXPECT_LT(p.Len(target), 1e-6);
     }
   }
-  // One ray, the same ray twice, or rays from one centre (a second picture
-  // from the west camera's place, turned 7 degrees) fix nothing.
+  // One ray, the same ray twice, or rays from one centre fix nothing.
   const Pinhole turned(kWest.centre, CXYZ(1035.0, 2035.0, 52.0), kFocalPx, 320, 240);
   const CXYZ b = turned.Image(target);
   CXYZ p(L"T", 1.0, 2.0, 3.0);
