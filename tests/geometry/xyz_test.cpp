@@ -1,5 +1,4 @@
-// CXYZ: arithmetic worked by hand, which operators keep the carried fields,
-// the quirks of the quotients, and the order of the dot product's sum.
+// CXYZ: arithmetic by hand, which operators keep the carried fields, the quotients' quirks.
 #include "geometry/xyz.h"
 
 #include <gtest/gtest.h>
@@ -51,9 +50,6 @@ TEST(XYZ, OperatorsOtherThanQuotientsKeepTheFields) {
     EXPECT_TRUE(KeepsFields(c.r));
     EXPECT_THAT(c.r, IsNearXYZ(c.x, c.y, c.z, 0.0));
   }
-  e.SetXYZ(4, 5, 6);
-  EXPECT_TRUE(KeepsFields(e));
-  EXPECT_THAT(e, IsNearXYZ(4, 5, 6, 0.0));
   e.Init();
   EXPECT_TRUE(e.Name.IsEmpty() && e.Code.IsEmpty() && e.Aux1 == 0 && e.Aux2 == 0 && e.Num == 0);
   EXPECT_THAT(e, IsNearXYZ(0, 0, 0, 0.0));
@@ -66,7 +62,6 @@ TEST(XYZ, QuotientsDropTheFieldsAndSurviveZeroDivisors) {
   EXPECT_TRUE(q.Name.IsEmpty() && q.Code.IsEmpty() && q.Num == 0);
   EXPECT_THAT(p / 0.0, IsNearXYZ(0, 0, 0, 0.0));
   EXPECT_THAT(p / 4.0, IsNearXYZ(0.25, 0.5, 0.75, 0.0));
-  EXPECT_TRUE((p / 4.0).Name.IsEmpty());
   CXYZ r = p;
   r /= CXYZ(2, 0, 4);
   EXPECT_THAT(r, IsNearXYZ(0.5, 2, 0.75, 0.0));  // in place: left as it was
@@ -87,7 +82,6 @@ TEST(XYZ, ProductsAndLengths) {
   CXYZ a(0.3, -1.7, 2.9), b(-4.1, 0.6, 1.3);
   // (-1.7·1.3 - 2.9·0.6, 2.9·-4.1 - 0.3·1.3, 0.3·0.6 - -1.7·-4.1)
   EXPECT_THAT(a.Out(b), IsNearXYZ(-3.95, -12.28, -6.79, 1e-14));
-  EXPECT_THAT(b.Out(a), IsNearXYZ(3.95, 12.28, 6.79, 1e-14));
   const CXYZ c(1, 2, 2), d(4, 6, 2);
   EXPECT_EQ(c.Len(), 3);
   EXPECT_EQ(c.Len(d) + d.Len(c), 10);
