@@ -20,56 +20,45 @@ const struct {
                 {"PISolve", &CLeastSq::PISolve},
                 {"SolveWithSwpMat", &CLeastSq::SolveWithSwpMat}};
 
-// Random rows a (m x n), right-hand sides l with noise and weights w, fed to `ls`.
-struct System {
-  int m, n;
-  std::vector<double> a, l, w;
-};
-
-System Fill(CLeastSq& ls, int m, int n, unsigned seed, double noise) {
-  std::mt19937 rng(seed);
-  std::uniform_real_distribution<double> u(-2.0, 2.0), wd(0.2, 3.0);
-  std::normal_distribution<double> e(0.0, noise);
-  System s{m, n, {}, {}, {}};
-  std::vector<double> truth(static_cast<size_t>(n));
-  for (double& x : truth) x = u(rng);
-  for (int k = 0; k < m; ++k) {
-    double l = e(rng);
-    for (int j = 0; j < n; ++j) {
-      s.a.push_back(u(rng));
-      l += s.a.back() * truth[size_t(j)];
-      ls.SetObeq(j, s.a.back());
-    }
-    s.l.push_back(l);
-    s.w.push_back(wd(rng));
-    ls.SetObeq(n, l);
-    ls.SetWeight(s.w.back());
-  }
-  return s;
-}
-
 class LeastSqDevice : public testing_support::DeviceTest {};
 
+// Random weighted rows a (m x n) with noisy right-hand sides l, for every solver and size.
 TEST(LeastSq, EverySolverLeavesResidualsOrthogonalToTheWeightedColumns) {
   for (const auto& solver : kSolvers)
     for (int n : {1, 2, 5, 12}) {
       SCOPED_TRACE(std::string(solver.name) + " n=" + std::to_string(n));
-      CLeastSq ls(5 * n + 3, n);
-      const System s = Fill(ls, 5 * n + 3, n, 17u + unsigned(n), 0.05);
+      const int m = 5 * n + 3;
+      std::mt19937 rng(17u + unsigned(n));
+      std::uniform_real_distribution<double> u(-2.0, 2.0), wd(0.2, 3.0);
+      std::normal_distribution<double> e(0.0, 0.05);
+      std::vector<double> truth(size_t(n)), a, l, w;
+      for (double& x : truth) x = u(rng);
+      CLeastSq ls(m, n);
+      for (int k = 0; k < m; ++k) {
+        l.push_back(e(rng));
+        for (int j = 0; j < n; ++j) {
+          a.push_back(u(rng));
+          l.back() += a.back() * truth[size_t(j)];
+          ls.SetObeq(j, a.back());
+        }
+        w.push_back(wd(rng));
+        ls.SetObeq(n, l.back());
+        ls.SetWeight(w.back());
+      }
       ASSERT_EQ((ls.*solver.solve)(), 1);
       std::vector<double> g(size_t(n), 0.0);  // Aᵀ·W·(l - A·x)
-      for (int k = 0; k < s.m; ++k) {
-        double r = s.l[size_t(k)];
-        for (int j = 0; j < n; ++j) r -= s.a[size_t(k * n + j)] * ls.GetBcor(j);
-        for (int j = 0; j < n; ++j) g[size_t(j)] += s.a[size_t(k * n + j)] * s.w[size_t(k)] * r;
+      for (int k = 0; k < m; ++k) {
+        double r = l[size_t(k)];
+        for (int j = 0; j < n; ++j) r -= a[size_t(k * n + j)] * ls.GetBcor(j);
+        for (int j = 0; j < n; ++j) g[size_t(j)] += a[size_t(k * n + j)] * w[size_t(k)] * r;
       }
       for (int j = 0; j < n; ++j) EXPECT_NEAR(g[size_t(j)], 0.0, 1e-10) << j;
       if (solver.solve != &CLeastSq::Solve) continue;  // each observation's variance is a·C·aᵀ
-      for (int k = 0; k < s.m; ++k) {
+      for (int k = 0; k < m; ++k) {
         double q = 0.0;
         for (int i = 0; i < n; ++i)
           for (int j = 0; j < n; ++j)
-            q += s.a[size_t(k * n + i)] * ls.GetCovar(i, j) * s.a[size_t(k * n + j)];
+            q += a[size_t(k * n + i)] * ls.GetCovar(i, j) * a[size_t(k * n + j)];
         EXPECT_NEAR(ls.GetVar(k), q, 1e-12 * (1 + std::fabs(q))) << "row " << k;
       }
     }
