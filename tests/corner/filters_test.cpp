@@ -131,7 +131,8 @@ TEST(Median, MatchesReferenceOnOddSizes) {
 
 TEST(Sobel, MatchesReferenceOnOddSizes) {
   const int sizes[][2] = {{5, 5}, {9, 7}, {17, 13}, {41, 23}, {640, 9}, {333, 21}};
-  unsigned seed = 50;
+  unsigned seed = 50, mean = 0;
+  CSobel sobel;  // one filter throughout: with nothing above the threshold its mean stays
   for (const auto& s : sizes)
     for (unsigned t : {0u, 2000u, 150000u})
       for (int margin : {1, 3}) {
@@ -140,30 +141,13 @@ TEST(Sobel, MatchesReferenceOnOddSizes) {
         const Image src = RandomImage(w, h, seed, levels);
         std::vector<uint32_t> dst(size_t(w * h), 7u);
         const SobelResult ref = SobelReference(src, dst, w, h, margin, t);
-        CSobel sobel;
         sobel.SetParam(t);
         EXPECT_EQ(sobel.Sobel(const_cast<uint8_t*>(src.data()), dst.data(), CSize(w, h), margin),
                   ref.ok);
         EXPECT_EQ(dst, ref.dst) << w << "x" << h << " t" << t;
-        if (ref.ok) {
-          EXPECT_EQ(sobel.GetMeanStrength(), ref.mean);
-        }
+        if (ref.ok) mean = ref.mean;
+        EXPECT_EQ(sobel.GetMeanStrength(), mean);
       }
-}
-
-TEST(Sobel, MeanIsRoundedDownToThousandsAndKeptWhenNothingPasses) {
-  // One centre pixel; with only p(-1, +1) = 63: Gx = 63, Gy = -63, S = 7938, mean 7000.
-  Image src(9, 0), flat(9, 5);
-  src[2] = 63;
-  std::vector<uint32_t> dst(9, 0);
-  CSobel sobel;
-  sobel.SetParam(1);
-  ASSERT_EQ(sobel.Sobel(src.data(), dst.data(), CSize(3, 3), 1), 1);
-  EXPECT_EQ(dst[4], 7938u);
-  EXPECT_EQ(sobel.GetMeanStrength(), 7000u);
-  EXPECT_EQ(sobel.Sobel(flat.data(), dst.data(), CSize(3, 3), 1), 0);
-  EXPECT_EQ(sobel.Sobel(src.data(), dst.data(), CSize(3, 3), 2), 0);  // margin leaves no rows
-  EXPECT_EQ(sobel.GetMeanStrength(), 7000u);
 }
 
 TEST(Thinning, MatchesReferenceOnRandomBlobs) {
