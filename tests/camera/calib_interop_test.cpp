@@ -180,8 +180,7 @@ TEST(CalibInterop, ColmapTextAndRefusals) {
     EXPECT_DOUBLE_EQ(back.cx, in.cx);
     EXPECT_EQ(back.dist, in.dist);
   }
-  // Our model 1 (K4) and model 4 (8 terms) have no OpenCV counterpart.
-  for (int model : {1, 4}) {
+  for (int model : {1, 4}) {  // K4 and the 8-term model have no OpenCV counterpart
     CCamera camera;
     camera.FocalLength = 4.48;
     camera.PrincipalPoint.SetXYZ(1.792, 1.344, 0);

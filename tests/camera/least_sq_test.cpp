@@ -31,7 +31,7 @@ TEST(LeastSq, EverySolverLeavesResidualsOrthogonalToTheWeightedColumns) {
       std::mt19937 rng(17u + unsigned(n));
       std::uniform_real_distribution<double> u(-2.0, 2.0), wd(0.2, 3.0);
       std::normal_distribution<double> e(0.0, 0.05);
-      std::vector<double> truth(size_t(n)), a, l, w;
+      std::vector<double> truth(static_cast<size_t>(n)), a, l, w;
       for (double& x : truth) x = u(rng);
       CLeastSq ls(m, n);
       for (int k = 0; k < m; ++k) {
