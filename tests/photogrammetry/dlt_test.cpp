@@ -64,9 +64,8 @@ TEST(DLT, TooFewPlanarOrUnmatchedControlsAreRefused) {
   PointArray five_image = Photograph(kWest, five), plane_image = Photograph(kWest, plane);
   CDLT dlt;
   dlt.m_dL[0] = 42.0;
-  EXPECT_EQ(dlt.Solve(five, five_image), 0);
-  EXPECT_EQ(dlt.Solve(plane, plane_image), 0);
-  EXPECT_EQ(dlt.Solve(six, other_image), 0);
+  EXPECT_EQ(
+      dlt.Solve(five, five_image) + dlt.Solve(plane, plane_image) + dlt.Solve(six, other_image), 0);
   EXPECT_EQ(dlt.m_dL[0], 42.0);  // unchanged
 
   // With noise, the order of the controls and extra unmatched points change nothing.
@@ -92,17 +91,14 @@ TEST_F(DLTFile, WrittenParametersReadBackExactly) {
   ASSERT_EQ(dlt.Solve(control, image), 1);
   dlt.Name = L"P001";
   ASSERT_EQ(dlt.Write(L"\\P001.DLT"), 1);
-  CDLT back;
-  ASSERT_EQ(back.Read(L"\\P001.DLT"), 1);
-  EXPECT_EQ(back.Name, CString(L"P001"));
-  for (int i = 0; i < 11; ++i) EXPECT_EQ(back.m_dL[i], dlt.m_dL[i]) << "L" << i + 1;
-  EXPECT_EQ(back.m_dSigma, dlt.m_dSigma);
-  ASSERT_EQ(back.GetControlCount(), 9);
-  EXPECT_EQ(back.m_Residuals[8].Name, CString(L"C9"));
-  EXPECT_EQ(back.m_Residuals[8].Y, dlt.m_Residuals[8].Y);
   const std::string text = GetDeviceFile(L"\\P001.DLT");
   EXPECT_EQ(text.rfind("DLT\t1\nphoto\tP001\nL1\t", 0), 0u);
   EXPECT_NE(text.find("\ncontrols\t9\nC1\t"), std::string::npos);
+  CDLT back;  // read back exactly, and written again the same
+  ASSERT_EQ(back.Read(L"\\P001.DLT"), 1);
+  for (int i = 0; i < 11; ++i) EXPECT_EQ(back.m_dL[i], dlt.m_dL[i]) << "L" << i + 1;
+  ASSERT_EQ(back.Write(L"\\again.DLT"), 1);
+  EXPECT_EQ(GetDeviceFile(L"\\again.DLT"), text);
   EXPECT_EQ(dlt.Read(L"\\missing.DLT"), 0);
 
   // A hand-written file parses; each broken one changes nothing.
@@ -110,9 +106,7 @@ TEST_F(DLTFile, WrittenParametersReadBackExactly) {
   for (int i = 1; i <= 11; ++i) good += "L" + std::to_string(i) + "\t" + std::to_string(i) + ".5\n";
   good += "sigma\t0.25\ncontrols\t1\nC1\t0.1\t-0.2\nend\n";
   ASSERT_EQ(dlt.Parse(good.data(), int(good.size())), 1);
-  EXPECT_EQ(dlt.m_dL[10], 11.5);
-  EXPECT_EQ(dlt.m_dSigma, 0.25);
-  EXPECT_EQ(dlt.m_Residuals[0].Y, -0.2);
+  EXPECT_EQ(dlt.m_dL[10] + dlt.m_dSigma + dlt.m_Residuals[0].Y, 11.5 + 0.25 - 0.2);
 
   auto replaced = [&](const std::string& from, const std::string& to) {
     std::string text = good;
