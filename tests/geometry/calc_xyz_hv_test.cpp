@@ -15,7 +15,9 @@ SYSTEMTIME Time(WORD year, WORD month, WORD day, WORD hour, WORD minute, WORD se
   return SYSTEMTIME{year, month, 0, day, hour, minute, second, 0};
 }
 
-TEST(CalcXYZHV, HorizontalAndZenithAnglesHandWorked) {
+class CalcXYZHVBox : public testing_support::DeviceTest {};
+
+TEST_F(CalcXYZHVBox, HorizontalAndZenithAnglesHandWorkedAndTargetsAboveTheStationRefused) {
   const struct {
     double x, y, z, height, h, v;
   } cases[] = {
@@ -39,11 +41,7 @@ TEST(CalcXYZHV, HorizontalAndZenithAnglesHandWorked) {
     ASSERT_EQ(CCalcXYZHV::XYZToHV(station, CXYZ(c.x, c.y, c.z), c.height, v, h), 1);
     EXPECT_NEAR(std::hypot(h - c.h, v - c.v), 0.0, 1e-12);
   }
-}
-
-class CalcXYZHVBox : public testing_support::DeviceTest {};
-
-TEST_F(CalcXYZHVBox, TargetAboveTheStationIsRefusedWithE509) {
+  EXPECT_EQ(boxes_.size(), 0u);
   double v = 12.5, h = 99;
   EXPECT_EQ(CCalcXYZHV::XYZToHV(CXYZ(5, 6, 0), CXYZ(5, 6, 30), 0.0, v, h), 0);
   EXPECT_EQ(v + h, 12.5);  // v untouched, h cleared

@@ -24,52 +24,50 @@ bool KeepsFields(const CXYZ& r) {
   return r.Name == L"P" && r.Code == L"TGT" && r.Aux1 == 1.25 && r.Aux2 == -7.5 && r.Num == 42;
 }
 
-TEST(XYZ, OperatorsOtherThanQuotientsKeepTheFields) {
-  const CXYZ p = Tagged(1.5, -2.25, 7), o(-0.5, 3, 0.25);
-  CXYZ a = p, b = p, c = p, d = p, e = p;
+// Quotients drop the carried fields; a zero divisor gives zero, or leaves the value in place.
+TEST(XYZ, OperatorsKeepTheFieldsExceptQuotients) {
+  const CXYZ p = Tagged(1.5, -2.25, 7), o(-0.5, 3, 0.25), q = Tagged(1, 2, 3);
+  CXYZ a = p, b = p, c = p, d = p, e = p, f = q, g, h;
   a += o;
   b -= o;
   c *= o;
   d *= -3.0;
   e = e;  // self-assignment keeps everything
+  f /= CXYZ(2, 0, 4);
+  g = f;
+  g /= 0.0;
+  h = g;
+  h /= 2.0;
   const struct {
     CXYZ r;
     double x, y, z;
-  } cases[] = {{+p, 1.5, -2.25, 7},
-               {-p, -1.5, 2.25, -7},
-               {p + o, 1, 0.75, 7.25},
-               {p - o, 2, -5.25, 6.75},
-               {p * o, -0.75, -6.75, 1.75},
-               {p * -3.0, -4.5, 6.75, -21},
-               {a, 1, 0.75, 7.25},
-               {b, 2, -5.25, 6.75},
-               {c, -0.75, -6.75, 1.75},
-               {d, -4.5, 6.75, -21},
-               {CXYZ(e), 1.5, -2.25, 7}};
+    bool keeps;
+  } cases[] = {{+p, 1.5, -2.25, 7, true},
+               {-p, -1.5, 2.25, -7, true},
+               {p + o, 1, 0.75, 7.25, true},
+               {p - o, 2, -5.25, 6.75, true},
+               {p * o, -0.75, -6.75, 1.75, true},
+               {p * -3.0, -4.5, 6.75, -21, true},
+               {a, 1, 0.75, 7.25, true},
+               {b, 2, -5.25, 6.75, true},
+               {c, -0.75, -6.75, 1.75, true},
+               {d, -4.5, 6.75, -21, true},
+               {CXYZ(e), 1.5, -2.25, 7, true},
+               {q / CXYZ(2, 0, 4), 0.5, 0, 0.75, false},
+               {q / 0.0, 0, 0, 0, false},
+               {q / 4.0, 0.25, 0.5, 0.75, false},
+               {f, 0.5, 2, 0.75, true},
+               {g, 0.5, 2, 0.75, true},
+               {h, 0.25, 1, 0.375, true}};
   for (const auto& c : cases) {
-    EXPECT_TRUE(KeepsFields(c.r));
+    SCOPED_TRACE(&c - cases);
+    EXPECT_EQ(KeepsFields(c.r), c.keeps);
+    EXPECT_TRUE(c.keeps || (c.r.Name.IsEmpty() && c.r.Code.IsEmpty() && c.r.Num == 0));
     EXPECT_THAT(c.r, IsNearXYZ(c.x, c.y, c.z, 0.0));
   }
   e.Init();
   EXPECT_TRUE(e.Name.IsEmpty() && e.Code.IsEmpty() && e.Aux1 == 0 && e.Aux2 == 0 && e.Num == 0);
   EXPECT_THAT(e, IsNearXYZ(0, 0, 0, 0.0));
-}
-
-TEST(XYZ, QuotientsDropTheFieldsAndSurviveZeroDivisors) {
-  const CXYZ p = Tagged(1, 2, 3);
-  const CXYZ q = p / CXYZ(2, 0, 4);
-  EXPECT_THAT(q, IsNearXYZ(0.5, 0, 0.75, 0.0));  // zero divisor: zero
-  EXPECT_TRUE(q.Name.IsEmpty() && q.Code.IsEmpty() && q.Num == 0);
-  EXPECT_THAT(p / 0.0, IsNearXYZ(0, 0, 0, 0.0));
-  EXPECT_THAT(p / 4.0, IsNearXYZ(0.25, 0.5, 0.75, 0.0));
-  CXYZ r = p;
-  r /= CXYZ(2, 0, 4);
-  EXPECT_THAT(r, IsNearXYZ(0.5, 2, 0.75, 0.0));  // in place: left as it was
-  r /= 0.0;
-  EXPECT_THAT(r, IsNearXYZ(0.5, 2, 0.75, 0.0));
-  r /= 2.0;
-  EXPECT_THAT(r, IsNearXYZ(0.25, 1, 0.375, 0.0));
-  EXPECT_TRUE(KeepsFields(r));
 }
 
 TEST(XYZ, ProductsAndLengths) {
