@@ -139,7 +139,11 @@ TEST(PrcCorner, PicturesWithoutACornerOrWithAShallowOneGiveNone) {
   });
   EXPECT_EQ(Search(finder, g, 80, 78).ok, 0);
   finder.SetMinAngle(0.0);  // outside its range: ignored
-  EXPECT_EQ(finder.GetMinAngle(), 20.0);
+  finder.SetWindowSize(30);
+  EXPECT_EQ(finder.GetMinAngle() + finder.GetWindowSize(), 20.0 + CPrcCorner::kDefaultWindow);
+  finder.SetWindowSize(32);  // the smallest window
+  EXPECT_EQ(finder.GetWindowSize(), 32);
+  finder.SetWindowSize(CPrcCorner::kDefaultWindow);
   finder.SetMinAngle(8.0);
   const Found shallow = Search(finder, g, 80, 78);
   ASSERT_EQ(shallow.ok, 1);
