@@ -1,12 +1,11 @@
-// Freezing the picture and saving it: the dated path under the registry's
-// card folder, the free-space thresholds, and a JPEG file that an
-// independent decoder (djpeg) reads back as the view's picture.
-#include <cstdio>
+// Freezing and saving the picture: the dated path under the card folder, the free-space
+// thresholds, and the picture shown as djpeg decodes it, an Exif stamp adding only its segment.
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "platform/clock.h"
+#include "platform/faults.h"
 #include "platform/fs.h"
 #include "platform/registry.h"
 #include "tests/support/live_view.h"
@@ -17,11 +16,20 @@ namespace {
 const std::wstring kCardFull = L"The capacity of the memory doesn't suffice. E-523";
 constexpr const wchar_t* kSaved = L"\\Storage Card\\JPEG\\20240503\\140709W100.jpg";
 
+// Red growing to the right, green downwards.
+class GradientSource : public devices::FrameSource {
+ public:
+  void Render(const devices::FrameRequest&, uint16_t* pixels) override {
+    for (int i = 0; i < devices::kFrameWidth * devices::kFrameHeight; ++i)
+      pixels[i] = Rgb565(i % devices::kFrameWidth / 21, i / devices::kFrameWidth * 63 / 479, 8);
+  }
+};
+
 class SnapshotTest : public LiveViewTest {
  protected:
   void SetUp() override {
     LiveViewTest::SetUp();
-    devices::SetFrameSource(std::make_shared<FlatSource>(Rgb565(0, 63, 0)));  // green
+    devices::SetFrameSource(std::make_shared<GradientSource>());
     CreateView();
   }
   void UseCard(const std::wstring& folder = L"\\Storage Card", bool exists = true) {
@@ -39,49 +47,33 @@ class SnapshotTest : public LiveViewTest {
     view_->WriteJpeg();
     return boxes_.LastText();
   }
+  // The file at `device_path` as djpeg decodes it (binary PPM).
+  std::string Decode(const wchar_t* device_path) {
+    const std::string ppm = root_ + "/decoded.ppm";
+    const std::string command = "djpeg -outfile '" + ppm + "' '" + Host(device_path) + "'";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    return ReadHostFile(ppm);
+  }
 };
 
 TEST_F(SnapshotTest, SavesUnderTheCardFolderByDateTimeCameraAndZoom) {
-  UseCard();
+  UseCard(L"\\Storage Card", false);  // not there: the root
+  view_->SetCurCamera(0);
+  view_->m_dZoom[0] = 0.996;  // rounds to 100
+  EXPECT_EQ(SaveWith(1 << 30), L"Saved OK.");
+  EXPECT_TRUE(Exists(L"\\JPEG\\20240503\\140709T100.jpg"));
+  EXPECT_FALSE(Exists(L"\\Storage Card"));
+  ASSERT_TRUE(CreateDirectoryW(L"\\Storage Card", nullptr));
+  view_->SetCurCamera(1);
   view_->ZoomIn();
-  ASSERT_EQ(view_->WriteJpeg(), 1);
-  const std::string file = Host(L"\\Storage Card\\JPEG\\20240503\\140709W200.jpg");
-  ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(boxes_.LastText(), L"Saved OK.");
+  EXPECT_EQ(SaveWith(1 << 30), L"Saved OK.");
+  EXPECT_TRUE(Exists(L"\\Storage Card\\JPEG\\20240503\\140709W200.jpg"));
   EXPECT_EQ(boxes_.calls().back().type & MB_ICONINFORMATION, MB_ICONINFORMATION);
   EXPECT_FALSE(platform::WaitCursorShown());
   EXPECT_GE(platform::WaitCursorCount(), 1);
-  // An independent decoder reads it back as the green picture of the view
-  // (green: the one channel whose place does not depend on the byte order).
-  const std::string ppm = file + ".ppm";
-  const std::string command = "djpeg -pnm -outfile '" + ppm + "' '" + file + "'";
-  ASSERT_EQ(std::system(command.c_str()), 0);
-  std::ifstream in(ppm, std::ios::binary);
-  std::string magic;
-  int width = 0, height = 0, maxval = 0;
-  in >> magic >> width >> height >> maxval;
-  in.get();
-  EXPECT_EQ(magic + " " + std::to_string(width) + " " + std::to_string(height), "P6 320 240");
-  unsigned char rgb[3] = {};
-  in.seekg(in.tellg() + std::streamoff((120 * 320 + 160) * 3));
-  in.read(reinterpret_cast<char*>(rgb), 3);
-  EXPECT_LE(rgb[0], 10);
-  EXPECT_GE(rgb[1], 245);
-  EXPECT_LE(rgb[2], 10);
 }
 
-// A card folder that is not there: the root; a zoom of 0.996 rounds to 100.
-TEST_F(SnapshotTest, MissingCardFolderSavesAtTheRoot) {
-  UseCard(L"\\Storage Card", false);
-  view_->SetCurCamera(0);
-  view_->m_dZoom[0] = 0.996;
-  ASSERT_EQ(view_->WriteJpeg(), 1);
-  EXPECT_TRUE(Exists(L"\\JPEG\\20240503\\140709T100.jpg"));
-  EXPECT_FALSE(Exists(L"\\Storage Card"));
-}
-
-// The registry is asked with 256 bytes, as on the device: a card folder of
-// 127 characters is used, one of 128 is refused and nothing is saved.
+// The registry is asked with 256 bytes: a card folder of 127 characters is used, 128 refused.
 TEST_F(SnapshotTest, CardFolderNamesUpTo127Characters) {
   for (size_t length : {127u, 128u}) {
     const std::wstring card = L"\\" + std::wstring(length - 1, L'c');
@@ -93,8 +85,7 @@ TEST_F(SnapshotTest, CardFolderNamesUpTo127Characters) {
   }
 }
 
-// The file needs 100 KiB; each new folder 1 KiB more: 103424 bytes are too
-// little for a new JPEG folder (104448) but enough for a new day folder.
+// The file needs 100 KiB, each new folder 1 KiB more.
 TEST_F(SnapshotTest, FreeSpaceThresholds) {
   UseCard();
   EXPECT_EQ(SaveWith(103424), kCardFull);
@@ -112,19 +103,50 @@ TEST_F(SnapshotTest, FreeSpaceThresholds) {
 }
 
 TEST_F(SnapshotTest, FreezingAndResumingAreIdempotent) {
-  devices::capture::ClearLog();
+  for (bool freeze : {true, false}) {
+    devices::capture::ClearLog();
+    for (int twice = 0; twice < 2; ++twice) freeze ? view_->SnapShot() : view_->EndSnapShot();
+    EXPECT_EQ(view_->GetSnapShot(), int(freeze));
+    EXPECT_EQ(devices::capture::Log().size(), 1u);
+    EXPECT_EQ(Requests(freeze ? IOCTL_VCAP_STOP_CAPTURE : IOCTL_VCAP_START_CAPTURE), 1);
+    EXPECT_NE(devices::capture::IsRunning(), freeze);
+  }
+}
+
+// A failed stamp still saves the picture; a stamp adds only the APP1 "Exif" segment after APP0.
+TEST_F(SnapshotTest, AFailedStampKeepsThePictureAndAStampAddsOnlyItsSegment) {
+  UseCard();
   view_->SnapShot();
-  view_->SnapShot();
-  EXPECT_EQ(view_->GetSnapShot(), 1);
-  EXPECT_EQ(Requests(IOCTL_VCAP_STOP_CAPTURE), 1);
-  EXPECT_FALSE(devices::capture::IsRunning());
-  devices::capture::ClearLog();
-  view_->EndSnapShot();
-  view_->EndSnapShot();
-  EXPECT_EQ(view_->GetSnapShot(), 0);
-  EXPECT_EQ(devices::capture::Log().size(), 1u);
-  EXPECT_EQ(Requests(IOCTL_VCAP_START_CAPTURE), 1);
-  EXPECT_TRUE(devices::capture::IsRunning());
+  platform::fault::Arm("exif.build");
+  EXPECT_EQ(SaveWith(1 << 30), L"Saved OK.");
+  EXPECT_EQ(platform::fault::Calls("exif.build"), 1);
+  const std::string bare = GetDeviceFile(kSaved), bare_pixels = Decode(kSaved);
+  EXPECT_EQ(bare.find(std::string("Exif\0\0", 6)), std::string::npos);
+  EXPECT_EQ(SaveWith(1 << 30), L"Saved OK.");
+  const std::string stamped = GetDeviceFile(kSaved);
+  const size_t app0_end = 4 + (size_t(uint8_t(bare[4])) << 8 | uint8_t(bare[5]));
+  ASSERT_GT(stamped.size(), app0_end + 10);
+  EXPECT_EQ(stamped.substr(app0_end, 2), "\xff\xe1");
+  EXPECT_EQ(stamped.substr(app0_end + 4, 6), std::string("Exif\0\0", 6));
+  const size_t app1 = size_t(uint8_t(stamped[app0_end + 2])) << 8 | uint8_t(stamped[app0_end + 3]);
+  EXPECT_EQ(stamped.substr(0, app0_end) + stamped.substr(app0_end + 2 + app1), bare);
+  // djpeg reads the picture the screen shows (but the black reticle), with or without the stamp.
+  const std::string pixels = Decode(kSaved);
+  EXPECT_EQ(pixels, bare_pixels);
+  ASSERT_EQ(pixels.substr(0, 15), "P6\n320 240\n255\n");
+  view_->InvalidateRect(nullptr, TRUE);
+  platform::AdvanceTime(1);
+  platform::Present();
+  double off = 0.0;
+  int compared = 0;
+  for (size_t i = 0; i < 320 * 240; ++i) {
+    const uint32_t shown = platform::Screen().pixels[i];
+    for (int c = 0; c < 3 && shown != 0; ++c, ++compared)
+      off +=
+          std::abs(int(uint8_t(pixels[15 + 3 * i + size_t(c)])) - int(shown >> (16 - 8 * c) & 255));
+  }
+  EXPECT_GT(compared, 200000);
+  EXPECT_LT(off / compared, 4.0);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-// A host that links only libsurveycam saves and reads JPEGs: the codec
-// JPEG_LIB.so comes from the default module folder beside the library,
-// whatever the working directory, and SURVEYCAM_MODULE_PATH adds folders.
+// A host linking only libsurveycam finds the codec JPEG_LIB.so in the module folder beside the
+// library from any working directory; SURVEYCAM_MODULE_PATH adds folders before it.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -29,22 +28,16 @@ TEST(JpegModule, SavesAndReadsFromTheDefaultFolderInAnyWorkingDirectory) {
       FileOf(reinterpret_cast<void*>(GetProcAddress(module, "DibImageToJpegFile_ExplicitLoading"))),
       FileOf(reinterpret_cast<void*>(&LoadLibraryW)).parent_path() /
           "surveycam/modules/JPEG_LIB.so");
-
-  CDibEx picture;
+  CDibEx picture, back;
   ASSERT_TRUE(picture.Create(CSize(64, 48), 24, 0, FALSE, 0));
-  BYTE colours[2][3] = {{0, 0, 255}, {255, 255, 0}};  // B, G, R: red left, cyan right
+  BYTE orange[3] = {0, 128, 255}, bgr[3] = {};  // B, G, R
   for (int y = 0; y < 48; ++y)
-    for (int x = 0; x < 64; ++x) picture.SetPixel(colours[x / 32], CPoint(x, y), 4);
-  CString path(L"\\two.jpg");
+    for (int x = 0; x < 64; ++x) picture.SetPixel(orange, CPoint(x, y), 4);
+  CString path(L"\\orange.jpg");
   ASSERT_TRUE(picture.WriteJPEG(path));
-  CDibEx back;
   ASSERT_TRUE(back.ReadJPEG(path));
-  ASSERT_EQ(back.GetDimensions(), CSize(64, 48));
-  for (int side = 0; side < 2; ++side) {
-    BYTE bgr[3] = {};
-    ASSERT_TRUE(back.GetPixel(bgr, CPoint(16 + 32 * side, 24), 4));
-    for (int c = 0; c < 3; ++c) EXPECT_NEAR(bgr[c], colours[side][c], 3) << side;
-  }
+  ASSERT_TRUE(back.GetPixel(bgr, CPoint(32, 24), 4));
+  for (int c = 0; c < 3; ++c) EXPECT_NEAR(bgr[c], orange[c], 3) << c;
   FreeLibrary(module);
 }
 

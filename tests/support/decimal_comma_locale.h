@@ -1,8 +1,5 @@
 #pragma once
-// Puts the process into a locale whose decimal separator is a comma while the
-// object lives, so file writers and readers can be checked to keep '.'. When
-// no such locale is installed, one is compiled with localedef into the build
-// tree and found through LOCPATH.
+// A locale with a decimal comma while alive (compiled into the build tree when none is installed).
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
@@ -15,7 +12,9 @@ class DecimalCommaLocale {
   DecimalCommaLocale() {
     const char* current = std::setlocale(LC_ALL, nullptr);
     saved_ = current ? current : "C";
-    active_ = TryInstalled() || TryCompiled();
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8"})
+      active_ = active_ || std::setlocale(LC_ALL, name) != nullptr;
+    active_ = active_ || TryCompiled();
     if (active_ && std::localeconv()->decimal_point[0] != ',') Restore();
   }
   ~DecimalCommaLocale() { Restore(); }
@@ -24,11 +23,6 @@ class DecimalCommaLocale {
   bool active() const { return active_; }
 
  private:
-  static bool TryInstalled() {
-    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8"})
-      if (std::setlocale(LC_ALL, name)) return true;
-    return false;
-  }
   static bool TryCompiled() {
     const std::filesystem::path dir = std::filesystem::path(SURVEYCAM_BINARY_DIR) / "test-locales";
     const std::filesystem::path numeric = dir / "de_DE.UTF-8" / "LC_NUMERIC";

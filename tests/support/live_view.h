@@ -1,6 +1,6 @@
 #pragma once
-// The live view on the simulated desktop and devices, with the capture driver
-// and calibration memory reset; SimLiveViewTest films the simulated instrument.
+// The live view on the simulated desktop and devices; SimLiveViewTest films the simulated
+// instrument.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,8 +20,7 @@
 
 namespace liveview_test {
 
-// The view covers the whole 320 x 240 screen unless a test gives a rect, so
-// client and screen coordinates coincide.
+// The view covers the 320 x 240 screen unless a test gives a rect: client = screen coordinates.
 class LiveViewTest : public testing_support::DeviceTest {
  protected:
   void SetUp() override {
@@ -60,8 +59,7 @@ class LiveViewTest : public testing_support::DeviceTest {
   std::unique_ptr<CCaptureWnd> view_;
 };
 
-// A created view whose drawing functions paint into a 320 x 240 framebuffer
-// of the test's own.
+// A created view drawing into a 320 x 240 framebuffer of the test's own.
 class LiveViewDrawingTest : public LiveViewTest {
  protected:
   void SetUp() override {
@@ -103,8 +101,7 @@ class FlatSource : public devices::FrameSource {
 
 inline uint16_t Rgb565(int r5, int g6, int b5) { return uint16_t((r5 << 11) | (g6 << 5) | b5); }
 
-// The live view filming the simulated instrument, whose calibration is in
-// the instrument's memory before the view reads it at creation.
+// The live view filming the simulated instrument, whose memory holds the calibration.
 class SimLiveViewTest : public LiveViewTest {
  protected:
   void Start(const sim::Calibration& c, bool every_pixel = false) {

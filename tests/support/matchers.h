@@ -1,11 +1,11 @@
 #pragma once
-// Matchers for points, angle triples and rotation matrices whose failure
-// message names the component that is off and by how much.
+// Matchers for points, angles and rotations naming the component that is off and by how much.
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <cstdio>
+#include <iomanip>
 #include <ostream>
+#include <sstream>
 #include <string>
 
 #include "geometry/rot.h"
@@ -26,9 +26,8 @@ inline void PrintTo(const CRot& r, std::ostream* os) {
 
 namespace testing_support {
 
-// Compares `n` values with their expected ones; explains the first that is
-// off by more than `tolerance`, by its name in `names` ('|'-separated; none:
-// a 3 x 3 matrix element).
+// Explains the first of `n` values off by more than `tolerance`, by its name
+// in `names` ('|'-separated; none: a 3 x 3 matrix element).
 inline bool AllNear(const double* actual,
                     const double* expected,
                     const char* names,
@@ -38,22 +37,15 @@ inline bool AllNear(const double* actual,
   for (int i = 0; i < n; ++i) {
     const double off = std::fabs(actual[i] - expected[i]);
     if (off <= tolerance) continue;
-    std::string name = "m[" + std::to_string(i / 3) + "][" + std::to_string(i % 3) + "]";
-    if (names) {
-      std::string all = std::string(names) + "|";
-      for (int k = 0; k < i; ++k) all.erase(0, all.find('|') + 1);
-      name = all.substr(0, all.find('|'));
-    }
-    char text[160];
-    std::snprintf(text,
-                  sizeof text,
-                  "%s is %.17g, expected %.17g (off by %.3g, tolerance %.3g)",
-                  name.c_str(),
-                  actual[i],
-                  expected[i],
-                  off,
-                  tolerance);
-    *listener << text;
+    std::string all = names ? std::string(names) + "|" : "";
+    for (int k = 0; k < i && names; ++k) all.erase(0, all.find('|') + 1);
+    std::ostringstream text;
+    text << std::setprecision(17)
+         << (names ? all.substr(0, all.find('|'))
+                   : "m[" + std::to_string(i / 3) + "][" + std::to_string(i % 3) + "]")
+         << " is " << actual[i] << ", expected " << expected[i] << std::setprecision(3)
+         << " (off by " << off << ", tolerance " << tolerance << ")";
+    *listener << text.str();
     return false;
   }
   return true;

@@ -1,6 +1,5 @@
 #pragma once
-// Reading positions out of simulated sensor frames, the way an independent
-// observer would: from the pixels only.
+// Positions read out of simulated sensor frames from the pixels only.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -41,10 +40,8 @@ struct Centre {
   int board_pixels = 0;
 };
 
-// Centre of a target board: the centroid of its dark parts (point-symmetric
-// about the centre), from frames with (`with`) and without the board, both
-// sampled 2 x 2 a pixel so they differ exactly where the board is. A pixel's
-// weight is its black share in linear light (on the rim: against the background).
+// A board's centre: the centroid of its (point-symmetric) dark parts, weighted by black share in
+// linear light, from frames with and without it (2 x 2 samples a pixel: they differ on the board).
 inline std::optional<Centre> BoardCentre(
     const Frame& with, const Frame& without, double guess_x, double guess_y, int radius) {
   int x0 = int(guess_x) - radius, y0 = int(guess_y) - radius, size = 2 * radius + 1;
@@ -87,7 +84,6 @@ inline std::optional<Centre> BoardCentre(
       ++c.board_pixels;
     }
   }
-  // The board must lie inside the window: no board pixel on its border.
   for (int k = 0; k < size; ++k)
     if (on_board(x0 + k, y0) || on_board(x0 + k, y0 + size - 1) || on_board(x0, y0 + k) ||
         on_board(x0 + size - 1, y0 + k))

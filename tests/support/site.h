@@ -7,9 +7,7 @@
 
 namespace sim_test {
 
-// A target at slope distance `distance` (m) in the direction of zenith angle
-// v_deg and horizontal angle h_deg (counted from the survey X axis towards
-// the Y axis) from the telescope's axis point.
+// A target `distance` m from the axis point at zenith v_deg and horizontal angle h_deg (X to Y).
 inline sim::Target TargetAt(
     const sim::StationState& s, double v_deg, double h_deg, double distance, double half_size) {
   const double rad = 3.141592653589793 / 180.0;

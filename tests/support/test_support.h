@@ -1,6 +1,5 @@
 #pragma once
-// Shared test fixtures: a fresh device root per test, a recorder of message
-// boxes, a fixed platform clock, and fault points disarmed after each test.
+// Fixtures: a fresh device root per test, recorded message boxes, a fixed clock, faults disarmed.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -19,7 +18,6 @@ class MessageBoxRecorder {
   const std::vector<platform::MessageBoxCall>& calls() const { return calls_; }
   size_t size() const { return calls_.size(); }
   void clear() { calls_.clear(); }
-  // Text and caption of the last box (empty when none).
   std::wstring LastText() const { return calls_.empty() ? L"" : calls_.back().text; }
   std::wstring LastCaption() const { return calls_.empty() ? L"" : calls_.back().caption; }
   int answer = IDOK;
@@ -29,8 +27,7 @@ class MessageBoxRecorder {
   platform::MessageBoxHandler previous_;
 };
 
-// A test with its own empty device root under the build tree, a recorder of
-// message boxes, and a fixed clock at 2024-05-03 14:07:09.000.
+// An empty device root under the build tree, recorded boxes, the clock at 2024-05-03 14:07:09.
 class DeviceTest : public ::testing::Test {
  protected:
   void SetUp() override;
@@ -43,8 +40,7 @@ class DeviceTest : public ::testing::Test {
   std::string root_;
   MessageBoxRecorder boxes_;
 
-  // Device-file helpers: write (creating its folders), read and test a file
-  // by its device path.
+  // A file by its device path: written (with its folders), read, tested.
   void PutDeviceFile(const wchar_t* devicePath, const std::string& bytes) const {
     WriteHostFile(Host(devicePath), bytes);
   }

@@ -1,7 +1,5 @@
 #pragma once
-// Where the simulated wide camera sees a point, from the simulator's own
-// camera pose and forward lens model (the way it shoots rays), not from the
-// library's projection chain: the ground truth pictures are measured against.
+// Where the simulated wide camera sees a point, from the simulator's own pose and lens model.
 #include <optional>
 
 #include "sim/calibration.h"
@@ -16,15 +14,14 @@ struct SensorPoint {
   int visible = 0;
 };
 
-// A point in pipeline axes (metres); empty when it is behind the camera,
-// not visible when outside the sensor.
+// A point in pipeline axes (m); empty behind the camera, not visible outside the sensor.
 inline std::optional<SensorPoint> LibraryProject(
     const sim::Calibration& c, const sim::StationState& station, double x, double y, double z) {
   const sim::CameraPose pose = sim::CameraPose::OnTelescope(station, c.ccd_offset, c.ccd_angle);
   const sim::Vec3 eye = pose.ToEye(sim::Vec3{x, y, z} - pose.centre);
   if (!(eye.z < 0.0)) return std::nullopt;
-  // The renderer shoots the ray (s + d(s), -f) through sensor point s (mm):
-  // find the s whose ray points at the eye direction by fixed-point iteration.
+  // The renderer shoots the ray (s + d(s), -f) through sensor point s: iterate to the eye
+  // direction.
   const double ux = c.focal_length * eye.x / -eye.z, uy = c.focal_length * eye.y / -eye.z;
   double sx = ux, sy = uy;
   for (int i = 0; i < 50; ++i) {
