@@ -73,6 +73,9 @@ TEST_F(FlashTest, NeverWrittenMemoryGivesDefaultsSilently) {
   EXPECT_EQ(Members(w), want);
   EXPECT_EQ(w.m_CcdOffset.X, -94.5);
   EXPECT_EQ(boxes_.size(), 0u);
+  w.SetSXGAMode(1);  // defaults are rescaled too
+  EXPECT_TRUE(w.FlashReadDat());
+  EXPECT_EQ((std::vector<int>{w.m_nCenterX[0], w.m_nCenterY[0]}), (std::vector<int>{144, 120}));
 }
 
 TEST_F(FlashTest, WrittenRecordsReadBackInItemLayout) {
@@ -94,10 +97,9 @@ TEST_F(FlashTest, WrittenRecordsReadBackInItemLayout) {
 }
 
 TEST_F(FlashTest, SxgaModeHalvesTheStoredCentres) {
-  ASSERT_TRUE(eep::SetItem(90, {0xA0, 0x02}));  // 672
-  ASSERT_TRUE(eep::SetItem(91, {0xE0, 0x01}));  // 480
-  ASSERT_TRUE(eep::SetItem(92, {0x20, 0x00}));  // 32
-  ASSERT_TRUE(eep::SetItem(93, {0xFF, 0xFF}));  // -1
+  const uint16_t stored[4] = {672, 480, 32, uint16_t(-1)};
+  for (int i = 0; i < 4; ++i)
+    ASSERT_TRUE(eep::SetItem(90 + i, {uint8_t(stored[i] & 0xFF), uint8_t(stored[i] >> 8)}));
   CCaptureWnd w;
   Fill(w, false);
   w.SetSXGAMode(1);
@@ -105,12 +107,6 @@ TEST_F(FlashTest, SxgaModeHalvesTheStoredCentres) {
   // (x - 32) / 2 and y / 2, rounded half up: -1 gives trunc(-0.5 + 0.5) = 0.
   EXPECT_EQ((std::vector<int>{w.m_nCenterX[1], w.m_nCenterY[1], w.m_nCenterX[0], w.m_nCenterY[0]}),
             (std::vector<int>{320, 240, 0, 0}));
-  ASSERT_TRUE(eep::EraseAll());  // defaults are rescaled too
-  CCaptureWnd fresh;
-  fresh.SetSXGAMode(1);
-  EXPECT_TRUE(fresh.FlashReadDat());
-  EXPECT_EQ(fresh.m_nCenterX[0], 144);
-  EXPECT_EQ(fresh.m_nCenterY[0], 120);
 }
 
 TEST_F(FlashTest, UserOffsetsMoveTheCentresAndWriteThem) {

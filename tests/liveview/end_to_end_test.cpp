@@ -1,5 +1,5 @@
 // End to end on the simulated instrument, judged from the pictures and the boards' geometry:
-// points on their boards for every lens model, exposure, a saved snapshot, corner mode.
+// points on their boards for every lens model, exposure that settles, corner mode.
 #include <algorithm>
 #include <cmath>
 #include <random>
