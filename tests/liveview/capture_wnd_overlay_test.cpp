@@ -197,32 +197,28 @@ TEST_F(DrawingTest, ReticleAtTheCentreOrMovedByTheUserOffset) {
 TEST_F(DrawingTest, CornerCrossHysteresis) {
   view_->SetCurCamera(0);
   view_->BeginCornerMode();
-  view_->SetHysteresisMode(true);
-  auto draw_at = [&](int x, int y) {
+  // Drawn at, with hysteresis or not: where the cross is.
+  const struct {
+    int x, y;
+    bool hysteresis;
+    int at_x, at_y;
+  } moves[] = {{100, 100, true, 100, 100},
+               {108, 92, true, 100, 100},  // 8 and 8: stays
+               {109, 100, true, 109, 100},
+               {109, 91, true, 109, 91},
+               {111, 92, false, 111, 92}};
+  for (const auto& m : moves) {
+    view_->SetHysteresisMode(m.hysteresis);
     Fresh();
-    view_->DrawCornerCross(dc_.get(), POINT{x, y});
-  };
-  auto cross_at = [&](int x, int y) {
-    return fb_.At(x - 9, y) == kRed && fb_.At(x, y + 9) == kRed;
-  };
-  draw_at(100, 100);
-  EXPECT_TRUE(cross_at(100, 100));
-  draw_at(108, 92);  // 8 and 8: stays
-  EXPECT_TRUE(cross_at(100, 100));
-  EXPECT_FALSE(cross_at(108, 92));
+    view_->DrawCornerCross(dc_.get(), POINT{m.x, m.y});
+    EXPECT_EQ(fb_.At(m.at_x - 9, m.at_y) & fb_.At(m.at_x, m.at_y + 9), kRed) << m.x << "," << m.y;
+  }
   double dv = 0.0, dh = 0.0;
   ASSERT_EQ(view_->GetCornerMoveAng(dv, dh), 1);
-  view_->m_ptTap = POINT{100, 100};  // a tap on the cross aims the same way
+  view_->m_ptTap = POINT{111, 92};  // a tap on the cross aims the same way
   view_->MakeMoveAng();
   EXPECT_EQ(dv, view_->m_dDV);
   EXPECT_EQ(dh, view_->m_dDH);
-  draw_at(109, 100);  // 9 in x: moves
-  EXPECT_TRUE(cross_at(109, 100));
-  draw_at(109, 91);  // 9 in y: moves
-  EXPECT_TRUE(cross_at(109, 91));
-  view_->SetHysteresisMode(false);
-  draw_at(111, 92);
-  EXPECT_TRUE(cross_at(111, 92));
   // Nothing drawn nor aimed at without a tap or on the wide camera.
   for (int camera : {0, 1}) {
     view_->SetCurCamera(camera);

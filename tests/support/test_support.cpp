@@ -2,7 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 #include "platform/clock.h"
 #include "platform/faults.h"
@@ -45,9 +45,7 @@ std::string DeviceTest::Host(const wchar_t* devicePath) const {
 
 std::string DeviceTest::ReadHostFile(const std::string& hostPath) const {
   std::ifstream in(hostPath, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 void DeviceTest::WriteHostFile(const std::string& hostPath, const std::string& bytes) const {
