@@ -1,7 +1,6 @@
 // Calibration records over the "EEP.DLL" memory and the message table with its language file.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
@@ -208,16 +207,6 @@ TEST_P(LanguageFileTest, TranslatesByLines) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, LanguageFileTest, ::testing::Range(0, int(std::size(kFiles))));
-
-// A file that went away is reported from the table as translated so far.
-TEST_F(MessageTest, ReadErrorIsShownInTheTranslatedTable) {
-  WriteLanguageFile(Utf16Le(u"File Read Error. E-505\nLesefehler E-505\n"));
-  ASSERT_EQ(view_->GetImageLangCode(), 1);
-  std::filesystem::remove(Host(L"\\windows\\DispImgMsg.txt"));
-  ASSERT_EQ(view_->GetImageLangCode(), 0);
-  EXPECT_EQ(boxes_.LastText(), L"Lesefehler E-505");
-  EXPECT_EQ(boxes_.LastCaption(), L"ERROR");
-}
 
 // The image and storage classes show their errors from the view's table; without a view English.
 TEST_F(MessageTest, ImageAndCardErrorsUseTheTranslatedTable) {

@@ -78,8 +78,7 @@ TEST_F(DrawingTest, OffsetMarkerSitsAtTheCentreAndMovesWithZoom) {
   Draw(&CCaptureWnd::DrawOffset);
   EXPECT_EQ(fb_.At(180, 115), kGreen);
   EXPECT_NE(fb_.At(160, 115), kGreen);
-  // Without a valid offset: no marker, only the title.
-  view_->m_bOffsetValid = 0;
+  view_->m_bOffsetValid = 0;  // no marker, only the title
   Draw(&CCaptureWnd::DrawOffset);
   EXPECT_EQ(Count(kGreen), 0);
   EXPECT_LT(Count(kRed, kReadout), readout);
