@@ -116,8 +116,7 @@ INSTANTIATE_TEST_SUITE_P(Scenes, ExposureSettlesTest, ::testing::Range(0, 6));
 constexpr double kDegPerPixel = 0.0056 / 248.46 * 180.0 / 3.141592653589793;  // tele, at scale 1
 
 struct ClientPt {
-  double x = 0.0;
-  double y = 0.0;
+  double x = 0.0, y = 0.0;
 };
 
 class CornerModeTest : public SimLiveViewTest {
@@ -158,18 +157,8 @@ class CornerModeTest : public SimLiveViewTest {
     platform::InjectTap(x, y);
     platform::PumpMessages();
   }
-
   sim::Calibration calibration_;
 };
-
-int Nearest(const std::vector<ClientPt>& corners, double x, double y, double* margin) {
-  std::vector<double> d;
-  for (const ClientPt& c : corners) d.push_back(std::hypot(c.x - x, c.y - y));
-  const int best = int(std::min_element(d.begin(), d.end()) - d.begin());
-  std::sort(d.begin(), d.end());
-  *margin = d[1] - d[0];
-  return best;
-}
 
 // 100 seeded trials: a board 90..180 m away, an outer corner near the centre, zoom 1, 2 or 4, a
 // tap up to 20 pixels away; the corner meant is the pattern's nearest to the tap.
@@ -208,9 +197,11 @@ TEST_F(CornerModeTest, TapsNearABoardCornerFindItWithinAPixel) {
       const double r = 20 * std::sqrt(unit(rng)), a = unit(rng) * 6.283185307179586;
       tap_x = int(std::lround(corners[size_t(chosen)].x + r * std::cos(a)));
       tap_y = int(std::lround(corners[size_t(chosen)].y + r * std::sin(a)));
-      double margin = 0;
-      expected = Nearest(corners, tap_x, tap_y, &margin);
-      if (margin >= 3.0 || attempt > 50) break;
+      std::vector<double> d;  // the nearest corner, by a margin of 3 pixels
+      for (const ClientPt& c : corners) d.push_back(std::hypot(c.x - tap_x, c.y - tap_y));
+      expected = int(std::min_element(d.begin(), d.end()) - d.begin());
+      std::sort(d.begin(), d.end());
+      if (d[1] - d[0] >= 3.0 || attempt > 50) break;
     }
     view_->BeginCornerMode();
     view_->SetGetMeas();
