@@ -2,7 +2,6 @@
 // (0, 45, 31) -> trunc(0.59 x 182 + 0.11 x 255) = 135, (0, 47, 31) -> 140.
 #include <memory>
 
-#include "platform/dc.h"
 #include "tests/support/live_view.h"
 
 namespace liveview_test {
@@ -103,31 +102,6 @@ TEST_F(ExposureTest, RectanglesLargerThanTheSampleBufferAreNotRequested) {
   EXPECT_EQ(devices::capture::Log()[0].code, IOCTL_VCAP_GET_CAPTURE_RECT);
   EXPECT_EQ(devices::capture::Log()[0].out_size, 16u * 8u * 2u);
   EXPECT_EQ(hist[0], 128);
-}
-
-// A frame of 128 + 64 + 128 + 64 pixels at the top right, then bars scaled to the peak (64).
-TEST_F(ExposureTest, HistogramGraphIsAFrameWithScaledBars) {
-  Film(0);
-  const uint32_t green = platform::PixelFromColorref(RGB(0, 255, 0));
-  platform::Framebuffer fb;
-  auto draw = [&] {
-    fb.Resize(320, 240, 0);
-    CDC dc;
-    dc.AttachFramebuffer(&fb, RECT{0, 0, 320, 240});
-    view_->DrawHistogram(&dc);
-    return std::count(fb.pixels.begin(), fb.pixels.end(), green);
-  };
-  std::fill(std::begin(view_->m_histogram), std::end(view_->m_histogram), 0);
-  EXPECT_EQ(draw(), 384);
-  EXPECT_EQ(fb.At(320 - 133, 5), green);
-  EXPECT_EQ(fb.At(320 - 5, 69), green);
-  EXPECT_NE(fb.At(320 - 4, 69), green);
-  view_->m_histogram[100] = 10;  // the peak: 64 pixels at column 187 + 50
-  view_->m_histogram[20] = 5;    // half of it: 32 pixels at column 187 + 10
-  EXPECT_EQ(draw(), 384 + 63 + 31);
-  EXPECT_EQ(fb.At(187 + 50, 6), green);
-  EXPECT_EQ(fb.At(187 + 10, 38), green);
-  EXPECT_NE(fb.At(187 + 10, 37), green);
 }
 
 }  // namespace

@@ -10,12 +10,35 @@ const uint32_t kRed = platform::PixelFromColorref(255);
 const uint32_t kGreen = platform::PixelFromColorref(65280);
 const RECT kReadout = {0, 0, 300, 20};
 
-class DrawingTest : public LiveViewDrawingTest {
+// A created view drawing into a 320 x 240 framebuffer of the test's own.
+class DrawingTest : public LiveViewTest {
  protected:
+  void SetUp() override {
+    LiveViewTest::SetUp();
+    CreateView();
+  }
+  void TearDown() override {
+    dc_.reset();
+    LiveViewTest::TearDown();
+  }
+  void Fresh(uint32_t background = 0) {
+    dc_.reset();
+    fb_.Resize(320, 240, background);
+    dc_ = std::make_unique<CDC>();
+    dc_->AttachFramebuffer(&fb_, RECT{0, 0, 320, 240});
+  }
   // Draws with one of the view's functions into a fresh framebuffer.
   void Draw(void (CCaptureWnd::*draw)(CDC*), uint32_t background = 0) {
     Fresh(background);
     (view_.get()->*draw)(dc_.get());
+  }
+  // Pixels of one colour inside an area (clipped to the framebuffer).
+  int Count(uint32_t pixel, RECT area = {0, 0, 320, 240}) const {
+    int n = 0;
+    for (int y = std::max(0, int(area.top)); y < std::min(240, int(area.bottom)); ++y)
+      for (int x = std::max(0, int(area.left)); x < std::min(320, int(area.right)); ++x)
+        n += fb_.At(x, y) == pixel;
+    return n;
   }
   // Station at the survey origin, axis 1.5 m up, looking along survey X.
   void Level(double v) {
@@ -31,6 +54,8 @@ class DrawingTest : public LiveViewDrawingTest {
     EXPECT_NE(visible, 0);
     return POINT{int(sx), int(sy)};
   }
+  platform::Framebuffer fb_;
+  std::unique_ptr<CDC> dc_;
 };
 
 TEST_F(DrawingTest, PointsAreGivenInSurveyAxes) {

@@ -59,36 +59,6 @@ class LiveViewTest : public testing_support::DeviceTest {
   std::unique_ptr<CCaptureWnd> view_;
 };
 
-// A created view drawing into a 320 x 240 framebuffer of the test's own.
-class LiveViewDrawingTest : public LiveViewTest {
- protected:
-  void SetUp() override {
-    LiveViewTest::SetUp();
-    CreateView();
-    Fresh();
-  }
-  void TearDown() override {
-    dc_.reset();
-    LiveViewTest::TearDown();
-  }
-  void Fresh(uint32_t background = 0) {
-    dc_.reset();
-    fb_.Resize(320, 240, background);
-    dc_ = std::make_unique<CDC>();
-    dc_->AttachFramebuffer(&fb_, RECT{0, 0, 320, 240});
-  }
-  // Pixels of one colour inside an area (clipped to the framebuffer).
-  int Count(uint32_t pixel, RECT area = {0, 0, 320, 240}) const {
-    int n = 0;
-    for (int y = std::max(0, int(area.top)); y < std::min(240, int(area.bottom)); ++y)
-      for (int x = std::max(0, int(area.left)); x < std::min(320, int(area.right)); ++x)
-        n += fb_.At(x, y) == pixel;
-    return n;
-  }
-  platform::Framebuffer fb_;
-  std::unique_ptr<CDC> dc_;
-};
-
 // A frame source that films one flat colour (5-6-5), whatever the exposure.
 class FlatSource : public devices::FrameSource {
  public:
