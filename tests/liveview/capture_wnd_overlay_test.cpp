@@ -129,29 +129,6 @@ TEST_F(DrawingTest, TapBeforeADistanceShowsTheMessageOnceAndForgetsIt) {
   EXPECT_EQ(Count(kGreen), 0);
 }
 
-TEST_F(DrawingTest, DistanceMarksBothPointsJoinsThemAndReadsOut) {
-  Level(90.0);
-  view_->BeginDistanceMode();
-  CXYZ a(L"A", 30.0, -1.0, 1.5), b(L"B", 30.0, 1.5, 2.5);
-  view_->AddDistanceAB(a);
-  Draw(&CCaptureWnd::DrawDistance);
-  const int readout_one = Count(kRed, kReadout);
-  EXPECT_GT(readout_one, 0);
-  view_->AddDistanceAB(b);
-  Draw(&CCaptureWnd::DrawDistance);
-  const POINT pa = Screen(a), pb = Screen(b);
-  ASSERT_GT(pb.x, pa.x + 20);  // B lies to the right (survey Y is east)
-  EXPECT_EQ(fb_.At(pa.x - 4, pa.y) & fb_.At(pb.x, pb.y - 4), kRed);
-  const int mx = (pa.x + pb.x) / 2, my = (pa.y + pb.y) / 2;
-  EXPECT_GT(Count(kRed, RECT{mx - 1, my - 1, mx + 2, my + 2}), 0);
-  EXPECT_NE(Count(kRed, kReadout), readout_one);  // the distances
-  // On the tele camera only the read-out.
-  view_->SetCurCamera(0);
-  Draw(&CCaptureWnd::DrawDistance);
-  EXPECT_EQ(Count(kRed, RECT{0, 30, 320, 240}), 0);
-  EXPECT_GT(Count(kRed, kReadout), 0);
-}
-
 TEST_F(DrawingTest, RemoteElevationCrossSitsAboveTheBaseAtTheSightedHeight) {
   // Base 30 m ahead on the ground, sighted 2 m above from an axis 1.5 m up: cot V = 0.5 / 30.
   const double v = std::atan2(30.0, 0.5) * 180.0 / 3.141592653589793;
