@@ -214,41 +214,6 @@ TEST_F(LiveviewFaults, OperatingTheView) {
          }});
 }
 
-TEST_F(LiveviewFaults, CornerSearch) {
-  devices::SetFrameSource(std::make_shared<Quadrant>());
-  CreateView({0, 0, 320, 240}, 0.5);
-  view_->SetCurCamera(0);  // corners are searched in the tele camera's picture
-  double dv = 0.0, dh = 0.0;
-  Drill({"corner display",
-         [&] {
-           view_->EndCornerMode();
-           view_->BeginCornerMode();
-           view_->SetGetMeas();
-           view_->m_ptCorner = POINT{0, 0};
-         },
-         [&] {
-           platform::InjectTap(163, 118);
-           platform::PumpMessages();
-           return view_->GetCornerMoveAng(dv, dh);
-         },
-         [&](const Faulted& f) {
-           // The timer is given back whatever happened to the search.
-           EXPECT_EQ(view_->m_bTimerLock, 0);
-           EXPECT_EQ(view_->m_bTapped, 1);
-           if (f.point == "alloc" || f.point == "cap.read_rect") {
-             // No picture to search: the grab's cause, and no cross.
-             EXPECT_EQ(f.result, 0);
-             EXPECT_EQ(Texts(f), std::vector<std::wstring>{f.point == "alloc" ? kE500 : kE504});
-             return;
-           }
-           // The driver's other answers are not checked: the corner is found.
-           EXPECT_EQ(f.result, 1);
-           EXPECT_TRUE(f.boxes.empty());
-           EXPECT_NEAR(view_->m_ptCorner.x, 160, 1);
-           EXPECT_NEAR(view_->m_ptCorner.y, 120, 1);
-         }});
-}
-
 // One transfer between the window and the memory.
 struct Transfer {
   const char* name;
@@ -312,71 +277,47 @@ TEST_F(LiveviewFaults, CalibrationMemory) {
   }
 }
 
-TEST_F(LiveviewFaults, LanguageFile) {
-  std::unique_ptr<CCaptureWnd> w;
-  Drill({"GetImageLangCode",
-         [&] {
-           const std::u16string text = u"\xFEFFSaved OK.\nGespeichert.\n";  // UTF-16LE here
-           PutDeviceFile(L"\\windows\\DispImgMsg.txt",
-                         std::string((const char*)text.data(), text.size() * 2));
-           w = std::make_unique<CCaptureWnd>();
-           w->InitAppUseMessage();
-         },
-         [&] { return w->GetImageLangCode(); },
-         [&](const Faulted& f) {
-           // A failed read or allocation leaves the English texts in use.
-           const bool open = f.point == "file.open";
-           ExpectOutcome(f, open ? 0 : 1, open ? L"File Read Error. E-505" : L"");
-           EXPECT_EQ(std::wstring(w->m_pMessage->Text(21)), L"Saved OK.");
-         }});
-}
-
 TEST_F(LiveviewFaults, SnapshotSaving) {
   devices::SetFrameSource(std::make_shared<Quadrant>());
   CreateView();
   const std::wstring saved = L"\\Storage Card\\JPEG\\20240503\\140709T100.jpg";
-  const std::string earlier = "an earlier picture of the same second";
-  for (const bool fresh : {true, false}) {
-    Drill({fresh ? "WriteJpeg(new folders)" : "WriteJpeg(over an earlier file)",
-           [&] {
-             std::filesystem::remove_all(Host(L"\\Storage Card"));
-             if (fresh) std::filesystem::create_directories(Host(L"\\Storage Card"));
-             if (!fresh) PutDeviceFile(saved.c_str(), earlier);
-             ASSERT_TRUE(platform::registry::SetString(
-                 L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card"));
-           },
-           [&] { return view_->WriteJpeg(); },
-           [&](const Faulted& f) {
-             EXPECT_FALSE(platform::WaitCursorShown());
-             // A failed grab tells its own cause first (E-500, E-504), then E-522.
-             const bool grab = f.point == "alloc" || f.Under("cap.");
-             if (grab && f.boxes.size() == 2) {
-               EXPECT_EQ(f.boxes[0].text, f.point == "alloc" ? kE500 : kE504);
-               EXPECT_EQ(f.result, 0);
-             } else {
-               ASSERT_EQ(f.boxes.size(), 1u);
-             }
-             const std::wstring& text = f.boxes.back().text;
-             if (f.result == 1) {
-               EXPECT_EQ(text, L"Saved OK.");
-               return;
-             }
-             // No file, not even a partial one; an earlier one stays whole.
-             EXPECT_EQ(DeviceFileExists(saved.c_str()) ? GetDeviceFile(saved.c_str()) : "",
-                       fresh ? "" : earlier);
-             if (f.Under("registry.")) {
-               EXPECT_EQ(text, L"Registry Access Error");
-               EXPECT_EQ(f.boxes.back().caption, L"Error");
-             } else if (f.point == "fs.free_space") {
-               EXPECT_EQ(text, L"The capacity of the memory doesn't suffice. E-523");
-             } else if (f.point == "fs.create_directory" || f.point == "fs.find") {
-               // A folder that cannot be found is created, which fails when it exists.
-               EXPECT_EQ(text, L"Folder maked error. E-521");
-             } else {
-               EXPECT_EQ(text, L"Jpg Write Error. E-522");
-             }
-           }});
-  }
+  Drill({"WriteJpeg(new folders)",
+         [&] {
+           std::filesystem::remove_all(Host(L"\\Storage Card"));
+           std::filesystem::create_directories(Host(L"\\Storage Card"));
+           ASSERT_TRUE(platform::registry::SetString(
+               L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\Storage Card"));
+         },
+         [&] { return view_->WriteJpeg(); },
+         [&](const Faulted& f) {
+           EXPECT_FALSE(platform::WaitCursorShown());
+           // A failed grab tells its own cause first (E-500, E-504), then E-522.
+           const bool grab = f.point == "alloc" || f.Under("cap.");
+           if (grab && f.boxes.size() == 2) {
+             EXPECT_EQ(f.boxes[0].text, f.point == "alloc" ? kE500 : kE504);
+             EXPECT_EQ(f.result, 0);
+           } else {
+             ASSERT_EQ(f.boxes.size(), 1u);
+           }
+           const std::wstring& text = f.boxes.back().text;
+           if (f.result == 1) {
+             EXPECT_EQ(text, L"Saved OK.");
+             return;
+           }
+           // No file, not even a partial one.
+           EXPECT_FALSE(DeviceFileExists(saved.c_str()));
+           if (f.Under("registry.")) {
+             EXPECT_EQ(text, L"Registry Access Error");
+             EXPECT_EQ(f.boxes.back().caption, L"Error");
+           } else if (f.point == "fs.free_space") {
+             EXPECT_EQ(text, L"The capacity of the memory doesn't suffice. E-523");
+           } else if (f.point == "fs.create_directory" || f.point == "fs.find") {
+             // A folder that cannot be found is created, which fails when it exists.
+             EXPECT_EQ(text, L"Folder maked error. E-521");
+           } else {
+             EXPECT_EQ(text, L"Jpg Write Error. E-522");
+           }
+         }});
 }
 
 }  // namespace
