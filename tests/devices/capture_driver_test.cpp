@@ -195,20 +195,4 @@ TEST_F(CaptureDriverTest, PaintsOnlyKeyColouredPixelsInsideTheDestination) {
   EXPECT_EQ(cap::FramesProduced(), 1u);  // the clock has not moved
 }
 
-// Without a frame source the driver shows its own test pattern.
-TEST_F(CaptureDriverTest, TestPatternMovesFromFrameToFrameAndFollowsBrightness) {
-  devices::SetFrameSource(nullptr);
-  ASSERT_TRUE(Start(1, 0, 0));
-  WaitForSingleObject(event_, INFINITE);
-  const auto first = cap::CurrentFrame();
-  WaitForSingleObject(event_, INFINITE);
-  const auto second = cap::CurrentFrame();
-  EXPECT_NE(first, second);
-  ASSERT_TRUE(Start(1, 100, 0));
-  WaitForSingleObject(event_, INFINITE);
-  const auto bright = cap::CurrentFrame();
-  auto green = [](const std::vector<uint16_t>& f) { return (f[640 * 100 + 600] >> 5) & 63; };
-  EXPECT_GT(green(bright), green(second));
-}
-
 }  // namespace

@@ -89,15 +89,6 @@ TEST_F(EepromTest, BrokenStoreLinesAreIgnored) {
   EXPECT_FALSE(read_(bytes, 81, 1) || read_(bytes, 82, 1));
 }
 
-// The call log keeps only the latest calls: it must not grow without bound.
-TEST_F(EepromTest, CallLogKeepsTheLatestCallsOnly) {
-  for (int i = 0; i < 5000; ++i) unlock_(i % 2);
-  const auto calls = eep::Calls();
-  EXPECT_LE(calls.size(), 4096u);
-  EXPECT_GE(calls.size(), 2048u);
-  EXPECT_EQ(calls.back(), "lock");  // the 5000th call: i = 4999 locks
-}
-
 // Item, length and offset in the raw image, worked out by hand from the layout.
 constexpr int kSlots[][3] = {{80, 8, 12},  {81, 8, 20},  {82, 8, 28},  {83, 4, 36},  {84, 8, 40},
                              {85, 8, 48},  {86, 8, 56},  {87, 8, 64},  {88, 8, 72},  {89, 8, 80},
