@@ -95,8 +95,9 @@ TEST_F(OrientFileTest, ReadsHandWrittenFiles) {
     calib.SetCaptureMsg(&table_, nullptr);
     EXPECT_EQ(calib.Read(L"\\orient.txt"), c.result);
     EXPECT_EQ(boxes_.size(), c.message < 0 ? 0u : 1u);
-    if (c.message >= 0)
+    if (c.message >= 0) {
       EXPECT_EQ(boxes_.LastText() + boxes_.LastCaption(), Shown(c.message) + L"ERROR");
+    }
     EXPECT_EQ(calib.Ccd1CenterX, c.c1x);
     EXPECT_EQ(calib.Ccd1CenterY, c.c1y);
     EXPECT_EQ(calib.Ccd2CenterX, c.c2x);
