@@ -35,12 +35,10 @@ struct HandCase {
 // pixels, no distortion, no offset). A point 1 m right of and 1 m above the
 // line of sight at 20 m lies at u = v = 8 * 1 / 20 = 0.4 mm from the
 // principal point: px = (1.792 + 0.4) / 0.0056, py = (1.344 - 0.4) / 0.0056.
-// Looking east (H = 90) "right" is towards -X; tilted 10 degrees up (V = 80)
-// the line of sight climbs by sin(10 deg) per metre.
+// Tilted 10 degrees up (V = 80) the line of sight climbs by sin(10 deg) per metre.
 constexpr double kCos10 = 0.984807753012208, kSin10 = 0.17364817766693, kR = 0.7071067811865476;
 const HandCase kHandCases[] = {
     {"north", 90.0, 0.0, 20.0, 1.0, 2.5, 2.192 / 0.0056, 0.944 / 0.0056},
-    {"east", 90.0, 90.0, -1.0, 20.0, 2.5, 2.192 / 0.0056, 0.944 / 0.0056},
     {"on_axis_up", 80.0, 0.0, 20.0 * kCos10, 0.0, 1.5 + 20.0 * kSin10, 320.0, 240.0},
     {"sw_left_low", 90, 225, -21 * kR, -19 * kR, 0.5, 1.392 / 0.0056, 1.744 / 0.0056},
 };
