@@ -92,17 +92,5 @@ TEST_F(ExposureTest, DensityOfAFilmAndTheDensityOffset) {
   EXPECT_EQ(view_->AE_Adjust(), FALSE);
 }
 
-TEST_F(ExposureTest, RectanglesLargerThanTheSampleBufferAreNotRequested) {
-  Film(0);
-  devices::capture::ClearLog();
-  int hist[256];
-  for (CRect rect : {CRect(0, 0, 65, 64), CRect(0, 10, 20, 5), CRect(4, 0, 20, 8)})
-    view_->GetHistogram(rect, hist);
-  ASSERT_EQ(devices::capture::Log().size(), 1u);
-  EXPECT_EQ(devices::capture::Log()[0].code, IOCTL_VCAP_GET_CAPTURE_RECT);
-  EXPECT_EQ(devices::capture::Log()[0].out_size, 16u * 8u * 2u);
-  EXPECT_EQ(hist[0], 128);
-}
-
 }  // namespace
 }  // namespace liveview_test

@@ -173,30 +173,5 @@ TEST_P(TapSquareTest, EdgesAreInsideAndOnePixelMoreIsOutside) {
 
 INSTANTIATE_TEST_SUITE_P(Scales, TapSquareTest, ::testing::Range(0, int(std::size(kSquares))));
 
-TEST_F(ModesTest, TapsAreRefusedOnTheWideCameraOnTiltErrorAndWhileMeasuring) {
-  view_->BeginCornerMode();
-  view_->SetGetMeas();
-  Tap(300, 10);  // wide camera: refused
-  view_->SetCurCamera(0);
-  view_->SetTiltErr();
-  Tap(170, 130);
-  EXPECT_EQ(view_->m_bTapped + view_->m_ptTap.x + int(boxes_.size()), 0);
-  view_->ClrTiltErr();
-  Tap(170, 130);
-  EXPECT_EQ(view_->m_bTapped, 1);
-  // Without a measurement a tap forgets the last one, unless measuring.
-  view_->ClrGetMeas();
-  view_->SetDistMeasing();
-  Tap(170, 130);
-  EXPECT_EQ(view_->m_bTapped, 1);
-  view_->ClrDistMeasing();
-  Tap(170, 130);
-  EXPECT_EQ(view_->m_bTapped, 0);
-  view_->m_bTapped = 1;  // other modes forget it too
-  view_->EndCornerMode();
-  Tap(170, 130);
-  EXPECT_EQ(view_->m_bTapped, 0);
-}
-
 }  // namespace
 }  // namespace liveview_test

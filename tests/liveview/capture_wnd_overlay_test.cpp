@@ -109,26 +109,6 @@ TEST_F(DrawingTest, OffsetMarkerSitsAtTheCentreAndMovesWithZoom) {
   EXPECT_LT(Count(kRed, kReadout), readout);
 }
 
-TEST_F(DrawingTest, TapBeforeADistanceShowsTheMessageOnceAndForgetsIt) {
-  view_->SetCurCamera(0);
-  view_->m_bTapped = 1;
-  view_->m_ptTap = {100, 100};
-  Draw(&CCaptureWnd::DrawTapPoint);
-  Draw(&CCaptureWnd::DrawTapPoint);
-  ASSERT_EQ(boxes_.size(), 1u);
-  EXPECT_EQ(boxes_.LastText(), L"Please meas distance.");
-  EXPECT_EQ(view_->m_bTapped, 0);
-  EXPECT_EQ(Count(kGreen), 0);
-  view_->SetGetMeas();
-  view_->m_bTapped = 1;
-  Draw(&CCaptureWnd::DrawTapPoint);
-  EXPECT_EQ(fb_.At(90, 100) & fb_.At(100, 90), kGreen);
-  EXPECT_EQ(Count(kGreen), 39);
-  view_->SetCurCamera(1);  // on the wide camera the mark is not drawn
-  Draw(&CCaptureWnd::DrawTapPoint);
-  EXPECT_EQ(Count(kGreen), 0);
-}
-
 TEST_F(DrawingTest, RemoteElevationCrossSitsAboveTheBaseAtTheSightedHeight) {
   // Base 30 m ahead on the ground, sighted 2 m above from an axis 1.5 m up: cot V = 0.5 / 30.
   const double v = std::atan2(30.0, 0.5) * 180.0 / 3.141592653589793;
