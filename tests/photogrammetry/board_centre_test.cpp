@@ -1,5 +1,4 @@
-// Board centres: a point-symmetric blob drawn by hand off the finder's finest grid (0.01 px) is
-// found by the last refinement between grid points; nothing where there is no board.
+// A point-symmetric blob drawn off the finder's 0.01 px grid is found between grid points.
 #include "photogrammetry/board_centre.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
-// An ideal camera independent of the DLT (look-at with a little roll; pixels, x right, y down),
-// points through a block far from the origin, and photographs of them with optional noise.
+// An ideal camera independent of the DLT (look-at, rolled; pixels x right, y down) and its
+// photographs.
 #include <cmath>
 #include <random>
 #include <string>
@@ -25,7 +25,6 @@ struct Pinhole {
     rows[1] = rows[2].Out(rows[0]);
   }
   static CXYZ Unit(const CXYZ& v) { return v / v.Len(); }
-  static double Dot(const CXYZ& a, const CXYZ& b) { return a.Inn(b); }
   CXYZ Image(const CXYZ& p) const {
     const CXYZ d = p - centre;
     const double u = rows[0].Inn(d), v = rows[1].Inn(d), w = rows[2].Inn(d);

@@ -1,5 +1,4 @@
-// The clock's calendar: days from a civil date and back, over every day of
-// the years a FILETIME or SYSTEMTIME can hold.
+// The calendar, over every day a FILETIME or SYSTEMTIME can hold.
 #include "platform/clock.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// The registry store: parsing, the Win32 calls over it, and writing it back
-// (broken stores: fuzz/registry_fuzz.cpp; fault points: tests/faults).
+// The registry store and the Win32 calls over it (broken stores: fuzz/, failures: tests/faults).
 #include "platform/registry.h"
 
 #include <gtest/gtest.h>
@@ -51,11 +50,9 @@ TEST_F(RegistryTest, ReadsKeysAsTheDeviceStoresThemWithWin32Sizes) {
   EXPECT_EQ(Query(L"system\\qz7minit\\MEMORY", L"pcmciafolder"), L"\\Storage Card");
   EXPECT_EQ(Query(L"Drivers\\Capture", L""), L"CAP");
   EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"Quoted"), L"\\SD \"quoted\" card");
-  EXPECT_EQ(platform::registry::OpenKeys(), 0);
   // A parent of a stored key holds no values; a prefix of a name is no key.
   for (const wchar_t* key : {L"SYSTEM\\QZ7mInit\\Other", L"SYSTEM\\QZ7mInit", L"SYSTEM\\QZ7"})
     EXPECT_EQ(Query(key, L"PCMCIAFolder"), L"error 2") << key;
-  // Sizes follow Win32.
   HKEY h = nullptr;
   ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\QZ7mInit\\Memory", 0, KEY_READ, &h),
             ERROR_SUCCESS);
@@ -84,7 +81,6 @@ TEST_F(RegistryTest, SetStringWritesAStoreThatReadsBack) {
   EXPECT_FALSE(platform::registry::SetString(L"NOROOT\\X", L"a", L"b"));
   std::string text = GetDeviceFile(L"\\registry.txt");
   EXPECT_NE(text.find("[HKLM\\SYSTEM\\QZ7mInit\\Memory]"), std::string::npos) << text;
-  EXPECT_NE(text.find("\"Level\"=\"7\""), std::string::npos) << text;
   EXPECT_EQ(Query(L"SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder"), L"\\Karte ä");
   // Formatting and parsing again gives the same store.
   auto store = platform::registry::ParseStore(text);

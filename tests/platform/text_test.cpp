@@ -1,5 +1,4 @@
-// Text: formatting with the Windows meaning of %s, UTF-8 both ways, and
-// translation (a decimal point under any locale: tests/pointfiles).
+// Formatting with the Windows meaning of %s, UTF-8 both ways, translation.
 #include "platform/text.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,8 @@
-// CProjection_Cap: the frustum against the standard perspective matrix,
-// pre-multiplying model operations, clip test, w = 0, and round trips.
+// CProjection_Cap against the standard perspective matrix, hand-worked operations and round trips.
 #include "projection/projection_cap.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -15,12 +13,6 @@ namespace {
 using testing_support::IsNearXYZ;
 
 constexpr double PI = 3.141592653589793;
-
-class Probe : public CProjection_Cap {
- public:
-  using CProjection_Cap::lu;
-  using CProjection_Cap::matinv;
-};
 
 TEST(ProjectionCap, FrustumIsTheStandardPerspectiveMatrix) {
   // glFrustum(l, r, b, t, n, f) written out by hand.
@@ -114,23 +106,6 @@ TEST(ProjectionCap, SingularTransformKeepsTheOldInverseAndCopiesCarryIt) {
   CProjection_Cap q;
   q = p;
   EXPECT_EQ(std::vector<double>(q.InvMatrix, q.InvMatrix + 16), before);
-}
-
-TEST(ProjectionCap, LuAndMatinvAgainstHandValues) {
-  Probe p;
-  // det [[0, 2, 1], [1, 1, 0], [3, 0, 1]] = -5, with a row exchange for the zero first pivot.
-  const double a[9] = {0, 2, 1, 1, 1, 0, 3, 0, 1};
-  double copy[9], inv[9];
-  int ip[3];
-  std::copy(a, a + 9, copy);
-  EXPECT_NEAR(p.lu(3, copy, ip), -5.0, 1e-14);
-  std::copy(a, a + 9, copy);
-  ASSERT_NEAR(p.matinv(3, copy, inv), -5.0, 1e-14);
-  // The adjugate over the determinant, worked by hand.
-  const double hand[9] = {-0.2, 0.4, 0.2, 0.2, 0.6, -0.2, 0.6, -1.2, 0.4};
-  for (int i = 0; i < 9; ++i) EXPECT_NEAR(inv[i], hand[i], 1e-14) << i;
-  double zero_row[4] = {1, 2, 0, 0};
-  EXPECT_EQ(p.lu(2, zero_row, ip), 0.0);
 }
 
 }  // namespace

@@ -81,14 +81,12 @@ TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
     if (p.Code != L"STN") (p.Code == L"TGT" ? check : control).Add(p);
   }
   ASSERT_EQ(stations.GetSize() * 10 + check.GetSize(), 36);
-
   sim::Instrument instrument;
   instrument.SetSampleEveryPixel(true);
   sim::Scene scene;
   scene.set_ground_z(40.0);  // the site stands on a terrace below the stations
   for (const CXYZ& t : targets) scene.AddTarget({t.Name.c_str(), t.X, t.Y, t.Z, kBoardHalf});
   instrument.SetScene(scene);
-
   CProject project;
   ASSERT_EQ(project.Create(L"Site"), 1);
   ASSERT_EQ(project.SetControlPoints(control), 1);
@@ -104,8 +102,7 @@ TEST_F(PhotogrammetryJob, ThreeStationsRecoverTheCheckTargets) {
       h_max = std::max(h_max, std::atan2(dy, dx) * 180.0 / kPi);
       v_sum += 90.0 - std::atan2(dz, std::hypot(dx, dy)) * 180.0 / kPi;
     }
-    // Pictures 6 degrees apart (the wide camera sees 25.6 x 19.4): each target
-    // is on three or four pictures of a station, at different places.
+    // Pictures 6 degrees apart (the wide camera sees 25.6 x 19.4): 3-4 per target and station.
     for (double h = h_min - 6.0; h <= h_max + 6.0; h += 6.0) {
       instrument.station().SetAngles(v_sum / check.GetSize(), h);
       PointArray measured = MeasurePicture(instrument, targets);
@@ -156,7 +153,6 @@ TEST_F(PhotogrammetryJob, WeaklyControlledPhotographsStayOutOfTheIntersection) {
   ASSERT_EQ(loose.points.size(), 1u);
   EXPECT_EQ(loose.points[0].photos, 3);
   EXPECT_GT(loose.WorstError(), 0.01);  // the bad ray pulls the point off
-
   ASSERT_EQ(photogrammetry::SolvePhotogrammetryJob(project, &targets, strict, 10), 1);
   // Its earlier solution is gone from the project, not reused; a kept one stays.
   CDLT dlt;
@@ -166,8 +162,7 @@ TEST_F(PhotogrammetryJob, WeaklyControlledPhotographsStayOutOfTheIntersection) {
   ASSERT_EQ(project.GetResultPoints(stored), 1);
   ASSERT_EQ(stored.GetSize(), 1);
   EXPECT_LT(stored[0].Len(target), 1e-4);
-  // The west camera's centre; the rays from the west and south centres cross
-  // at 92.0 degrees: 88.0 from the nearer side.
+  // The west camera's centre; the west and south rays cross at 92.0 degrees (88.0 the other way).
   const std::vector<std::string> lines = strict.Lines();
   ASSERT_EQ(lines.size(), 5u);
   EXPECT_EQ(lines[0].rfind("photo P001: 61 points, DLT from 60 controls, sigma 0.000 px", 0), 0u);
