@@ -1,12 +1,10 @@
-// Formatting with the Windows meaning of %s, UTF-8 both ways, translation.
+// Formatting with the Windows meaning of %s, UTF-8 both ways (translation: tests/liveview).
 #include "platform/text.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
-
-#include "platform/xlate.h"
 
 namespace {
 
@@ -36,18 +34,6 @@ TEST(Format, WindowsMeaningOfPercentSAndUtf8BothWays) {
     EXPECT_EQ(platform::Utf8ToWide(platform::WideToUtf8(once)), once);
   }
   EXPECT_EQ(platform::Utf8ToWide("\xF4\x8F\xBF\xBF"), std::wstring(1, wchar_t(0x10FFFF)));
-}
-
-// Translated texts stay valid: callers keep the pointers.
-TEST(Xlate, IdentityUntilATranslatorIsInstalledThenStableBuffers) {
-  const wchar_t* text = L"Please specify within the limit.";
-  EXPECT_EQ(Xlate(text), text);
-  platform::SetTranslator([](const std::wstring& t) { return L"<" + t + L">"; });
-  const wchar_t* translated = Xlate(L"Saved OK.");
-  Xlate(L"another text");
-  EXPECT_EQ(std::wstring(translated), L"<Saved OK.>");
-  EXPECT_EQ(Xlate(L"Saved OK."), translated);
-  platform::SetTranslator({});
 }
 
 }  // namespace

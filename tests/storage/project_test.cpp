@@ -108,7 +108,6 @@ TEST_F(ProjectTest, PhotographsAreCopiedInAndListedInTheIndex) {
   CProject reopened;
   ASSERT_EQ(reopened.Open(L"Site"), 1);
   ASSERT_EQ(reopened.GetPhotoCount(), 2);
-  EXPECT_EQ(reopened.GetPhoto(1).Jpeg, CString(L"east.jpg"));
   ASSERT_EQ(reopened.RemovePhoto(L"P001"), 1);
   EXPECT_FALSE(std::filesystem::exists(Host(L"\\IMG_MAIN\\project\\Site\\P001.jpg")));
   EXPECT_EQ(reopened.FindPhoto(L"east"), 0);
