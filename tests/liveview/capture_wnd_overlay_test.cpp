@@ -1,4 +1,5 @@
 // Overlays and marks drawn into a framebuffer of their own, checked at hand-worked positions.
+#include <algorithm>
 #include <cmath>
 
 #include "tests/support/live_view.h"
@@ -57,6 +58,16 @@ class DrawingTest : public LiveViewTest {
   platform::Framebuffer fb_;
   std::unique_ptr<CDC> dc_;
 };
+
+// The frame spans x 187..315, y 5..69; two bins share a column, the tallest is 64 pixels.
+TEST_F(DrawingTest, HistogramColumnsScaleToTheTallestBin) {
+  std::fill_n(view_->m_histogram, 256, 0);
+  view_->m_histogram[40] = 4;  // column 207: 64 pixels up from the base
+  view_->m_histogram[61] = 1;  // column 217: 16
+  Draw(&CCaptureWnd::DrawHistogram);
+  EXPECT_EQ(Count(kGreen, {207, 6, 208, 69}), 63);
+  EXPECT_EQ(Count(kGreen, {217, 6, 218, 69}), 15);
+}
 
 TEST_F(DrawingTest, PointsAreGivenInSurveyAxes) {
   CXYZ station(0, 0, 0);

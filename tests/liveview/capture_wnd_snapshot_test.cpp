@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 
+#include "liveview/snapshot_stamp.h"
 #include "platform/clock.h"
 #include "platform/faults.h"
 #include "platform/fs.h"
@@ -122,7 +123,9 @@ TEST_F(SnapshotTest, AFailedStampKeepsThePictureAndAStampAddsOnlyItsSegment) {
   EXPECT_EQ(platform::fault::Calls("exif.build"), 1);
   const std::string bare = GetDeviceFile(kSaved), bare_pixels = Decode(kSaved);
   EXPECT_EQ(bare.find(std::string("Exif\0\0", 6)), std::string::npos);
+  EXPECT_EQ(liveview::LastStampedTags().camera, "");
   EXPECT_EQ(SaveWith(1 << 30), L"Saved OK.");
+  EXPECT_EQ(liveview::LastStampedTags().camera, "WIDE");
   const std::string stamped = GetDeviceFile(kSaved);
   const size_t app0_end = 4 + (size_t(uint8_t(bare[4])) << 8 | uint8_t(bare[5]));
   ASSERT_GT(stamped.size(), app0_end + 10);

@@ -158,9 +158,10 @@ TEST_F(RTCardTest, BadSourcesAndTargetsAreSilencedCopyErrors) {
                                  {L"\\IMG_MAIN\\p1.jpg", L"\\Storage Card"},
                                  {nullptr, L"\\Storage Card\\x"}})
     EXPECT_EQ(card_.CopyFile(from, to), 0) << platform::WideToUtf8(to);
-  // Not into itself, not onto an existing folder.
+  // Not into itself, not onto an existing folder, not from nothing; a file is no folder.
   EXPECT_EQ(card_.CopyFolder(L"\\IMG_MAIN", L"\\IMG_MAIN\\inside") +
-                card_.CopyFolder(L"\\IMG_MAIN", kCard),
+                card_.CopyFolder(L"\\IMG_MAIN", kCard) + card_.CopyFolder(nullptr, kCard) +
+                card_.DeleteFolder(L"\\IMG_MAIN\\p1.jpg"),
             0);
   EXPECT_EQ(boxes_.size(), 0u);
   EXPECT_EQ(GetDeviceFile(L"\\IMG_MAIN\\p1.jpg"), "abc");
