@@ -129,6 +129,20 @@ TEST(Median, MatchesReferenceOnOddSizes) {
       }
 }
 
+// The mean and sorting helpers kept beside the filter.
+struct MedianHelpers : CMedian {
+  using CMedian::insertionSort;
+  using CMedian::smooth;
+};
+
+TEST(Median, HelpersGiveTheMeanAndTheMiddleValue) {
+  MedianHelpers m;
+  unsigned char v[9] = {90, 10, 80, 20, 70, 30, 60, 40, 55};
+  EXPECT_EQ(m.smooth(v), 50);  // 455 / 9
+  EXPECT_EQ(m.insertionSort(v, 9), 55);
+  EXPECT_EQ(std::vector<int>(v, v + 9), (std::vector<int>{10, 20, 30, 40, 55, 60, 70, 80, 90}));
+}
+
 TEST(Sobel, MatchesReferenceOnOddSizes) {
   const int sizes[][2] = {{5, 5}, {9, 7}, {17, 13}, {41, 23}, {640, 9}, {333, 21}};
   unsigned seed = 50, mean = 0;

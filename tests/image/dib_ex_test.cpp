@@ -237,6 +237,8 @@ TEST(DibExColour, GreyFullColourReverseDensityHistogramAndRange) {
   red[7] = 99;
   ASSERT_TRUE(palette.GetHistgram(red, green, blue));
   EXPECT_EQ(red[7] + blue[7], 30);
+  ASSERT_TRUE(sixteen.GetHistgram(red, green, blue));  // no colours to count
+  EXPECT_EQ(red[0] + green[0] + blue[0], 0);
   dib.Create(CSize(1, 1), 24, 0, FALSE, 0);
   BYTE bgr[3] = {10, 20, 30};
   dib.SetPixel(bgr, CPoint(0, 0), 4);
@@ -244,7 +246,8 @@ TEST(DibExColour, GreyFullColourReverseDensityHistogramAndRange) {
   EXPECT_EQ(std::vector<int>(mins, mins + 4), (std::vector<int>{30, 20, 10, 10}));
   EXPECT_EQ(std::vector<int>(maxs, maxs + 4), (std::vector<int>{30, 20, 10, 30}));
   CDibEx empty;
-  EXPECT_FALSE(empty.GetHistgram(red, green, blue) || empty.GetDensityRange(mins, maxs));
+  EXPECT_FALSE(empty.GetHistgram(red, green, blue) || empty.GetDensityRange(mins, maxs) ||
+               empty.IsGrayScale());
   EXPECT_EQ(red[7], 0);  // zeroed before the refusal
 }
 
