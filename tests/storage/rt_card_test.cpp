@@ -45,11 +45,12 @@ TEST_F(RTCardTest, CardPathsAreWholeComponentsUnderTheRegistryRoot) {
                                  {L"\\Storage Cards\\a.jpg", 0},  // whole components only
                                  {L"\\IMG_MAIN\\a.jpg", 0}})
     EXPECT_EQ(card_.IsCardPath(path), on) << platform::WideToUtf8(path);
-  // A trailing separator in the registry value is ignored.
-  ASSERT_TRUE(
-      platform::registry::SetString(L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", L"\\SD\\"));
+  // A trailing separator in the registry value is ignored; 200 characters fit.
+  const std::wstring root = L"\\" + std::wstring(200, L'S');
+  ASSERT_TRUE(platform::registry::SetString(
+      L"HKLM\\SYSTEM\\QZ7mInit\\Memory", L"PCMCIAFolder", (root + L"\\").c_str()));
   EXPECT_EQ(card_.ReadCardRoot(), 1);
-  EXPECT_EQ(card_.GetCardRoot(), CString(L"\\SD"));
+  EXPECT_EQ(card_.GetCardRoot(), CString(root.c_str()));
   card_.SetCardRoot(L"");  // no root: no path is a card path
   EXPECT_EQ(card_.IsCardPath(L"\\") + card_.IsMounted(), 0);
 }
