@@ -90,7 +90,7 @@ TEST_F(ProjectTest, BadNamesAndExistingProjectsAreRefused) {
   ASSERT_EQ(project_.Create(L"Other"), 1);
   project_.m_bShowMessage = 0;
   EXPECT_EQ(project_.Rename(L"Site", L"Other"), 0);  // taken
-  EXPECT_EQ(project_.Rename(L"Site", L"..\\up"), 0);
+  EXPECT_EQ(project_.Rename(L"Site", L"..\\up") + project_.Rename(nullptr, L"x"), 0);
 }
 
 TEST_F(ProjectTest, PhotographsAreCopiedInAndListedInTheIndex) {
