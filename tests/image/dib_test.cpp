@@ -241,6 +241,9 @@ TEST_F(DibTest, MalformedHeadersAreRefused) {
        good,
        {{kCompression, BI_RLE8}, {kWidth, 4000}, {kHeight, 4000}}},
       {"run lengths beyond the file", good, {{kCompression, BI_RLE8}, {kSizeImage, 100}}},
+      {"run lengths for more than 128 times their bytes",  // 4 x 129 from 4 bytes
+       BmpBytes(4, 129, 8),
+       {{kCompression, BI_RLE8}, {kSizeImage, 4}}},
       {"masks on a palette image", good, {{kCompression, BI_BITFIELDS}}},
       {"image size smaller than the rows", good, {{kSizeImage, 3}}},
       {"other header size", good, {{kSize, 20}}},
