@@ -22,12 +22,6 @@ inline int Luminance(uint16_t p) {
   return std::clamp(int(0.3 * r + 0.59 * g + 0.11 * b), 0, 255);
 }
 
-inline double MeanLuminance(const Frame& frame) {
-  double sum = 0.0;
-  for (uint16_t p : frame) sum += Luminance(p);
-  return sum / double(frame.size());
-}
-
 // Linear light of a pixel, undoing the sensor's display gamma of 1/2.2.
 inline double LinearLight(uint16_t p) {
   auto lin = [](double code, double max) { return std::pow(code / max, 2.2); };
