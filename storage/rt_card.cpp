@@ -222,33 +222,19 @@ int CRTCard::CopyFile(const wchar_t* from, const wchar_t* to) {
 }
 
 int CRTCard::MoveFile(const wchar_t* from, const wchar_t* to) {
-  // A file the move replaces is kept as a copy until the source is gone, so
-  // a move that cannot finish leaves both files as they were.
+  // A file the move replaces is renamed aside until the source is gone, so a
+  // move that cannot finish leaves both files as they were.
   const CString target = to ? platform::TrimSeparator(to) : CString();
   const CString kept = target + L"~";
   const bool replaces =
       from && platform::PathIsFile(target) && platform::TrimSeparator(from) != target;
-  if (replaces) {
-    if (GetFileAttributesW(kept) != INVALID_FILE_ATTRIBUTES) return Fail(platform::kMsgCopyError);
-    if (!CopyOneFile(target, kept)) {
-      DeleteFileW(kept);
-      return Fail(platform::kMsgCopyError);
-    }
-  }
-  if (!CopyFile(from, to)) {
-    if (replaces) DeleteFileW(kept);
-    return 0;
-  }
-  if (!DeleteFileW(from)) {
-    if (!replaces) {
-      DeleteFileW(target);
-    } else if (DeleteFileW(target)) {
-      MoveFileW(kept, target);
-    }
-    return Fail(platform::kMsgCopyError);
-  }
-  if (replaces) DeleteFileW(kept);
-  return 1;
+  if (replaces && !MoveFileW(target, kept)) return Fail(platform::kMsgCopyError);
+  const bool copied = CopyFile(from, to) != 0;
+  const bool moved = copied && DeleteFileW(from);
+  if (copied && !moved) DeleteFileW(target);
+  if (replaces) moved ? DeleteFileW(kept) : MoveFileW(kept, target);
+  if (copied && !moved) return Fail(platform::kMsgCopyError);
+  return moved ? 1 : 0;
 }
 
 int CRTCard::CopyFolder(const wchar_t* from, const wchar_t* to) {
