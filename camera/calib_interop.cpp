@@ -190,6 +190,17 @@ bool CheckIntrinsics(const Intrinsics& in, Report& report) {
 
 std::string Px(double v) { return platform::FormatA("%.4f px", v); }
 
+// Accepts a conversion whose largest residual is within the tolerance, or any
+// with --fit; otherwise refuses it, naming the residual.
+bool Accept(Report& report, const std::string& what, const Options& opt) {
+  if (!(report.max_residual_px <= opt.tolerance_px) && !opt.fit)
+    return Refuse(report,
+                  what + " differs by up to " + Px(report.max_residual_px) +
+                      " on the sensor (more than " + Px(opt.tolerance_px) + "); --fit accepts it");
+  report.message = what + ": largest residual " + Px(report.max_residual_px);
+  return true;
+}
+
 }  // namespace
 
 double MaxDisagreementPx(const Intrinsics& theirs, const CCamera& ours) {
@@ -257,11 +268,7 @@ int ToCamera(const Intrinsics& in, const Options& opt, CCamera& out, Report& rep
   }
   report.max_residual_px = MaxDisagreementPx(in, cam);
   const std::string what = name + " as our " + OurModelName(model);
-  if (!(report.max_residual_px <= opt.tolerance_px) && !opt.fit)
-    return Refuse(report,
-                  what + " differs by up to " + Px(report.max_residual_px) +
-                      " on the sensor (more than " + Px(opt.tolerance_px) + "); --fit accepts it");
-  report.message = what + ": largest residual " + Px(report.max_residual_px);
+  if (!Accept(report, what, opt)) return 0;
   out = cam;
   return 1;
 }
@@ -308,11 +315,7 @@ int FromCamera(const CCamera& in, const Options& opt, Intrinsics& out, Report& r
   }
   report.max_residual_px = MaxDisagreementPx(cv, in);
   const std::string what = name + " as " + TheirModelName(cv.dist);
-  if (!(report.max_residual_px <= opt.tolerance_px) && !opt.fit)
-    return Refuse(report,
-                  what + " differs by up to " + Px(report.max_residual_px) +
-                      " on the sensor (more than " + Px(opt.tolerance_px) + "); --fit accepts it");
-  report.message = what + ": largest residual " + Px(report.max_residual_px);
+  if (!Accept(report, what, opt)) return 0;
   out = cv;
   return 1;
 }
