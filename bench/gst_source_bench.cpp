@@ -10,9 +10,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <random>
 #include <string>
 
+#include "bench/survey_points.h"
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
 #include "devices/gst_frame_source.h"
@@ -66,13 +66,7 @@ struct Rig {
     CXYZ station(0, 0, 1.5);
     view->SetMp(station);
     view->UpdateAngle(90.0, 0.0);
-    std::mt19937 rng(7);
-    std::uniform_real_distribution<double> east(-0.2, 0.2), up(-0.15, 0.15), range(10, 200);
-    for (int i = 0; i < kPoints; ++i) {
-      const double d = range(rng);
-      CXYZ p(L"P", d, east(rng) * d, 1.5 + up(rng) * d);
-      points.Add(p);
-    }
+    bench::SpreadPoints(points, kPoints);
     view->SetPoints(&points);
   }
   ~Rig() {

@@ -7,9 +7,9 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
-#include <random>
 #include <vector>
 
+#include "bench/survey_points.h"
 #include "devices/capture_driver.h"
 #include "devices/devices.h"
 #include "devices/frame_source.h"
@@ -59,14 +59,7 @@ struct Bench {
     CXYZ station(0, 0, 1.5);
     view->SetMp(station);
     view->UpdateAngle(90.0, 0.0);
-    // Points spread over the wide camera's field, 10 to 200 m ahead.
-    std::mt19937 rng(7);
-    std::uniform_real_distribution<double> east(-0.2, 0.2), up(-0.15, 0.15), range(10, 200);
-    for (int i = 0; i < kPoints; ++i) {
-      const double d = range(rng);
-      CXYZ p(L"P", d, east(rng) * d, 1.5 + up(rng) * d);  // survey axes: X north, Y east
-      points.Add(p);
-    }
+    bench::SpreadPoints(points, kPoints);
     view->SetPoints(&points);
   }
   ~Bench() {
